@@ -1,0 +1,140 @@
+#include "core/profile_file.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ks::core {
+namespace {
+
+std::string_view Trim(std::string_view s) {
+  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  while (!s.empty() && blank(s.front())) s.remove_prefix(1);
+  while (!s.empty() && blank(s.back())) s.remove_suffix(1);
+  return s;
+}
+
+char LowerAscii(char c) {
+  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+}  // namespace
+
+bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return LowerAscii(x) == LowerAscii(y);
+         });
+}
+
+std::optional<ProfileFile> ProfileFile::Parse(std::string_view text, Strictness strictness,
+                                              ParseError* error) {
+  ProfileFile file;
+  Section* current = nullptr;
+  int line_number = 0;
+  while (!text.empty()) {
+    const size_t end = text.find('\n');
+    std::string_view raw = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    ++line_number;
+    const std::string_view line = Trim(raw);
+    if (line.empty() || line.front() == ';' || line.front() == '#') continue;
+    if (line.front() == '[' && line.back() == ']') {
+      const std::string_view name = Trim(line.substr(1, line.size() - 2));
+      current = file.FindSection(name);
+      if (current == nullptr) {
+        file.sections_.push_back({std::string(name), {}});
+        current = &file.sections_.back();
+      }
+      continue;
+    }
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos || current == nullptr || equals == 0) {
+      if (strictness == Strictness::kStrict) {
+        if (error != nullptr) *error = {line_number, std::string(line)};
+        return std::nullopt;
+      }
+      continue;
+    }
+    const std::string_view key = Trim(line.substr(0, equals));
+    const std::string_view value = Trim(line.substr(equals + 1));
+    // The first occurrence of a key wins, as profile readers do.
+    const bool known = std::any_of(current->entries.begin(), current->entries.end(),
+                                   [&](const Entry& e) { return EqualsIgnoreCase(e.key, key); });
+    if (!known) current->entries.push_back({std::string(key), std::string(value)});
+  }
+  return file;
+}
+
+const ProfileFile::Section* ProfileFile::FindSection(std::string_view name) const {
+  for (const auto& section : sections_) {
+    if (EqualsIgnoreCase(section.name, name)) return &section;
+  }
+  return nullptr;
+}
+
+ProfileFile::Section* ProfileFile::FindSection(std::string_view name) {
+  return const_cast<Section*>(std::as_const(*this).FindSection(name));
+}
+
+std::optional<std::string> ProfileFile::Get(std::string_view section, std::string_view key) const {
+  const Section* s = FindSection(section);
+  if (s == nullptr) return std::nullopt;
+  for (const auto& entry : s->entries) {
+    if (EqualsIgnoreCase(entry.key, key)) return entry.value;
+  }
+  return std::nullopt;
+}
+
+std::string ProfileFile::GetOr(std::string_view section, std::string_view key,
+                               std::string_view fallback) const {
+  auto value = Get(section, key);
+  return value ? *value : std::string(fallback);
+}
+
+void ProfileFile::Set(std::string_view section, std::string_view key, std::string_view value) {
+  Section* s = FindSection(section);
+  if (s == nullptr) {
+    sections_.push_back({std::string(section), {}});
+    s = &sections_.back();
+  }
+  for (auto& entry : s->entries) {
+    if (EqualsIgnoreCase(entry.key, key)) {
+      entry.value = value;
+      return;
+    }
+  }
+  s->entries.push_back({std::string(key), std::string(value)});
+}
+
+bool ProfileFile::Remove(std::string_view section, std::string_view key) {
+  Section* s = FindSection(section);
+  if (s == nullptr) return false;
+  const auto it = std::find_if(s->entries.begin(), s->entries.end(),
+                               [&](const Entry& e) { return EqualsIgnoreCase(e.key, key); });
+  if (it == s->entries.end()) return false;
+  s->entries.erase(it);
+  return true;
+}
+
+bool ProfileFile::HasSection(std::string_view section) const {
+  return FindSection(section) != nullptr;
+}
+
+std::vector<std::string> ProfileFile::Keys(std::string_view section) const {
+  std::vector<std::string> keys;
+  if (const Section* s = FindSection(section)) {
+    for (const auto& entry : s->entries) keys.push_back(entry.key);
+  }
+  return keys;
+}
+
+std::string ProfileFile::Serialize() const {
+  std::string out;
+  for (const auto& section : sections_) {
+    if (!out.empty()) out += "\r\n";
+    out += "[" + section.name + "]\r\n";
+    for (const auto& entry : section.entries) out += entry.key + "=" + entry.value + "\r\n";
+  }
+  return out;
+}
+
+}  // namespace ks::core

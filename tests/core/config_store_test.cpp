@@ -1,0 +1,68 @@
+#include "core/config_store.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <fstream>
+
+#include "temp_dir.h"
+
+namespace ks::core {
+namespace {
+
+std::string ReadAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+TEST(ConfigStore, MissingFileIsEmptyAndSaveCreatesIt) {
+  TempDir dir;
+  const auto path = dir.path() / "sub" / "kestro.conf";
+  ConfigStore store = ConfigStore::Load(path);
+  EXPECT_FALSE(store.values().Get("SOFTWARE\\Kestro\\Windows\\5.0\\Kestro\\Filters", "NumFilters"));
+  store.values().Set("SOFTWARE\\Kestro\\Windows\\5.0\\Kestro\\Filters", "NumFilters", "13");
+  store.Save();
+  EXPECT_EQ(ConfigStore::Load(path).values().Get("software\\kestro\\windows\\5.0\\kestro\\filters",
+                                                 "numfilters"),
+            "13");
+  EXPECT_FALSE(std::filesystem::exists(path.string() + ".tmp"));
+}
+
+TEST(ConfigStore, DamagedFileIsReportedAndLeftAsItIs) {
+  TempDir dir;
+  const auto path = dir.path() / "kestro.conf";
+  {
+    std::ofstream out(path, std::ios::binary);
+    out << "[ok]\nkey=value\n\x01\x02 garbage line\n";
+  }
+  const std::string before = ReadAll(path);
+  try {
+    ConfigStore::Load(path);
+    FAIL() << "a damaged file was accepted";
+  } catch (const ConfigError& e) {
+    EXPECT_NE(std::string(e.what()).find("line 3"), std::string::npos) << e.what();
+  }
+  EXPECT_EQ(ReadAll(path), before);
+}
+
+TEST(ConfigStore, DefaultPathFollowsTheEnvironment) {
+  const char* old = getenv("KESTRO_CONFIG_DIR");
+  const std::string saved = old ? old : "";
+  setenv("KESTRO_CONFIG_DIR", "/somewhere", 1);
+  EXPECT_EQ(ConfigStore::DefaultPath(), std::filesystem::path("/somewhere/kestro.conf"));
+  if (old) {
+    setenv("KESTRO_CONFIG_DIR", saved.c_str(), 1);
+  } else {
+    unsetenv("KESTRO_CONFIG_DIR");
+  }
+}
+
+TEST(ConfigStore, FileSettingsKeyReplacesBothSeparators) {
+  EXPECT_EQ(FileSettingsKey("C:\\data\\notes.kst"),
+            "Software\\Kestro\\Windows\\5.0\\File Settings\\C:*data*notes.kst");
+  EXPECT_EQ(FileSettingsKey("/home/a/notes.kst"),
+            "Software\\Kestro\\Windows\\5.0\\File Settings\\*home*a*notes.kst");
+}
+
+}  // namespace
+}  // namespace ks::core

@@ -1,0 +1,152 @@
+#include "core/document_splitter.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace ks::core {
+namespace {
+
+struct Split {
+  std::vector<std::string> documents;
+  std::vector<std::string> pieces;  // every piece as handed out
+  uint64_t consumed = 0;
+};
+
+// Feeds `source` in blocks of `block` bytes and collects the documents.
+Split SplitSource(const DocumentDelimiter& delimiter, const std::string& source, size_t block) {
+  DocumentSplitter splitter(delimiter);
+  Split out;
+  std::string current;
+  auto sink = [&](std::string_view piece, bool end) {
+    out.pieces.emplace_back(piece);
+    current.append(piece);
+    if (end) {
+      out.documents.push_back(current);
+      current.clear();
+    }
+    return true;
+  };
+  for (size_t at = 0; at < source.size(); at += block) {
+    EXPECT_TRUE(splitter.Feed(std::string_view(source).substr(at, block), false, sink));
+  }
+  EXPECT_TRUE(splitter.Feed({}, true, sink));
+  EXPECT_TRUE(current.empty()) << "a document was left without its end";
+  out.consumed = splitter.consumed();
+  return out;
+}
+
+DocumentDelimiter Delimiter(uint32_t flags, int32_t lines = 0, std::string text = {}) {
+  return DocumentDelimiter{flags, lines, std::move(text)};
+}
+
+using Docs = std::vector<std::string>;
+
+TEST(DocumentSplitter, NoDelimiterKeepsTheWholeSourceAsOneDocument) {
+  const std::string source = "one\r\n\r\ntwo\fthree\r\nlast line without end";
+  EXPECT_EQ(SplitSource(Delimiter(0), source, 4096).documents, Docs{source});
+  EXPECT_EQ(SplitSource(Delimiter(0), source, 3).documents, Docs{source});
+}
+
+TEST(DocumentSplitter, PageBreakAloneOnItsLineDropsTheLine) {
+  const std::string source = "Page one\r\n\f\r\nPage two\r\n\f\r\nPage three";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak), source, 4096).documents,
+            (Docs{"Page one\r\n", "Page two\r\n", "Page three"}));
+}
+
+TEST(DocumentSplitter, PageBreakInsideALineStartsTheNextDocumentAfterIt) {
+  const std::string source = "a\nb\fc\nd\f\fe";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak), source, 4096).documents,
+            (Docs{"a\nb", "c\nd", "e"}));
+}
+
+TEST(DocumentSplitter, BlankLinesEndDocumentsAndEmptyDocumentsAreDropped) {
+  const std::string source = "\r\n\r\nfirst\r\nstill first\r\n \t\r\n\r\nsecond\r\n\r\n";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kBlankLine), source, 4096).documents,
+            (Docs{"first\r\nstill first\r\n", "second\r\n"}));
+}
+
+TEST(DocumentSplitter, EveryNLinesCountsLinesOfAnyLineEnd) {
+  const std::string source = "1\r\n2\n3\r4\r\n5";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 2), source, 4096).documents,
+            (Docs{"1\r\n2\n", "3\r4\r\n", "5"}));
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 0), "a\nb\n", 4096).documents,
+            (Docs{"a\n", "b\n"}));
+}
+
+TEST(DocumentSplitter, EndStringIsInNeitherDocument) {
+  const std::string source = "alpha\r\n----\r\nbeta ---- gamma\r\n----";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kString, 0, "----"), source, 4096).documents,
+            (Docs{"alpha\r\n", "beta ", " gamma\r\n"}));
+  // An empty string never matches.
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kString, 0, ""), source, 4096).documents,
+            Docs{source});
+}
+
+TEST(DocumentSplitter, CombinedFlagsCutAtEachOfThem) {
+  const std::string source = "a\r\n\r\nb\r\n\f\r\nc";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak | DocumentDelimiter::kBlankLine),
+                        source, 4096)
+                .documents,
+            (Docs{"a\r\n", "b\r\n", "c"}));
+}
+
+TEST(DocumentSplitter, PiecesOfALongDocumentEndAtLineEnds) {
+  std::string source;
+  for (int i = 0; i < 200; ++i) source += "line " + std::to_string(i) + "\r\n";
+  const Split split = SplitSource(Delimiter(0), source, 64);
+  ASSERT_EQ(split.documents, Docs{source});
+  ASSERT_GT(split.pieces.size(), 10u);
+  for (size_t i = 0; i + 1 < split.pieces.size(); ++i) {
+    const std::string& piece = split.pieces[i];
+    if (piece.empty()) continue;
+    EXPECT_EQ(piece.back(), '\n') << "piece " << i << " splits a line";
+  }
+}
+
+TEST(DocumentSplitter, CarriageReturnAtABlockEndWaitsForItsLineFeed) {
+  // "\r" ends a block, "\n" starts the next: one CR LF line end, not two.
+  const std::string source = "a\r\nb\r\nc";
+  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 1), source, 2).documents,
+            (Docs{"a\r\n", "b\r\n", "c"}));
+}
+
+TEST(DocumentSplitter, ALineLongerThanTheHoldLimitIsCutWithoutLoss) {
+  const std::string source(3 << 20, 'x');
+  const Split split = SplitSource(Delimiter(DocumentDelimiter::kBlankLine), source, 1 << 16);
+  EXPECT_EQ(split.documents, Docs{source});
+  EXPECT_EQ(split.consumed, source.size());
+}
+
+TEST(DocumentSplitter, ResultDoesNotDependOnBlockSize) {
+  std::mt19937 random(7);
+  const char alphabet[] = {'a', 'b', ' ', '\t', '\r', '\n', '\f', '-'};
+  for (int round = 0; round < 40; ++round) {
+    std::string source;
+    const int length = 1 + static_cast<int>(random() % 400);
+    for (int i = 0; i < length; ++i) source += alphabet[random() % sizeof alphabet];
+    for (uint32_t flags : {0u, 1u, 2u, 3u, 4u, 8u, 15u}) {
+      const DocumentDelimiter delimiter = Delimiter(flags, 3, "--");
+      const Split whole = SplitSource(delimiter, source, source.size());
+      for (size_t block : {1u, 2u, 3u, 7u, 64u}) {
+        const Split cut = SplitSource(delimiter, source, block);
+        EXPECT_EQ(cut.documents, whole.documents) << "flags " << flags << " block " << block
+                                                  << " source " << testing::PrintToString(source);
+        EXPECT_EQ(cut.consumed, source.size());
+      }
+    }
+  }
+}
+
+TEST(DocumentSplitter, SinkCanStopTheSplit) {
+  DocumentSplitter splitter(Delimiter(DocumentDelimiter::kBlankLine));
+  int calls = 0;
+  auto sink = [&](std::string_view, bool) { return ++calls < 2; };
+  EXPECT_FALSE(splitter.Feed("a\n\nb\n\nc\n\n", true, sink));
+  EXPECT_EQ(calls, 2);
+}
+
+}  // namespace
+}  // namespace ks::core
