@@ -1,0 +1,284 @@
+/*
+ * ks_imp.h - the Kestro import library (libks_imp.so).
+ *
+ * The library reads files written by other software and adds their contents
+ * to an open Kestro database (see ks_eng5.h) as documents.  A host obtains an
+ * import handle for a database, queues sources, runs the import, polls
+ * progress from another thread while it runs, and finally reads the error
+ * code, its text and the import log.
+ *
+ * Conventions
+ *  - Handles: an import handle is an unsigned 32-bit number, random, never 0,
+ *    unique among live imports.  It lives from KSIMP_InitImport... to the end
+ *    of KSIMP_Import; afterwards every query on it answers as for an unknown
+ *    handle (the error list and the log are kept apart and still answer).
+ *    A database handle is the engine's handle (ks_eng5.h).
+ *  - Results are unsigned 32-bit.  Failure is a 0 result plus an error code
+ *    recorded against the import handle (handle 0 for failures before a handle
+ *    exists); read it with KSIMP_GetLastImportError.  The codes are the
+ *    KSIMP_ERR_ values below and double as identifiers of their message texts.
+ *  - Strings are 8-bit and zero-terminated.  The library copies every string
+ *    it is given before the call returns; the caller keeps ownership.
+ *  - Buffers: the caller owns every buffer it passes.  Each function that
+ *    fills a buffer says how it treats the size.
+ *  - Exceptions never leave the library; an internal failure returns 0.
+ *  - Threads: KSIMP_Import runs the whole import on the calling thread.  While
+ *    it runs, another thread may call KSIMP_GetTotalBytes, KSIMP_GetCurBytes,
+ *    KSIMP_GetNumDocsAdded, KSIMP_GetCurFile and KSIMP_Abort; they return at
+ *    once with a snapshot and never wait for the import.  Every other call
+ *    belongs to the host's importing thread; read the error list and the log
+ *    after KSIMP_Import has returned.
+ *  - Windows: parent windows are the host's opaque window pointers.  This
+ *    build has no windowing toolkit: the dialogs and the wizard keep their
+ *    argument checks and otherwise report that no dialog is available.
+ *  - The in-process component entry points (DllGetClassObject,
+ *    DllCanUnloadNow, DllRegisterServer) and the CKSFonts font helpers are not
+ *    built on Linux.
+ */
+#ifndef KS_IMP_H
+#define KS_IMP_H
+
+#include <stdint.h>
+
+#if defined(KSIMP_BUILDING)
+#define KSIMP_API __attribute__((visibility("default")))
+#else
+#define KSIMP_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Error codes (each is also the identifier of its message text) ----- */
+
+#define KSIMP_ERR_NO_FILE_SETS 90u        /* no file sets to import */
+#define KSIMP_ERR_NO_FILENAME 91u         /* no database file name given */
+#define KSIMP_ERR_OPEN_DATABASE 92u       /* database could not be opened */
+#define KSIMP_ERR_BAD_DATABASE_HANDLE 93u /* database handle 0 */
+#define KSIMP_ERR_NO_PARENT_WINDOW 94u    /* a dialog needs a parent window */
+#define KSIMP_ERR_NO_IMPORT_FILE 95u      /* empty name given to queue */
+#define KSIMP_ERR_SET_PARAMETERS 97u      /* import parameters refused */
+#define KSIMP_ERR_SAVE_DOCUMENT 98u       /* a document could not be saved */
+#define KSIMP_ERR_NONE 11000u             /* no error */
+#define KSIMP_ERR_INTERNAL 11001u         /* internal error; also "no error recorded" */
+#define KSIMP_ERR_NO_SUCH_HANDLE 11002u   /* missing result pointer of a dialog */
+#define KSIMP_ERR_UNSPECIFIED 11004u      /* unspecified file error */
+#define KSIMP_ERR_QUEUE 11005u            /* a source could not be queued */
+#define KSIMP_ERR_WRONG_FILE_TYPE 11020u  /* file does not match its file type */
+#define KSIMP_ERR_ENGINE 11021u           /* engine error */
+#define KSIMP_ERR_OPEN_FILE 11024u        /* a source file could not be opened */
+#define KSIMP_ERR_UNSUPPORTED_TYPE 12003u /* file of an unsupported type */
+
+/* Results of KSIMP_GetLogData. */
+#define KSIMP_LOG_NONE 0u      /* no log text for the handle */
+#define KSIMP_LOG_COPIED 1u    /* texts copied, one entry removed */
+#define KSIMP_LOG_TOO_SMALL 3u /* buffer too small, nothing removed */
+
+/* Special file types of KSIMP_AddFileToImport. */
+#define KSIMP_TYPE_OUTLOOK_FOLDER 1008
+#define KSIMP_TYPE_IMAP_SERVER 1062
+
+/* ---- Starting an import ---------------------------------------------- */
+
+/* Opens the database at `path` for reading and writing and returns a new
+ * import handle for it; the database is closed again when KSIMP_Import ends.
+ * Returns 0 and records 91 (NULL path) or 92 (the engine could not open the
+ * file) against handle 0. */
+KSIMP_API uint32_t KSIMP_InitImportUsingFileName(const char* path);
+
+/* Returns a new import handle for a database the host has open; the database
+ * stays open after the import.  Returns 0 and records 93 against handle 0
+ * when `database` is 0. */
+KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
+
+/* ---- Queuing sources --------------------------------------------------- */
+
+/* Queues one source (or several names separated by "|"; blanks after a bar
+ * are dropped) for the import handle.  Returns 1 when queued, else 0 with:
+ *   95    `file_name` is NULL or empty;
+ *   11005 the handle is unknown, or the file type is 1062 (IMAP servers are
+ *         not supported yet).
+ * The handle's total bytes grow by the source's size: the file length of
+ * each name (a file that cannot be examined counts 0 and its cause is added
+ * to the log; it is queued anyway, and the import reports it), or 2000 for
+ * an Outlook folder (1008).  NULL strings are kept as empty strings.
+ *
+ * Arguments, in order:
+ *  1 handle                import handle
+ *  2 file_name             source path(s), "|"-separated
+ *  3 file_type             selects the importer
+ *  4 import_location       where new documents go: 1 end of file, 2 after
+ *                          the current document, 3 after the named document
+ *                          (argument 8), 4 end of the current document, 6 top
+ *                          of file; the dialogs pass 1
+ *  5 use_entry_form        non-zero: documents are made from the entry form
+ *                          named by argument 6
+ *  6 entry_form_name       kept only when argument 5 is non-zero
+ *  7 use_named_document    non-zero: argument 8 is kept
+ *  8 named_document        the document that location 3 places after
+ *  9 delimiter_flags       document delimiter bits: 2 page break, 1 blank line,
+ *                          4 every N lines, 8 string; 0 none (whole source)
+ * 10 delimiter_lines       the N of "every N lines"
+ * 11 delimiter_string      the string of delimiter bit 8
+ * 12 file_origin_ansi      non-zero: source is ANSI (Windows); 0: OEM (DOS)
+ * 13 auto_field_recognition  Yes/No flag
+ * 14 date_from             date range: from
+ * 15 sort_order            0 ascending, 1 descending
+ * 16 use_stored_settings   Yes/No: read a stored settings file
+ * 17 date_to               date range: to
+ * 18 full_header           Yes/No: keep the full header of mail messages
+ * 19 message_date_from     message date range: from
+ * 20 save_attachments      Yes/No
+ * 21 message_date_to       message date range: to
+ * 22 filter_name           name of an external text filter, or empty
+ * 23 delete_after_import   1: delete the file after a successful import when
+ *                          it lies in the library's temporary import folder
+ *                          ($TMPDIR, else /tmp, followed by "/KSTmpImp/")
+ * 24 reserved              pass 0
+ * 25 imap_server           IMAP server name
+ * 26 imap_user             IMAP user name
+ * 27 imap_password         IMAP password
+ * 28 imap_mailbox          IMAP mailbox
+ * 29 firewall_server       firewall host name or address
+ * 30 firewall_user         firewall user name
+ * 31 firewall_password     firewall password
+ * 32 firewall_type         firewall type (0 none)
+ * 33 imap_port             IMAP port; only the low 16 bits are used
+ */
+KSIMP_API uint32_t KSIMP_AddFileToImport(
+    uint32_t handle, const char* file_name, int32_t file_type, int32_t import_location,
+    int32_t use_entry_form, const char* entry_form_name, int32_t use_named_document,
+    const char* named_document, int32_t delimiter_flags, int32_t delimiter_lines,
+    const char* delimiter_string, int32_t file_origin_ansi, int32_t auto_field_recognition,
+    const char* date_from, int32_t sort_order, int32_t use_stored_settings, const char* date_to,
+    int32_t full_header, const char* message_date_from, int32_t save_attachments,
+    const char* message_date_to, const char* filter_name, int32_t delete_after_import,
+    int32_t reserved, const char* imap_server, const char* imap_user, const char* imap_password,
+    const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
+    const char* firewall_password, int32_t firewall_type, int32_t imap_port);
+
+/* ---- Dialogs ---------------------------------------------------------- */
+/* No dialog can be shown in this build.  Each call checks its arguments as
+ * the dialog would and then returns 0 and adds a log text for the handle
+ * saying that no dialog is available; the handle stays usable, so the host
+ * can queue its sources with KSIMP_AddFileToImport instead.
+ *  - unknown handle: 0, nothing recorded;
+ *  - NULL parent window: 0 and error 94;
+ *  - NULL result pointer (ImportDlg, ImportOutlookDlg): 0 and error 11002.
+ * Where a result pointer is given and the checks pass, *result receives 0. */
+
+/* The import dialog; host_value1..4 are passed on to it. */
+KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t host_value1,
+                                   int32_t host_value2, int32_t host_value3, int32_t host_value4,
+                                   uint32_t* result);
+
+/* The Outlook folder picker. */
+KSIMP_API uint32_t KSIMP_ImportOutlookDlg(uint32_t handle, void* parent_window, uint32_t* result);
+
+/* The import wizard; host_value is passed on to it. */
+KSIMP_API uint32_t KSIMP_ImportWizard(uint32_t handle, void* parent_window, int32_t host_value,
+                                      int32_t wizard_mode);
+
+/* ---- Running ---------------------------------------------------------- */
+
+/* Imports every queued source of the handle on the calling thread, one
+ * importer per file name, and releases the handle at the end (closing the
+ * database when KSIMP_InitImportUsingFileName opened it).
+ *  host_value1, host_value2  kept by the library for the length of the run.
+ *  carry   may be NULL.  In and out: a value greater than 0 is handed to each
+ *          importer; the importer's value is written back after each file.
+ *  result  may be NULL.  Receives the number of documents added when the run
+ *          reaches its end, even when the last file failed.  A file type
+ *          without an importer ends the run early and leaves it unwritten.
+ * Returns the result code of the last importer (1 success, 0 failure);
+ * 0 for an unknown handle or a file type without an importer. */
+KSIMP_API uint32_t KSIMP_Import(uint32_t handle, int32_t host_value1, int32_t host_value2,
+                                int64_t* carry, uint32_t* result);
+
+/* May come from another thread.  Marks the import aborted (importers stop at
+ * their next check) and deletes the temporary files of attachments waiting to
+ * be imported.  Returns 1 when the handle was found, else 0. */
+KSIMP_API uint32_t KSIMP_Abort(uint32_t handle);
+
+/* ---- Progress (may come from another thread) --------------------------- */
+
+/* Total size of the queued sources (bytes, or message counts); 0 for an
+ * unknown handle. */
+KSIMP_API uint32_t KSIMP_GetTotalBytes(uint32_t handle);
+
+/* Bytes processed so far; 0 for an unknown handle. */
+KSIMP_API uint32_t KSIMP_GetCurBytes(uint32_t handle);
+
+/* Documents added so far; 0 for an unknown handle. */
+KSIMP_API uint32_t KSIMP_GetNumDocsAdded(uint32_t handle);
+
+/* Copies the name of the source being imported ("Importing Attachment(s)"
+ * while attachments are read).  The buffer's size is not passed: the host
+ * must supply PATH_MAX (4096) bytes; at most PATH_MAX - 1 bytes and a
+ * terminator are written.  Returns 1 when a name was copied, else 0 with the
+ * buffer untouched. */
+KSIMP_API uint32_t KSIMP_GetCurFile(uint32_t handle, char* buffer);
+
+/* ---- Errors and log ---------------------------------------------------- */
+
+/* The FIRST error recorded for the handle (later ones do not replace it);
+ * 11001 when none was recorded.  Answers for released handles too. */
+KSIMP_API uint32_t KSIMP_GetLastImportError(uint32_t handle);
+
+/* Copies the message text of `code` (the text of 11001 for a code without
+ * text), raw: placeholders such as "%s" stay in it.  Returns 1 when copied;
+ * 0 with the buffer untouched unless the text and its terminator are
+ * strictly shorter than `size` (so a buffer of exactly length + 1 fails). */
+KSIMP_API uint32_t KSIMP_ImportErrorToString(uint32_t code, char* buffer, int32_t size);
+
+/* 1 when the handle has a non-empty log text, else 0. */
+KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle);
+
+/* Copies the handle's log texts, oldest first, joined with nothing between
+ * them (each text is a line ending in CR LF), after filling the whole buffer
+ * with zero bytes.
+ *  KSIMP_LOG_COPIED (1)    texts copied; then ONE entry is removed from the
+ *                          log: the newest entry of any handle.  The other
+ *                          copied texts stay and are returned again.
+ *  KSIMP_LOG_TOO_SMALL (3) the next text would make the joined length exceed
+ *                          size + 1; the texts before it are in the buffer
+ *                          and nothing is removed.
+ *  KSIMP_LOG_NONE (0)      the log is empty (buffer untouched) or holds no
+ *                          text for the handle; also for a NULL buffer or a
+ *                          size below 1.
+ * Never writes more than `size` bytes: the text is cut to size - 1 bytes and
+ * terminated. */
+KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size);
+
+/* ---- E-mail imports ---------------------------------------------------- */
+/* Declared for the host; e-mail imports are not available in this build yet.
+ * Each returns its failure value (0, or nothing) and changes nothing. */
+
+/* Handle of an e-mail import into `database`. */
+KSIMP_API uint32_t KSIMP_InitEmailImportUsingFileHandle(uint32_t database);
+/* Queues the e-mail profile named `profile`. */
+KSIMP_API uint32_t KSIMP_AddEmailProfileToImport(uint32_t handle, const char* profile);
+/* Runs the queued profiles; arguments as for KSIMP_Import. */
+KSIMP_API uint32_t KSIMP_ImportEmail(uint32_t handle, int32_t host_value1, int32_t host_value2,
+                                     int64_t* carry, uint32_t* result);
+/* The e-mail wizard, owned by `parent_window`, importing into `database`. */
+KSIMP_API uint32_t KSIMP_ImportEmailWizard(void* parent_window, uint32_t database);
+/* Runs the profile chosen in the profile list. */
+KSIMP_API uint32_t KSIMP_ImportEmailProfile(void);
+/* Adds a host database to the e-mail import. */
+KSIMP_API void KSIMP_AddKSFileHandle(uint32_t handle, uint32_t database);
+/* Name of the profile being imported, copied into `buffer` of `size` bytes. */
+KSIMP_API uint32_t KSIMP_GetCurEmailProfile(uint32_t handle, char* buffer, int32_t size);
+/* Database file of the profile being imported. */
+KSIMP_API uint32_t KSIMP_GetCurEmailKroFile(uint32_t handle, char* buffer, int32_t size);
+/* Number of queued profiles. */
+KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle);
+/* Description of the profile being imported. */
+KSIMP_API uint32_t KSIMP_GetCurEmailDescription(uint32_t handle, char* buffer, int32_t size);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KS_IMP_H */

@@ -1,0 +1,29 @@
+// The error list: every import error recorded, in order, against the import
+// handle it belongs to (0 before a handle exists).  Entries outlive their
+// handle so that the host can ask for the error after KSIMP_Import returned.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+struct tagERRORS {
+  uint32_t import_handle;
+  uint32_t code;
+};
+
+class ImportErrorList {
+ public:
+  void Record(uint32_t import_handle, uint32_t code);
+
+  // The FIRST code recorded for the handle (later ones do not replace it;
+  // hosts rely on seeing the original cause), or the internal-error code
+  // when there is none.
+  uint32_t LastError(uint32_t import_handle) const;
+
+ private:
+  // The list is written by the importing thread and read by the host after
+  // the import; the mutex only keeps a careless host from a data race.
+  mutable std::mutex mutex_;
+  std::vector<tagERRORS> entries_;  // guarded by mutex_
+};

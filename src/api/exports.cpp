@@ -1,0 +1,191 @@
+// The exported KSIMP_ functions: each passes its call on to the import
+// session inside the export guard.  Argument order and types are the ones
+// hosts are built against (include/ks_imp.h).
+#include <string>
+#include <utility>
+
+#include "api/export_guard.h"
+#include "api/ks_imp_app.h"
+#include "api/message_texts.h"
+#include "ks_imp.h"
+
+namespace {
+
+CImportSession& Session() {
+  return CKS_ImpApp::Instance().Session();
+}
+
+std::string TextOrEmpty(const char* text) {
+  return text != nullptr ? std::string(text) : std::string();
+}
+
+// A string the host passes together with a flag is kept only when the flag
+// is set.
+std::string TextIfFlagged(int32_t flag, const char* text) {
+  return flag != 0 ? TextOrEmpty(text) : std::string();
+}
+
+}  // namespace
+
+extern "C" {
+
+KSIMP_API uint32_t KSIMP_InitImportUsingFileName(const char* path) {
+  return GuardExport([&] { return Session().InitImportUsingFileName(path); });
+}
+
+KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database) {
+  return GuardExport([&] { return Session().InitImportUsingFileHandle(database); });
+}
+
+KSIMP_API uint32_t KSIMP_AddFileToImport(
+    uint32_t handle, const char* file_name, int32_t file_type, int32_t import_location,
+    int32_t use_entry_form, const char* entry_form_name, int32_t use_named_document,
+    const char* named_document, int32_t delimiter_flags, int32_t delimiter_lines,
+    const char* delimiter_string, int32_t file_origin_ansi, int32_t auto_field_recognition,
+    const char* date_from, int32_t sort_order, int32_t use_stored_settings, const char* date_to,
+    int32_t full_header, const char* message_date_from, int32_t save_attachments,
+    const char* message_date_to, const char* filter_name, int32_t delete_after_import,
+    int32_t reserved, const char* imap_server, const char* imap_user, const char* imap_password,
+    const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
+    const char* firewall_password, int32_t firewall_type, int32_t imap_port) {
+  return GuardExport([&] {
+    SETDATA record;
+    record.import_handle = handle;
+    record.file_name = TextOrEmpty(file_name);
+    record.file_type = file_type;
+    record.import_location = import_location;
+    record.use_entry_form = use_entry_form;
+    record.entry_form_name = TextIfFlagged(use_entry_form, entry_form_name);
+    record.use_named_document = use_named_document;
+    record.named_document = TextIfFlagged(use_named_document, named_document);
+    record.delimiter_flags = delimiter_flags;
+    record.delimiter_lines = delimiter_lines;
+    record.delimiter_string = TextOrEmpty(delimiter_string);
+    record.file_origin_ansi = file_origin_ansi;
+    record.auto_field_recognition = auto_field_recognition;
+    record.date_from = TextOrEmpty(date_from);
+    record.sort_order = sort_order;
+    record.use_stored_settings = use_stored_settings;
+    record.date_to = TextOrEmpty(date_to);
+    record.full_header = full_header;
+    record.message_date_from = TextOrEmpty(message_date_from);
+    record.save_attachments = save_attachments;
+    record.message_date_to = TextOrEmpty(message_date_to);
+    record.filter_name = TextOrEmpty(filter_name);
+    record.delete_after_import = delete_after_import;
+    record.reserved = reserved;
+    record.imap_server = TextOrEmpty(imap_server);
+    record.imap_user = TextOrEmpty(imap_user);
+    record.imap_password = TextOrEmpty(imap_password);
+    record.imap_mailbox = TextOrEmpty(imap_mailbox);
+    record.firewall_server = TextOrEmpty(firewall_server);
+    record.firewall_user = TextOrEmpty(firewall_user);
+    record.firewall_password = TextOrEmpty(firewall_password);
+    record.firewall_type = firewall_type;
+    record.imap_port = imap_port & 0xFFFF;
+    return Session().AddFileToImport(std::move(record));
+  });
+}
+
+KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t /*host_value1*/,
+                                   int32_t /*host_value2*/, int32_t /*host_value3*/,
+                                   int32_t /*host_value4*/, uint32_t* result) {
+  return GuardExport([&] { return Session().ImportDlg(handle, parent_window, result); });
+}
+
+KSIMP_API uint32_t KSIMP_ImportOutlookDlg(uint32_t handle, void* parent_window, uint32_t* result) {
+  return GuardExport([&] { return Session().ImportOutlookDlg(handle, parent_window, result); });
+}
+
+KSIMP_API uint32_t KSIMP_ImportWizard(uint32_t handle, void* parent_window, int32_t /*host_value*/,
+                                      int32_t /*wizard_mode*/) {
+  return GuardExport([&] { return Session().ImportWizard(handle, parent_window); });
+}
+
+KSIMP_API uint32_t KSIMP_Import(uint32_t handle, int32_t host_value1, int32_t host_value2,
+                                int64_t* carry, uint32_t* result) {
+  return GuardExport(
+      [&] { return Session().Import(handle, host_value1, host_value2, carry, result); });
+}
+
+KSIMP_API uint32_t KSIMP_Abort(uint32_t handle) {
+  return GuardExport([&] { return Session().Abort(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_GetTotalBytes(uint32_t handle) {
+  return GuardExport([&] { return Session().GetTotalBytes(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_GetCurBytes(uint32_t handle) {
+  return GuardExport([&] { return Session().GetCurrentBytes(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_GetNumDocsAdded(uint32_t handle) {
+  return GuardExport([&] { return Session().GetDocumentsAdded(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_GetCurFile(uint32_t handle, char* buffer) {
+  return GuardExport([&] { return Session().GetCurFile(handle, buffer); });
+}
+
+KSIMP_API uint32_t KSIMP_GetLastImportError(uint32_t handle) {
+  return GuardExport([&] { return Session().GetLastImportError(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_ImportErrorToString(uint32_t code, char* buffer, int32_t size) {
+  return GuardExport([&] { return CopyErrorText(code, buffer, size); });
+}
+
+KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle) {
+  return GuardExport([&] { return Session().IsLogData(handle) ? 1u : 0u; });
+}
+
+KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size) {
+  return GuardExport([&] { return Session().GetLogData(handle, buffer, size); });
+}
+
+// ---- E-mail imports: not available yet; each returns its failure value. ----
+
+KSIMP_API uint32_t KSIMP_InitEmailImportUsingFileHandle(uint32_t /*database*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_AddEmailProfileToImport(uint32_t /*handle*/, const char* /*profile*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_ImportEmail(uint32_t handle, int32_t /*host_value1*/,
+                                     int32_t /*host_value2*/, int64_t* carry, uint32_t* result) {
+  return GuardExport([&] { return Session().ImportEmail(handle, carry, result); });
+}
+
+KSIMP_API uint32_t KSIMP_ImportEmailWizard(void* /*parent_window*/, uint32_t /*database*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_ImportEmailProfile(void) {
+  return 0;
+}
+
+KSIMP_API void KSIMP_AddKSFileHandle(uint32_t /*handle*/, uint32_t /*database*/) {}
+
+KSIMP_API uint32_t KSIMP_GetCurEmailProfile(uint32_t /*handle*/, char* /*buffer*/,
+                                            int32_t /*size*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_GetCurEmailKroFile(uint32_t /*handle*/, char* /*buffer*/,
+                                            int32_t /*size*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t /*handle*/) {
+  return 0;
+}
+
+KSIMP_API uint32_t KSIMP_GetCurEmailDescription(uint32_t /*handle*/, char* /*buffer*/,
+                                                int32_t /*size*/) {
+  return 0;
+}
+
+}  // extern "C"

@@ -1,0 +1,186 @@
+// The requests behind the exported functions: starting an import, queuing
+// sources, the dialogs (which this build cannot show), abort and the current
+// file.  Each checks its arguments and records the error code the host
+// expects.
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "api/error_codes.h"
+#include "api/file_error_text.h"
+#include "api/file_names.h"
+#include "api/import_session.h"
+#include "api/message_texts.h"
+#include "core/file_types.h"
+#include "ks_eng5.h"
+
+namespace {
+
+// An Outlook folder is sized by its message count; with no Outlook source on
+// this platform the count is 0, which is always replaced by this.
+constexpr uint64_t kEmptyOutlookFolderSize = 2000;
+
+// Copies at most PATH_MAX - 1 bytes and a terminator: the host does not pass
+// the buffer's size and is required to supply PATH_MAX bytes.
+void CopyPathSizedText(std::string_view text, char* buffer) {
+  const size_t length = std::min(text.size(), static_cast<size_t>(PATH_MAX - 1));
+  std::memcpy(buffer, text.data(), length);
+  buffer[length] = '\0';
+}
+
+}  // namespace
+
+uint32_t CImportSession::InitImportUsingFileName(const char* path) {
+  if (path == nullptr) {
+    RecordError(0, error_code::kNoDatabaseFileName);
+    return 0;
+  }
+  const uint32_t database = EngOpenDatabase(path, KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  if (database == 0) {
+    RecordError(0, error_code::kCannotOpenDatabase);
+    return 0;
+  }
+  return CreateHandle(database, /*owns_database=*/true);
+}
+
+uint32_t CImportSession::InitImportUsingFileHandle(uint32_t database) {
+  if (database == 0) {
+    RecordError(0, error_code::kInvalidDatabaseHandle);
+    return 0;
+  }
+  return CreateHandle(database, /*owns_database=*/false);
+}
+
+uint32_t CImportSession::AddFileToImport(SETDATA record) {
+  const uint32_t handle = record.import_handle;
+  if (record.file_name.empty()) {
+    RecordError(handle, error_code::kNoFileNameToImport);
+    return 0;
+  }
+  if (record.file_type == file_type::kImapServer) {
+    // Sizing an IMAP source needs a connection to its server, which this
+    // build cannot make yet; the source is refused as it is when the
+    // connection fails.
+    RecordError(handle, error_code::kCannotQueueImport);
+    return 0;
+  }
+  AddSourceSizeToTotal(record);
+  if (!Queue(std::move(record))) {
+    RecordError(handle, error_code::kCannotQueueImport);
+    return 0;
+  }
+  return 1;
+}
+
+// The total bytes the host's progress bar runs to.  A file that cannot be
+// examined counts 0 and its cause goes to the log as a line; it is still
+// queued so that the import itself reports the failure the way the importer
+// sees it.
+void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
+  const uint32_t handle = record.import_handle;
+  if (record.file_type == file_type::kOutlookFolder) {
+    AddTotalBytes(handle, kEmptyOutlookFolderSize);
+    return;
+  }
+  uint64_t size = 0;
+  for (const std::string& name : SplitFileNames(record.file_name)) {
+    struct stat info {};
+    if (::stat(name.c_str(), &info) != 0) {
+      AddLogText(handle, FileErrorText(FileErrorCauseFromErrno(errno), name) + "\r\n");
+    } else if (S_ISDIR(info.st_mode)) {
+      AddLogText(handle, FileErrorText(FileErrorCause::kInvalidFile, name) + "\r\n");
+    } else {
+      size += static_cast<uint64_t>(info.st_size);
+    }
+  }
+  AddTotalBytes(handle, size);
+}
+
+uint32_t CImportSession::ImportDlg(uint32_t handle, void* parent_window, uint32_t* result) {
+  if (!DialogArgumentsValid(handle, parent_window, result, /*needs_result=*/true)) return 0;
+  *result = 0;
+  return ReportNoDialog(handle, parent_window, "import dialog");
+}
+
+uint32_t CImportSession::ImportOutlookDlg(uint32_t handle, void* parent_window, uint32_t* result) {
+  if (!DialogArgumentsValid(handle, parent_window, result, /*needs_result=*/true)) return 0;
+  *result = 0;
+  return ReportNoDialog(handle, parent_window, "Outlook folder dialog");
+}
+
+uint32_t CImportSession::ImportWizard(uint32_t handle, void* parent_window) {
+  if (!DialogArgumentsValid(handle, parent_window, nullptr, /*needs_result=*/false)) return 0;
+  return ReportNoDialog(handle, parent_window, "import wizard");
+}
+
+// The checks every dialog makes before it would be shown: an unknown handle
+// fails silently, the others record what is missing.
+bool CImportSession::DialogArgumentsValid(uint32_t handle, void* parent_window, uint32_t* result,
+                                          bool needs_result) {
+  if (!HandleExists(handle)) return false;
+  if (parent_window == nullptr) {
+    RecordError(handle, error_code::kParentWindowRequired);
+    return false;
+  }
+  if (needs_result && result == nullptr) {
+    RecordError(handle, error_code::kHandleNotInImportSet);
+    return false;
+  }
+  return true;
+}
+
+// The checks passed but there is no windowing toolkit: say so in the log and
+// leave the handle usable for KSIMP_AddFileToImport.
+uint32_t CImportSession::ReportNoDialog(uint32_t handle, void* parent_window, const char* what) {
+  owner_window_.store(parent_window);
+  AddLogText(handle, fmt::format("The {} is not available in this version of the import "
+                                 "library; queue the files with KSIMP_AddFileToImport instead.\r\n",
+                                 what));
+  return 0;
+}
+
+uint32_t CImportSession::Abort(uint32_t handle) {
+  SessionLockGuard session(lock_);
+  uint32_t found = 0;
+  if (SetAborted(handle)) {
+    std::vector<tagIMPORTATTACH> waiting;
+    {
+      std::lock_guard data(data_mutex_);
+      waiting.swap(attachments_);
+    }
+    // The attachments import into the database of the running import, which
+    // stays open: their handles are dropped without closing anything.
+    for (const tagIMPORTATTACH& attachment : waiting) {
+      DiscardHandle(attachment.import_handle);
+      ::unlink(attachment.path.c_str());
+    }
+    found = 1;
+  }
+  SetEmailMode(false);
+  return found;
+}
+
+uint32_t CImportSession::GetCurFile(uint32_t handle, char* buffer) {
+  if (buffer == nullptr) return 0;
+  if (IsImportingAttachments()) {
+    CopyPathSizedText(MessageText(error_code::kImportingAttachments), buffer);
+    return 1;
+  }
+  const std::optional<SETDATA> current = FirstQueued(handle);
+  if (!current) return 0;
+  CopyPathSizedText(current->file_name, buffer);
+  return 1;
+}
+
+uint32_t CImportSession::ImportEmail(uint32_t /*handle*/, int64_t* /*carry*/,
+                                     uint32_t* /*result*/) {
+  // E-mail profiles are not available in this build.
+  return 0;
+}

@@ -1,0 +1,120 @@
+// The import run: takes the queued sources of one handle in order, creates an
+// importer for each file name, runs it and records the outcome.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "api/error_codes.h"
+#include "api/file_names.h"
+#include "api/import_session.h"
+#include "api/temp_import_folder.h"
+#include "core/file_types.h"
+#include "ks_eng5.h"
+
+uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t host_value2,
+                                int64_t* carry, uint32_t* result) {
+  if (IsEmailMode()) return ImportEmail(handle, carry, result);
+
+  SetImportingAttachments(false);
+  host_value1_.store(host_value1);
+  host_value2_.store(host_value2);
+  const uint32_t code = RunImport(handle, carry, result);
+
+  // The outcome as a trace line; no trace sink exists in this build, so
+  // nothing reads it.
+  const std::string trace = fmt::format("returning from import, error code ={}", code);
+  static_cast<void>(trace);
+
+  SetEmailMode(false);
+  // A run that ended early leaves the handle behind; the handle is done
+  // either way.
+  ReleaseHandle(handle);
+  return code;
+}
+
+uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* result) {
+  const std::optional<ImportHandleRecord> record = GetHandleRecord(handle);
+  if (!record) return 0;
+
+  bool first_file = true;
+  uint32_t code = 1;
+  while (const std::optional<SETDATA> queued = FirstQueued(handle)) {
+    for (const std::string& name : SplitFileNames(queued->file_name)) {
+      if (!ImportOneFile(handle, record->database, *queued, name, first_file, carry, &code)) {
+        return 0;
+      }
+      first_file = false;
+    }
+  }
+
+  const std::optional<ImportHandleRecord> final_record = GetHandleRecord(handle);
+  // Written even when the last file failed: the host shows what did arrive.
+  if (result != nullptr) *result = final_record ? final_record->documents_added : 0;
+  if (final_record && final_record->owns_database) EngCloseDatabase(final_record->database);
+  RemoveHandle(handle);
+  return code;
+}
+
+bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SETDATA& queued,
+                                   const std::string& file_name, bool first_file, int64_t* carry,
+                                   uint32_t* result_code) {
+  SETDATA options = queued;
+  options.file_name = file_name;
+  options.file_type = file_type::ImportedAs(queued.file_type);
+
+  CreatedImporter created = importer_factory_(options.file_type);
+  switch (created.outcome) {
+    case CreatedImporter::Outcome::kNoImporter:
+      return false;
+    case CreatedImporter::Outcome::kAcceptedWithoutImporter:
+      *result_code = 1;
+      break;
+    case CreatedImporter::Outcome::kCreated: {
+      CIMPImportBase& importer = *created.importer;
+      *result_code = static_cast<uint32_t>(importer.Prepare(handle, options));
+      if (*result_code == 0) break;  // the importer skips this file
+      if (carry != nullptr && *carry > 0) importer.SetCarry(*carry);
+      importer.SetFirstFile(first_file);
+      *result_code = static_cast<uint32_t>(importer.Run(handle));
+      if (carry != nullptr) *carry = importer.GetCarry();
+      CommitAddedDocuments(handle, database, result_code);
+      if (*result_code == 1 && queued.delete_after_import == 1 && IsInTempImportFolder(file_name)) {
+        ::unlink(file_name.c_str());
+      }
+      break;
+    }
+  }
+  // Once per file NAME, not per record: a record of n names also takes the
+  // next n - 1 records of the handle off the queue unimported.  Hosts queue
+  // either one multi-name record or several single-name ones, and existing
+  // hosts see exactly this behaviour, so it stays.
+  RemoveFirstQueued(handle);
+  return true;
+}
+
+// Makes sure what the importer added is committed before the next file: the
+// engine batches additions and commits them at EngEndAdd.  A handle that the
+// engine does not take additions on (read-only, or unknown to it) has nothing
+// to commit.
+void CImportSession::CommitAddedDocuments(uint32_t handle, uint32_t database,
+                                          uint32_t* result_code) {
+  char marker = '[';
+  if (EngBeginAdd(database, &marker) == 0) return;
+  uint32_t committed = 0;
+  if (EngEndAdd(database, 0, 0, marker, &committed) == 0) {
+    RecordError(handle, error_code::kCannotSaveDocument);
+    *result_code = 0;
+  }
+}
+
+void CImportSession::ReleaseHandle(uint32_t handle) {
+  const std::optional<ImportHandleRecord> record = GetHandleRecord(handle);
+  if (!record) return;
+  DiscardHandle(handle);
+  if (record->owns_database) EngCloseDatabase(record->database);
+}
+
+void CImportSession::SetImporterFactory(ImporterFactory factory) {
+  importer_factory_ = factory ? std::move(factory) : ImporterFactory(CreateImporterFromTable);
+}

@@ -1,0 +1,62 @@
+#include "core/importer_table.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+// Read top to bottom; every type not listed, 1001 included, has no importer.
+// The factories are filled in as the importers are written.
+constexpr ImporterRow kImporterRows[] = {
+    {7, "CIMPWFWImport", nullptr, false},
+    {19, "CIMPRtfImport", nullptr, false},
+    {21, "CImpADO", nullptr, false},
+    {703, "CImpADO", nullptr, false},
+    {770, "CImpADO", nullptr, false},
+    {771, "CImpADO", nullptr, false},
+    {1114, "CImpADO", nullptr, false},
+    {108, "CIMPHtmlImport", nullptr, false},
+    {1000, "CIMPTextImport", nullptr, false},
+    {1002, "CIMPKestroDos", nullptr, false},
+    {1003, nullptr, nullptr, true},
+    {1007, nullptr, nullptr, true},
+    {1004, "CDelimitedImport", nullptr, false},
+    {1005, "CIMPEudoraImport", nullptr, false},
+    {1008, "CIMPOutlookImport", nullptr, false},
+    {1009, "CIMPWinThree", nullptr, false},
+    {1010, "CIMPKestro4", nullptr, false},
+    {1056, "CIMPWord8Import", nullptr, false},
+    {1057, "CIMPWordPerfectImport", nullptr, false},
+    {1058, "CPDFImport", nullptr, false},
+    {1059, "COutlookExpress", nullptr, false},
+    {1060, "CIMPEmailImport", nullptr, false},
+    {1061, "COtherImport", nullptr, false},
+    {1062, "CImapEmail", nullptr, false},
+    {9999, "CIMPFixedImport", nullptr, false},
+};
+
+}  // namespace
+
+std::span<const ImporterRow> ImporterRows() {
+  return kImporterRows;
+}
+
+const ImporterRow* FindImporterRow(int32_t file_type) {
+  const auto* row =
+      std::find_if(std::begin(kImporterRows), std::end(kImporterRows),
+                   [file_type](const ImporterRow& r) { return r.file_type == file_type; });
+  return row == std::end(kImporterRows) ? nullptr : row;
+}
+
+CreatedImporter CreateImporterFromTable(int32_t file_type) {
+  CreatedImporter created;
+  const ImporterRow* row = FindImporterRow(file_type);
+  if (row == nullptr) return created;
+  if (row->accepted_without_importer) {
+    created.outcome = CreatedImporter::Outcome::kAcceptedWithoutImporter;
+  } else if (row->create != nullptr) {
+    created.importer = row->create();
+    if (created.importer) created.outcome = CreatedImporter::Outcome::kCreated;
+  }
+  return created;
+}

@@ -1,0 +1,46 @@
+// SETDATA: one queued source and its import options, exactly as the host
+// handed them to KSIMP_AddFileToImport (argument numbers in the comments).
+// The import session keeps these in call order; an importer reads its options
+// from the copy it is prepared with.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+struct SETDATA {
+  uint32_t import_handle = 0;  // 1
+  std::string file_name;       // 2: one name, or several joined by "|"
+  int32_t file_type = 0;       // 3: selects the importer
+
+  int32_t import_location = 1;         // 4: location code, as ks_imp.h lists
+  int32_t use_entry_form = 0;          // 5
+  std::string entry_form_name;         // 6: kept only when 5 is non-zero
+  int32_t use_named_document = 0;      // 7
+  std::string named_document;          // 8: kept only when 7 is non-zero
+  int32_t delimiter_flags = 0;         // 9: delimiter bits, as ks_imp.h lists
+  int32_t delimiter_lines = 0;         // 10: the N of "every N lines"
+  std::string delimiter_string;        // 11
+  int32_t file_origin_ansi = 1;        // 12: non-zero ANSI, 0 OEM
+  int32_t auto_field_recognition = 0;  // 13
+  std::string date_from;               // 14
+  int32_t sort_order = 0;              // 15: 0 ascending, 1 descending
+  int32_t use_stored_settings = 0;     // 16
+  std::string date_to;                 // 17
+  int32_t full_header = 0;             // 18
+  std::string message_date_from;       // 19
+  int32_t save_attachments = 0;        // 20
+  std::string message_date_to;         // 21
+  std::string filter_name;             // 22
+  int32_t delete_after_import = 0;     // 23: honoured only inside the temporary import folder
+  int32_t reserved = 0;                // 24
+
+  std::string imap_server;        // 25
+  std::string imap_user;          // 26
+  std::string imap_password;      // 27
+  std::string imap_mailbox;       // 28
+  std::string firewall_server;    // 29
+  std::string firewall_user;      // 30
+  std::string firewall_password;  // 31
+  int32_t firewall_type = 0;      // 32
+  int32_t imap_port = 0;          // 33: low 16 bits only
+};

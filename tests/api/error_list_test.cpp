@@ -1,0 +1,40 @@
+// The error list: the first error of a handle is the one reported.
+#include "api/error_list.h"
+
+#include <gtest/gtest.h>
+
+#include "api/error_codes.h"
+#include "api/import_session.h"
+
+namespace {
+
+TEST(ImportErrorList, FirstErrorOfAHandleWins) {
+  ImportErrorList errors;
+  errors.Record(7, 98);
+  errors.Record(7, 11024);
+  EXPECT_EQ(errors.LastError(7), 98u);
+}
+
+TEST(ImportErrorList, HandleWithoutErrorsReportsTheInternalErrorNotNoError) {
+  ImportErrorList errors;
+  errors.Record(8, 95);
+  EXPECT_EQ(errors.LastError(7), error_code::kInternal);
+}
+
+TEST(ImportErrorList, ErrorsOfOtherHandlesDoNotInterfere) {
+  ImportErrorList errors;
+  errors.Record(1, 92);
+  errors.Record(2, 98);
+  EXPECT_EQ(errors.LastError(2), 98u);
+}
+
+TEST(ImportErrorList, ErrorsOutliveTheHandleRecord) {
+  CImportSession session;
+  const uint32_t handle = session.InitImportUsingFileHandle(3);
+  session.RecordError(handle, error_code::kCannotSaveDocument);
+  session.Import(handle, 0, 0, nullptr, nullptr);
+  ASSERT_FALSE(session.HandleExists(handle));
+  EXPECT_EQ(session.GetLastImportError(handle), error_code::kCannotSaveDocument);
+}
+
+}  // namespace

@@ -1,0 +1,30 @@
+// The guard at the C boundary turns anything thrown into the failure value.
+#include "api/export_guard.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+TEST(ExportGuard, PassesTheResultThrough) {
+  EXPECT_EQ(GuardExport([] { return 7u; }), 7u);
+}
+
+TEST(ExportGuard, AnythingThrownBecomesZero) {
+  EXPECT_EQ(GuardExport([]() -> uint32_t { throw std::bad_alloc(); }), 0u);
+  EXPECT_EQ(GuardExport([]() -> uint32_t { throw std::runtime_error("x"); }), 0u);
+  EXPECT_EQ(GuardExport([]() -> uint32_t { throw 42; }), 0u);
+}
+
+TEST(ExportGuard, FunctionsWithoutResultSwallowTheException) {
+  bool ran = false;
+  GuardExport([&] {
+    ran = true;
+    throw std::logic_error("x");
+  });
+  EXPECT_TRUE(ran);
+}
+
+}  // namespace

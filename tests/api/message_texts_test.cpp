@@ -1,0 +1,104 @@
+// Golden texts: every message exactly as hosts show it, read through
+// KSIMP_ImportErrorToString, and the buffer-size rule of that call.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "ks_imp.h"
+
+namespace {
+
+std::string TextOf(uint32_t code) {
+  char buffer[512];
+  if (KSIMP_ImportErrorToString(code, buffer, sizeof buffer) != 1) return "<not copied>";
+  return buffer;
+}
+
+const char kInternal[] = "An internal error has occured";
+
+TEST(MessageTexts, EveryCodeHasItsExactText) {
+  const std::pair<uint32_t, const char*> golden[] = {
+      {90, "There are no file sets to import."},
+      {91, "You must supply an Kestro filename."},
+      {92, "Unable to open Kestro file for importing."},
+      {93, "The Kestro file handle for importing is invalid"},
+      {94, "A parent window is required for this operation."},
+      {95, "You must supply a file name to import"},
+      {97, "Unable to set Kestro import parameters."},
+      {98, "Unable to save Kestro document."},
+      {11000, "No error occurred."},
+      {11001, "An internal error has occured"},
+      {11002, "The handle does not exist in the import set."},
+      {11003, "Insufficient memory to add string to ComboBox"},
+      {11004, "An unspecified error occurred."},
+      {11005, "Unable to add new import to the list."},
+      {11006, "The file %s, could not be located."},
+      {11007, "All or part of the path %s, is invalid."},
+      {11008, "The permitted number of open files was exceeded."},
+      {11009, "unable to open file"},
+      {11010, "There was an attempt to use an invalid file handle."},
+      {11011, "The current working directory cannot be removed."},
+      {11012, "There are no more directory entries."},
+      {11013, "There was an error trying to set the file pointer for %s."},
+      {11014, "There was a hardware error."},
+      {11015,
+       "There was a sharing violation on %s.  Make sure another application does not have "
+       "the file open."},
+      {11016, "There was an attempt to lock a region that was already locked of %s."},
+      {11017, "The disk is full."},
+      {11019, "The end of file %s, was reached."},
+      {11020, "You choose the wrong file type for this file.  Please try another file type."},
+      {11021, "Engine Error"},
+      {11024, "Could not open file."},
+      {11025, "Could not create instance of ADO object."},
+      {11026, "Please check that the database you are trying to import is not password protected."},
+      {12003, "The file is of an unsupported type."},
+      {12006,
+       "WordPerfect not properly installed.\nTo import WordPerfect files, you must have "
+       "WordPerfect installed on your computer."},
+      {12007,
+       "Microsoft Word not properly installed.\nTo import Microsoft Word files, you must "
+       "have Microsoft Word installed on your computer."},
+      {14000, "Could not copy Entry Form"},
+      {14001, "Could not open entry form."},
+      {14003, "The %1 database contains no tables and will not be imported."},
+      {14004, "This file contains no table and will not be imported."},
+      {14049, "Encryped PDF file encountered.  Unable to import the file."},
+      {14127, "Importing Attachment(s)"},
+  };
+  for (const auto& [code, text] : golden) EXPECT_EQ(TextOf(code), text) << "code " << code;
+}
+
+TEST(MessageTexts, CodesWithoutTextGiveTheInternalErrorText) {
+  for (uint32_t code : {0u, 1000u, 11018u, 12000u, 40003u, 99999u}) {
+    EXPECT_EQ(TextOf(code), kInternal) << "code " << code;
+  }
+}
+
+TEST(ImportErrorToString, BufferExactlyOneByteLongerThanTheTextFailsAndStaysUntouched) {
+  const size_t length = std::strlen(kInternal);
+  char buffer[64];
+  std::memset(buffer, '#', sizeof buffer);
+  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, static_cast<int32_t>(length + 1)), 0u);
+  EXPECT_EQ(std::string(buffer, sizeof buffer), std::string(sizeof buffer, '#'));
+}
+
+TEST(ImportErrorToString, BufferTwoBytesLongerThanTheTextSucceeds) {
+  const size_t length = std::strlen(kInternal);
+  char buffer[64];
+  std::memset(buffer, '#', sizeof buffer);
+  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, static_cast<int32_t>(length + 2)), 1u);
+  EXPECT_STREQ(buffer, kInternal);
+  EXPECT_EQ(buffer[length + 1], '#') << "nothing is written after the terminator";
+}
+
+TEST(ImportErrorToString, NullBufferOrNonPositiveSizeFails) {
+  char buffer[8] = "keep";
+  EXPECT_EQ(KSIMP_ImportErrorToString(90, nullptr, 100), 0u);
+  EXPECT_EQ(KSIMP_ImportErrorToString(90, buffer, 0), 0u);
+  EXPECT_EQ(KSIMP_ImportErrorToString(90, buffer, -5), 0u);
+  EXPECT_STREQ(buffer, "keep");
+}
+
+}  // namespace

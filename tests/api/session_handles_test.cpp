@@ -1,0 +1,117 @@
+// Import handle records: how handles are made, what a new record holds, and
+// what every query answers for a handle that does not exist.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "api/error_codes.h"
+#include "api/import_session.h"
+#include "ks_imp.h"
+
+namespace {
+
+TEST(ImportHandles, ManyHandlesMadeInTheSameSecondAreNonZeroAndDistinct) {
+  CImportSession session;
+  std::set<uint32_t> handles;
+  for (int i = 0; i < 1000; ++i) handles.insert(session.CreateHandle(1, false));
+  EXPECT_EQ(handles.size(), 1000u);
+  EXPECT_EQ(handles.count(0), 0u);
+}
+
+TEST(ImportHandles, ReplayedSequenceDrawsAgainPastLiveValues) {
+  CImportSession session;
+  std::set<uint32_t> handles;
+  for (int i = 0; i < 50; ++i) {
+    session.SeedHandleGenerator(1234);  // every handle starts from the same draw
+    handles.insert(session.CreateHandle(1, false));
+  }
+  EXPECT_EQ(handles.size(), 50u);
+  EXPECT_EQ(handles.count(0), 0u);
+}
+
+TEST(ImportHandles, NewRecordStartsWithTheNumberFormatDefaultsAndZeroCounters) {
+  CImportSession session;
+  const auto record = session.GetHandleRecord(session.CreateHandle(17, true));
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->database, 17u);
+  EXPECT_TRUE(record->owns_database);
+  EXPECT_FALSE(record->aborted);
+  EXPECT_EQ(record->total_bytes + record->current_bytes + record->documents_added, 0u);
+  EXPECT_EQ(record->number_format.currency_symbol, '$');
+  EXPECT_EQ(record->number_format.second_symbol, ' ');
+  EXPECT_EQ(record->number_format.symbol_flag, 1);
+  EXPECT_EQ(record->number_format.decimal_point, '.');
+  EXPECT_EQ(record->number_format.thousands_separator, ',');
+}
+
+TEST(ImportHandles, HostDatabaseHandleGivesARecordThatDoesNotOwnIt) {
+  CImportSession session;
+  const auto record = session.GetHandleRecord(session.InitImportUsingFileHandle(5));
+  ASSERT_TRUE(record);
+  EXPECT_FALSE(record->owns_database);
+}
+
+TEST(ImportHandles, DatabaseHandleZeroIsRefusedWithError93AgainstHandleZero) {
+  CImportSession session;
+  EXPECT_EQ(session.InitImportUsingFileHandle(0), 0u);
+  EXPECT_EQ(session.GetLastImportError(0), error_code::kInvalidDatabaseHandle);
+}
+
+TEST(ImportHandles, NullDatabasePathIsRefusedWithError91AgainstHandleZero) {
+  CImportSession session;
+  EXPECT_EQ(session.InitImportUsingFileName(nullptr), 0u);
+  EXPECT_EQ(session.GetLastImportError(0), error_code::kNoDatabaseFileName);
+}
+
+TEST(ImportHandles, CountersChangeOnlyThroughTheirHandle) {
+  CImportSession session;
+  const uint32_t a = session.CreateHandle(1, false);
+  const uint32_t b = session.CreateHandle(1, false);
+  session.AddTotalBytes(a, 100);
+  session.AddCurrentBytes(a, 30);
+  session.AddCurrentBytes(a, 12);
+  session.SetDocumentsAdded(a, 3);
+  EXPECT_EQ(session.GetTotalBytes(a), 100u);
+  EXPECT_EQ(session.GetCurrentBytes(a), 42u);
+  EXPECT_EQ(session.GetDocumentsAdded(a), 3u);
+  EXPECT_EQ(session.GetTotalBytes(b) + session.GetCurrentBytes(b), 0u);
+}
+
+TEST(ImportHandles, TotalBytesStopAtTheLargest32BitValue) {
+  CImportSession session;
+  const uint32_t h = session.CreateHandle(1, false);
+  session.AddTotalBytes(h, 0xFFFFFFF0u);
+  session.AddTotalBytes(h, 0x100);
+  EXPECT_EQ(session.GetTotalBytes(h), 0xFFFFFFFFu);
+}
+
+TEST(UnknownHandle, EveryQueryAnswersItsNotFoundValue) {
+  CImportSession session;
+  const uint32_t unknown = 12345;
+  EXPECT_FALSE(session.HandleExists(unknown));
+  EXPECT_FALSE(session.GetHandleRecord(unknown));
+  EXPECT_FALSE(session.SetAborted(unknown));
+  EXPECT_FALSE(session.IsAborted(unknown));
+  EXPECT_FALSE(session.AddTotalBytes(unknown, 1));
+  SETDATA record;
+  record.import_handle = unknown;
+  record.file_name = "a.txt";
+  EXPECT_FALSE(session.Queue(record));
+  EXPECT_FALSE(session.FirstQueued(unknown));
+  EXPECT_EQ(session.GetLastImportError(unknown), error_code::kInternal);
+}
+
+TEST(UnknownHandle, ExportedQueriesReturnZero) {
+  const uint32_t unknown = 0xDEAD;  // never made live by these tests
+  char name[4096] = "untouched";
+  EXPECT_EQ(KSIMP_GetTotalBytes(unknown), 0u);
+  EXPECT_EQ(KSIMP_GetCurBytes(unknown), 0u);
+  EXPECT_EQ(KSIMP_GetNumDocsAdded(unknown), 0u);
+  EXPECT_EQ(KSIMP_GetCurFile(unknown, name), 0u);
+  EXPECT_STREQ(name, "untouched");
+  EXPECT_EQ(KSIMP_Abort(unknown), 0u);
+  EXPECT_EQ(KSIMP_IsLogData(unknown), 0u);
+  EXPECT_EQ(KSIMP_Import(unknown, 0, 0, nullptr, nullptr), 0u);
+}
+
+}  // namespace
