@@ -80,9 +80,8 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
 }
 
 // The total bytes the host's progress bar runs to.  A file that cannot be
-// examined counts 0 and its cause goes to the log as a line; it is still
-// queued so that the import itself reports the failure the way the importer
-// sees it.
+// examined counts 0; it is still queued, and the importer that fails to open
+// it reports why, once, when the import reaches it.
 void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
   const uint32_t handle = record.import_handle;
   if (record.file_type == file_type::kOutlookFolder) {
@@ -92,11 +91,7 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
   uint64_t size = 0;
   for (const std::string& name : SplitFileNames(record.file_name)) {
     struct stat info {};
-    if (::stat(name.c_str(), &info) != 0) {
-      AddLogText(handle, FileErrorText(FileErrorCauseFromErrno(errno), name) + "\r\n");
-    } else if (S_ISDIR(info.st_mode)) {
-      AddLogText(handle, FileErrorText(FileErrorCause::kInvalidFile, name) + "\r\n");
-    } else {
+    if (::stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
       size += static_cast<uint64_t>(info.st_size);
     }
   }

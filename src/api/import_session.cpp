@@ -125,6 +125,24 @@ bool CImportSession::SetDocumentsAdded(uint32_t handle, uint32_t count) {
   return true;
 }
 
+bool CImportSession::AddDocumentsAdded(uint32_t handle, uint32_t count) {
+  SessionLockGuard session(lock_);
+  std::lock_guard data(data_mutex_);
+  ImportHandleRecord* record = FindRecordLocked(handle);
+  if (record == nullptr) return false;
+  record->documents_added = SaturatingAdd(record->documents_added, count);
+  return true;
+}
+
+bool CImportSession::SetLastDocument(uint32_t handle, uint64_t document) {
+  SessionLockGuard session(lock_);
+  std::lock_guard data(data_mutex_);
+  ImportHandleRecord* record = FindRecordLocked(handle);
+  if (record == nullptr) return false;
+  record->importer_value64 = static_cast<int64_t>(document);
+  return true;
+}
+
 uint32_t CImportSession::GetTotalBytes(uint32_t handle) {
   auto record = GetHandleRecord(handle);
   return record ? record->total_bytes : 0;

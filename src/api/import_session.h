@@ -55,6 +55,10 @@ class CImportSession {
   bool AddCurrentBytes(uint32_t handle, uint64_t bytes);
   bool SetCurrentBytes(uint32_t handle, uint32_t bytes);
   bool SetDocumentsAdded(uint32_t handle, uint32_t count);
+  bool AddDocumentsAdded(uint32_t handle, uint32_t count);
+  // The last document the import wrote (the per-import 64-bit value), so
+  // that the documents of the next file follow those of the last one.
+  bool SetLastDocument(uint32_t handle, uint64_t document);
   uint32_t GetTotalBytes(uint32_t handle);
   uint32_t GetCurrentBytes(uint32_t handle);
   uint32_t GetDocumentsAdded(uint32_t handle);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/setdata.h"
+#include "core/source_file.h"
 
 class CIMPImportBase {
  public:
@@ -49,10 +50,30 @@ class CIMPImportBase {
   uint32_t ImportHandle() const { return import_handle_; }
   const SETDATA& Options() const { return options_; }
 
+  // How the block-wise run loop turns the blocks of the source into
+  // documents.
+  enum class BlockMode {
+    kSplitByDelimiter,      // cut by the import's document delimiter
+    kWholeBlockIsDocument,  // each block is one document
+  };
+
+  // Opens the prepared file as the source.  When it cannot, records 11024
+  // against the import handle, logs why in the usual words and returns false.
+  bool OpenSource();
+
+  // The run loop of the text, HTML and rich-text importers: reads the source
+  // block by block and hands its documents to the engine.  1 on success or
+  // abort, 0 on failure (with the error recorded).
+  int RunBlockLoop(uint32_t import_handle, BlockMode mode, int32_t document_kind,
+                   size_t block_size);
+
+  SourceFile& Source() { return source_; }
+
  private:
   uint32_t import_handle_ = 0;
   SETDATA options_;  // the record this importer was prepared with
   int64_t carry_ = 0;
   bool first_file_ = false;
   std::string last_error_text_;
+  SourceFile source_;  // the file a block-wise importer reads
 };

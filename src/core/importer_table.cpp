@@ -3,20 +3,27 @@
 #include <algorithm>
 #include <iterator>
 
+#include "importers/text/text_import.h"
+
 namespace {
+
+template <typename Importer>
+std::unique_ptr<CIMPImportBase> Create() {
+  return std::make_unique<Importer>();
+}
 
 // Read top to bottom; every type not listed, 1001 included, has no importer.
 // The factories are filled in as the importers are written.
 constexpr ImporterRow kImporterRows[] = {
     {7, "CIMPWFWImport", nullptr, false},
-    {19, "CIMPRtfImport", nullptr, false},
+    {19, "CIMPRtfImport", Create<CIMPRtfImport>, false},
     {21, "CImpADO", nullptr, false},
     {703, "CImpADO", nullptr, false},
     {770, "CImpADO", nullptr, false},
     {771, "CImpADO", nullptr, false},
     {1114, "CImpADO", nullptr, false},
-    {108, "CIMPHtmlImport", nullptr, false},
-    {1000, "CIMPTextImport", nullptr, false},
+    {108, "CIMPHtmlImport", Create<CIMPHtmlImport>, false},
+    {1000, "CIMPTextImport", Create<CIMPTextImport>, false},
     {1002, "CIMPKestroDos", nullptr, false},
     {1003, nullptr, nullptr, true},
     {1007, nullptr, nullptr, true},

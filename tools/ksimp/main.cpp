@@ -14,8 +14,9 @@ namespace {
 
 // Every command of the host, in the order --help lists them.
 const ksimp::CommandSetup kCommands[] = {
-    ksimp::AddCreateCommand, ksimp::AddAddCommand,    ksimp::AddDocsCommand,
-    ksimp::AddShowCommand,   ksimp::AddSearchCommand, ksimp::AddExportCommand,
+    ksimp::AddCreateCommand, ksimp::AddImportCommand, ksimp::AddAddCommand,
+    ksimp::AddDocsCommand,   ksimp::AddShowCommand,   ksimp::AddSearchCommand,
+    ksimp::AddExportCommand,
 };
 
 }  // namespace
@@ -35,7 +36,7 @@ int main(int argc, char** argv) {
     app.exit(e);
     return 2;
   } catch (const ksimp::HostError& e) {
-    fmt::print(stderr, "ksimp: {}\n", e.what());
+    if (*e.what() != '\0') fmt::print(stderr, "ksimp: {}\n", e.what());
     return e.exit_status;
   } catch (const std::exception& e) {
     fmt::print(stderr, "ksimp: {}\n", e.what());

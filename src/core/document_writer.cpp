@@ -1,0 +1,114 @@
+#include "core/document_writer.h"
+
+#include "api/error_codes.h"
+#include "api/ks_imp_app.h"
+#include "ks_eng5.h"
+
+namespace {
+
+CImportSession& Session() {
+  return CKS_ImpApp::Instance().Session();
+}
+
+}  // namespace
+
+CDocumentWriter::CDocumentWriter(uint32_t import_handle, uint32_t database, const SETDATA& options,
+                                 int32_t kind)
+    : import_handle_(import_handle), database_(database), options_(options), kind_(kind) {
+  // Documents of a later file of the same import follow those of the earlier.
+  if (auto record = Session().GetHandleRecord(import_handle)) {
+    last_document_ = static_cast<uint64_t>(record->importer_value64);
+  }
+}
+
+CDocumentWriter::~CDocumentWriter() {
+  Abandon();
+}
+
+bool CDocumentWriter::Begin() {
+  if (!options_.use_entry_form || options_.entry_form_name.empty()) return true;
+  const int64_t form =
+      EngFindDocument(database_, KSENG_KIND_FORM, options_.entry_form_name.c_str());
+  if (form <= 0) {
+    Session().RecordError(import_handle_, error_code::kCannotOpenEntryForm);
+    return false;
+  }
+  form_ = static_cast<uint64_t>(form);
+  return true;
+}
+
+int32_t CDocumentWriter::AddPiece(std::string_view text) {
+  uint64_t anchor = last_document_;
+  if (anchor == 0 && options_.import_location == KSENG_LOC_AFTER_NAMED &&
+      !options_.named_document.empty()) {
+    const int64_t named =
+        EngFindDocument(database_, KSENG_KIND_TEXT, options_.named_document.c_str());
+    if (named > 0) anchor = static_cast<uint64_t>(named);
+  }
+  const auto length = static_cast<uint32_t>(text.size());
+  if (form_ != 0) {
+    return EngAddDocumentWithForm(database_, text.data(), 1, length, kind_,
+                                  options_.import_location, anchor, form_, nullptr, 0, 0, 0);
+  }
+  return EngAddDocument(database_, text.data(), 1, length, kind_, options_.import_location, anchor,
+                        nullptr, 0);
+}
+
+CDocumentWriter::Outcome CDocumentWriter::Save(std::string_view text, bool end_of_document,
+                                               uint64_t source_position) {
+  // The engine reads a zero length as "up to the terminator", so an empty
+  // piece is never handed over; an empty document is no document at all.
+  if (!text.empty()) {
+    int32_t status = AddPiece(text);
+    in_document_ = true;
+    while (status == KSENG_STATUS_SAVE_FIRST) {
+      if (Session().IsAborted(import_handle_)) {
+        Abandon();
+        return Outcome::kAborted;
+      }
+      status = EngSaveDocument(database_, nullptr, nullptr, 0, nullptr);
+    }
+    if (status != KSENG_STATUS_TAKEN) {
+      Abandon();
+      return Outcome::kFailed;
+    }
+    if (!end_of_document) {
+      Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+    }
+  }
+  if (!end_of_document) return Outcome::kSaved;
+  if (!in_document_) {
+    Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+    return Outcome::kSaved;
+  }
+  return Finish(source_position);
+}
+
+CDocumentWriter::Outcome CDocumentWriter::Finish(uint64_t source_position) {
+  // A named document that does not exist makes the engine refuse the save.
+  const char* named = (last_document_ == 0 && options_.import_location == KSENG_LOC_AFTER_NAMED &&
+                       !options_.named_document.empty())
+                          ? options_.named_document.c_str()
+                          : nullptr;
+  uint64_t id = 0;
+  int32_t status;
+  while ((status = EngSaveDocument(database_, named, nullptr, 1, &id)) == KSENG_STATUS_SAVE_FIRST) {
+  }
+  in_document_ = false;
+  if (status != KSENG_STATUS_TAKEN || id == 0) return Outcome::kFailed;
+  if (form_ != 0 && !EngAttachForm(database_, options_.entry_form_name.c_str())) {
+    return Outcome::kFailed;
+  }
+  last_document_ = id;
+  ++documents_saved_;
+  Session().SetLastDocument(import_handle_, id);
+  Session().AddDocumentsAdded(import_handle_, 1);
+  Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+  return Outcome::kSaved;
+}
+
+void CDocumentWriter::Abandon() {
+  if (!in_document_) return;
+  EngCancelDocument(database_);
+  in_document_ = false;
+}

@@ -1,0 +1,41 @@
+#include "importers/text/text_import.h"
+
+#include "ks_eng5.h"
+
+namespace {
+
+// Large enough to read quickly, small enough that memory stays flat.
+constexpr size_t kTextBlockSize = 1 << 20;
+// A rich-text file is one document as long as it fits one block; the block is
+// large so that real files are never cut (a cut would split the markup).
+constexpr size_t kRichTextBlockSize = 64 << 20;
+
+}  // namespace
+
+int CIMPTextImport::CheckFile(const std::string&) {
+  return 1;
+}
+
+int CIMPTextImport::Prepare(uint32_t import_handle, const SETDATA& record) {
+  CIMPImportBase::Prepare(import_handle, record);
+  return OpenSource() ? 1 : 0;
+}
+
+int CIMPTextImport::Run(uint32_t import_handle) {
+  return RunBlockLoop(import_handle, BlockMode::kSplitByDelimiter, KSENG_KIND_TEXT, kTextBlockSize);
+}
+
+int CIMPRtfImport::CheckFile(const std::string& file_name) {
+  SourceFile probe;
+  return probe.Open(file_name) ? 1 : 0;
+}
+
+int CIMPRtfImport::Prepare(uint32_t import_handle, const SETDATA& record) {
+  CIMPImportBase::Prepare(import_handle, record);
+  return OpenSource() ? 1 : 0;
+}
+
+int CIMPRtfImport::Run(uint32_t import_handle) {
+  return RunBlockLoop(import_handle, BlockMode::kWholeBlockIsDocument, KSENG_KIND_RICHTEXT,
+                      kRichTextBlockSize);
+}

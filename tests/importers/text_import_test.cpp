@@ -1,0 +1,223 @@
+// The plain-text, HTML and rich-text importers, end to end through the
+// exported interface into a real database.
+#include "importers/text/text_import.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "api/ks_imp_app.h"
+#include "api/write_file.h"
+#include "import_fixture.h"
+
+namespace {
+
+using Docs = std::vector<std::string>;
+
+class TextImport : public ImportFixture {};
+
+TEST_F(TextImport, WholeFileIsOneDocumentWithoutADelimiter) {
+  const std::string text = "first line\r\nsecond line\r\n\r\nlast line without end";
+  const auto outcome = Import({{WriteFile(dir_, "a.txt", text)}});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
+  EXPECT_EQ(Documents(), Docs{text});
+}
+
+TEST_F(TextImport, EachDelimiterKindCutsTheSource) {
+  const std::string source = "a1\r\na2\r\n\r\nb1\r\n\f\r\nc1\r\n--\r\nd1\r\n";
+  struct Case {
+    int32_t flags, lines;
+    const char* string;
+    Docs expected;
+  };
+  const Case cases[] = {
+      {2, 0, "", {"a1\r\na2\r\n\r\nb1\r\n", "c1\r\n--\r\nd1\r\n"}},
+      {1, 0, "", {"a1\r\na2\r\n", "b1\r\n\f\r\nc1\r\n--\r\nd1\r\n"}},
+      {4, 3, "", {"a1\r\na2\r\n\r\n", "b1\r\n\f\r\nc1\r\n", "--\r\nd1\r\n"}},
+      {8, 0, "--", {"a1\r\na2\r\n\r\nb1\r\n\f\r\nc1\r\n", "d1\r\n"}},
+  };
+  for (const Case& c : cases) {
+    TempDir scratch;
+    database_ = scratch.file("db.kst");
+    ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
+    QueuedFile file{WriteFile(scratch, "s.txt", source)};
+    file.delimiter_flags = c.flags;
+    file.delimiter_lines = c.lines;
+    file.delimiter_string = c.string;
+    const auto outcome = Import({file});
+    EXPECT_EQ(outcome.result, 1u) << "flags " << c.flags;
+    EXPECT_EQ(outcome.documents_added, c.expected.size()) << "flags " << c.flags;
+    EXPECT_EQ(Documents(), c.expected) << "flags " << c.flags;
+  }
+}
+
+TEST_F(TextImport, DocumentsLongerThanABlockArriveWhole) {
+  // Several MB of lines: the blocks end inside lines and inside documents.
+  std::string page;
+  for (int i = 0; i < 60000; ++i) page += "line " + std::to_string(i) + " of a long page\r\n";
+  const std::string source = page + "\f\r\n" + page + "tail without end";
+  QueuedFile file{WriteFile(dir_, "long.txt", source)};
+  file.delimiter_flags = 2;
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  const Docs docs = Documents();
+  ASSERT_EQ(docs.size(), 2u);
+  EXPECT_TRUE(docs[0] == page) << "first document differs, size " << docs[0].size();
+  EXPECT_TRUE(docs[1] == page + "tail without end");
+}
+
+TEST_F(TextImport, OemSourceIsConverted) {
+  QueuedFile file{WriteFile(dir_, "dos.txt",
+                            "Stra\xE1"
+                            "e \x9C"
+                            "5\r\n")};
+  file.origin_ansi = 0;
+  Import({file});
+  EXPECT_EQ(Documents(), Docs{"Stra\u00DFe \u00A35\r\n"});
+}
+
+TEST_F(TextImport, LaterFilesFollowEarlierOnesAtTheTop) {
+  Import({{WriteFile(dir_, "old.txt", "old")}});
+  QueuedFile one{WriteFile(dir_, "1.txt", "one\r\n\r\ntwo")};
+  one.location = 6;
+  one.delimiter_flags = 1;
+  QueuedFile three{WriteFile(dir_, "3.txt", "three")};
+  three.location = 6;
+  Import({one, three});
+  EXPECT_EQ(Documents(), (Docs{"one\r\n", "two", "three", "old"}));
+}
+
+TEST_F(TextImport, MissingNamedDocumentStopsWithError98) {
+  QueuedFile file{WriteFile(dir_, "a.txt", "text")};
+  file.location = 3;
+  file.named_document = "No such document";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_SAVE_DOCUMENT);
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(TextImport, BadSourcesAreReportedAndNothingImportedIsLost) {
+  const std::string good = WriteFile(dir_, "good.txt", "kept");
+  const std::string missing = dir_.file("missing.txt");
+  const auto outcome =
+      Import({{good}, {missing}, {dir_.path().string()}, {WriteFile(dir_, "late.txt", "late")}});
+  EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
+  EXPECT_NE(outcome.log.find("The file " + missing + ", could not be located."), std::string::npos)
+      << outcome.log;
+  EXPECT_NE(outcome.log.find("is a folder, not a file."), std::string::npos) << outcome.log;
+  EXPECT_EQ(outcome.documents_added, 2u);
+  EXPECT_EQ(Documents(), (Docs{"kept", "late"}));
+}
+
+TEST_F(TextImport, UnknownTypeEndsTheRunKeepingEarlierFiles) {
+  QueuedFile unknown{WriteFile(dir_, "b.txt", "never")};
+  unknown.type = 1001;
+  const auto outcome = Import({{WriteFile(dir_, "a.txt", "kept")}, unknown});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(Documents(), Docs{"kept"});
+}
+
+// A text importer that notes the progress counter when its file is done.
+struct ProgressNotingImport : CIMPTextImport {
+  explicit ProgressNotingImport(uint32_t* seen) : seen_(seen) {}
+  int Run(uint32_t handle) override {
+    const int result = CIMPTextImport::Run(handle);
+    *seen_ = CKS_ImpApp::Instance().Session().GetCurrentBytes(handle);
+    return result;
+  }
+  uint32_t* seen_;
+};
+
+TEST_F(TextImport, ProgressReachesTheFileSizeWhilePolledFromAnotherThread) {
+  const std::string path = WriteFile(dir_, "a.txt", std::string(3 << 20, 'x') + "\r\nend\r\n");
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  ASSERT_EQ(Queue(handle, {path}), 1u);
+  const uint32_t total = KSIMP_GetTotalBytes(handle);
+  EXPECT_EQ(total, std::filesystem::file_size(path));
+
+  uint32_t at_end = 0;
+  CImportSession& session = CKS_ImpApp::Instance().Session();
+  session.SetImporterFactory([&](int32_t) {
+    CreatedImporter created;
+    created.outcome = CreatedImporter::Outcome::kCreated;
+    created.importer = std::make_unique<ProgressNotingImport>(&at_end);
+    return created;
+  });
+  std::atomic<bool> done{false};
+  std::atomic<uint32_t> highest{0};
+  std::thread poller([&] {
+    char name[4096];
+    while (!done.load()) {
+      highest.store(std::max(highest.load(), KSIMP_GetCurBytes(handle)));
+      KSIMP_GetNumDocsAdded(handle);
+      KSIMP_GetCurFile(handle, name);
+      std::this_thread::yield();
+    }
+  });
+  uint32_t added = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u);
+  done.store(true);
+  poller.join();
+  session.SetImporterFactory(nullptr);
+  EXPECT_EQ(added, 1u);
+  EXPECT_EQ(at_end, total);
+  EXPECT_LE(highest.load(), total);
+}
+
+TEST_F(TextImport, AbortFromAnotherThreadKeepsWholeDocumentsOnly) {
+  std::string source;
+  for (int i = 0; i < 200000; ++i) source += "document " + std::to_string(i) + "\r\n\r\n";
+  QueuedFile file{WriteFile(dir_, "many.txt", source)};
+  file.delimiter_flags = 1;
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  ASSERT_EQ(Queue(handle, file), 1u);
+  std::atomic<bool> done{false};
+  std::thread aborter([&] {
+    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 1000) std::this_thread::yield();
+    KSIMP_Abort(handle);
+  });
+  uint32_t added = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "an abort is not a failure";
+  done.store(true);
+  aborter.join();
+  const Docs docs = Documents();
+  EXPECT_EQ(docs.size(), added);
+  EXPECT_GE(docs.size(), 1000u);
+  EXPECT_LT(docs.size(), 200000u) << "the abort was not noticed";
+  for (size_t i = 0; i < docs.size(); ++i) {
+    ASSERT_EQ(docs[i], "document " + std::to_string(i) + "\r\n") << "document " << i;
+  }
+}
+
+// Real HTML and rich-text files written by other software: each is one
+// document holding the file's bytes exactly.
+TEST_F(TextImport, CorpusHtmlAndRtfFilesAreOneDocumentEach) {
+  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus";
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
+  std::vector<QueuedFile> files;
+  Docs expected;
+  for (const auto& [folder, type] : {std::pair{"html", 108}, std::pair{"rtf", 19}}) {
+    for (const auto& entry : std::filesystem::directory_iterator(corpus / folder)) {
+      std::ifstream in(entry.path(), std::ios::binary);
+      std::string bytes((std::istreambuf_iterator<char>(in)), {});
+      if (bytes.find_first_not_of(" \t\r\n") == std::string::npos) continue;
+      files.push_back({entry.path().string(), type});
+      expected.push_back(bytes);
+    }
+  }
+  ASSERT_FALSE(files.empty());
+  const auto outcome = Import(files);
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, files.size());
+  const Docs docs = Documents();
+  ASSERT_EQ(docs.size(), expected.size());
+  for (size_t i = 0; i < docs.size(); ++i) EXPECT_TRUE(docs[i] == expected[i]) << files[i].path;
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+// Shows an import's progress while it runs: a bar redrawn in place on a
+// terminal, or a plain line every few seconds when the output is a file or
+// a pipe.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace ksimp {
+
+struct ProgressSnapshot {
+  uint64_t total_bytes = 0;
+  uint64_t current_bytes = 0;
+  uint32_t documents = 0;
+  std::string current_file;
+};
+
+class ProgressDisplay {
+ public:
+  explicit ProgressDisplay(FILE* out);
+  void Show(const ProgressSnapshot& snapshot);
+  // Clears the bar so that later lines start on a clean line.
+  void Finish();
+
+ private:
+  FILE* out_;
+  bool terminal_;
+  bool drawn_ = false;
+  std::chrono::steady_clock::time_point last_line_;
+};
+
+}  // namespace ksimp
