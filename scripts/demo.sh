@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The main job on a fresh machine: installs what is missing, builds, then adds
-# real files to a new embedded database and shows what it holds.
+# The main job on a fresh machine: installs what is missing, builds, imports
+# real files into a new embedded database and shows what it holds.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/install-deps.sh"
@@ -10,14 +10,22 @@ ksimp=$dir/tools/ksimp/ksimp
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-demo.XXXXXX")
 db=$work/demo.kst
-inputs=("$root/README.md" "$root/docs/engine.md" "$root/include/ks_eng5.h")
+corpus=$root/../shared/corpus
 
 set -x
 "$ksimp" create "$db"
-"$ksimp" add "$db" "${inputs[@]}"
+# The project's own notes, one document per paragraph.
+"$ksimp" import "$db" "$root/README.md" "$root/docs/engine.md" --delimiter blankline
+{ set +x; } 2>/dev/null
+if [ -d "$corpus" ]; then
+  set -x
+  # Web pages and rich-text files written by other software, one document each.
+  "$ksimp" import "$db" "$corpus"/html/*.html "$corpus"/rtf/*.rtf
+  { set +x; } 2>/dev/null
+fi
+set -x
 "$ksimp" docs "$db"
 "$ksimp" search "$db" "database"
 "$ksimp" export "$db" "$work/export"
-set +x
-ls -l "$work/export"
-echo "The database is $db"
+{ set +x; } 2>/dev/null
+echo "The database is $db; its documents are exported to $work/export"

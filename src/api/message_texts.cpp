@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <span>
 
 #include "api/error_codes.h"
 
@@ -56,20 +57,58 @@ constexpr MessageRow kMessages[] = {
     {12007,
      "Microsoft Word not properly installed.\nTo import Microsoft Word files, you must have "
      "Microsoft Word installed on your computer."},
+    // 13000-13012 say why a column header string did not validate; the
+    // blank that ends 13000 and the two in 13004 belong to the texts.
+    {13000, "Type string missing "},
+    {13001, "String must be either CSV or FXD."},
+    {13002, "Number of fields missing."},
+    {13003, "Number of fields must be greater than or eqaul to 0."},
+    {13004, "Length of Name  field must be greater than or equal to 0."},
+    {13005, "Column position must be greater than or eqaul to 0."},
+    {13006, "Column position is missing."},
+    {13007, "Length of delimiter list must be greater than 0."},
+    {13008, "Delimiter string is missing."},
+    {13009, "TreatConsectiveDelimitersAsOne must be either 0 or 1."},
+    {13010, "Length of field must be eqaul to or greater than 0."},
+    {13011, "Length of field missing."},
+    {13012, "Invalid column header string."},
     {14000, "Could not copy Entry Form"},
     {14001, "Could not open entry form."},
     {14003, "The %1 database contains no tables and will not be imported."},
     {14004, "This file contains no table and will not be imported."},
+    // 14045 and 14053 refuse an option change in the import dialog (their
+    // captions are below); the two blanks before "when" belong to the text.
+    {14045,
+     "You cannot set the Save Attachments option  when a document Delimiter is defined.\n\nSet "
+     "the Document Delimiter to \"None\" before selecting the Save Attachments option."},
     {14049, "Encryped PDF file encountered.  Unable to import the file."},
+    {14053,
+     "You cannot define a Document Delimiter when the Save Attachments option is set to "
+     "\"Yes\".\n\nSet the Save Attachments option to \"No\" before you set the Document "
+     "Delimiter."},
     {14127, "Importing Attachment(s)"},
 };
+
+// The titles of the messages that are shown in a message box.
+constexpr MessageRow kCaptions[] = {
+    {14045, "Cannot Set Save Attachments"},
+    {14053, "Cannot Set Document Delimiter"},
+};
+
+std::string_view FindText(std::span<const MessageRow> rows, uint32_t id) {
+  const auto row =
+      std::find_if(rows.begin(), rows.end(), [id](const MessageRow& r) { return r.id == id; });
+  return row == rows.end() ? std::string_view{} : row->text;
+}
 
 }  // namespace
 
 std::string_view MessageText(uint32_t id) {
-  const auto* row = std::find_if(std::begin(kMessages), std::end(kMessages),
-                                 [id](const MessageRow& r) { return r.id == id; });
-  return row == std::end(kMessages) ? std::string_view{} : row->text;
+  return FindText(kMessages, id);
+}
+
+std::string_view MessageCaption(uint32_t id) {
+  return FindText(kCaptions, id);
 }
 
 std::string_view ErrorText(uint32_t code) {

@@ -9,6 +9,10 @@
 // The text whose identifier is `id`; empty when there is none.
 std::string_view MessageText(uint32_t id);
 
+// The title of the message box that shows message `id`; empty when the
+// message is not shown in one.
+std::string_view MessageCaption(uint32_t id);
+
 // The text shown for an error code: its own, or the internal-error text when
 // the code has none (or an empty one).
 std::string_view ErrorText(uint32_t code);

@@ -17,6 +17,12 @@ bool IsBlankChar(char c) {
   return c == ' ' || c == '\t';
 }
 
+// Position of the first `byte` in data[from, size), or size when none.
+size_t FindByte(const char* data, size_t from, size_t size, char byte) {
+  const void* at = std::memchr(data + from, byte, size - from);
+  return at == nullptr ? size : static_cast<size_t>(static_cast<const char*>(at) - data);
+}
+
 }  // namespace
 
 DocumentSplitter::DocumentSplitter(DocumentDelimiter delimiter) : delimiter_(std::move(delimiter)) {
@@ -63,14 +69,17 @@ bool DocumentSplitter::ScanLines(bool end_of_source, const PieceSink& sink) {
   const std::string_view end_string = delimiter_.end_string;
   const char* data = buffer_.data();
   const size_t size = buffer_.size();
+  size_t next_cr = FindByte(data, scan_pos_, size, '\r');
+  size_t next_lf = FindByte(data, scan_pos_, size, '\n');
 
   while (scan_pos_ < size) {
     // Find the line: [begin, content_end) is its text, [content_end, line_end) its line end.
     size_t begin = scan_pos_;
-    size_t content_end = begin;
-    while (content_end < size && data[content_end] != '\n' && data[content_end] != '\r') {
-      ++content_end;
-    }
+    // The next CR and the next LF are each found with memchr and kept until
+    // the scan passes them, which reads every byte about once.
+    if (next_cr < begin) next_cr = FindByte(data, begin, size, '\r');
+    if (next_lf < begin) next_lf = FindByte(data, begin, size, '\n');
+    size_t content_end = std::min(next_cr, next_lf);
     size_t line_end;
     if (content_end == size) {
       if (!end_of_source) {

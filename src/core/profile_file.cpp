@@ -17,6 +17,12 @@ char LowerAscii(char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+std::string LowerAscii(std::string_view s) {
+  std::string lower(s);
+  for (char& c : lower) c = LowerAscii(c);
+  return lower;
+}
+
 }  // namespace
 
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
@@ -41,7 +47,7 @@ std::optional<ProfileFile> ProfileFile::Parse(std::string_view text, Strictness 
       const std::string_view name = Trim(line.substr(1, line.size() - 2));
       current = file.FindSection(name);
       if (current == nullptr) {
-        file.sections_.push_back({std::string(name), {}});
+        file.sections_.push_back({std::string(name), {}, {}});
         current = &file.sections_.back();
       }
       continue;
@@ -57,11 +63,23 @@ std::optional<ProfileFile> ProfileFile::Parse(std::string_view text, Strictness 
     const std::string_view key = Trim(line.substr(0, equals));
     const std::string_view value = Trim(line.substr(equals + 1));
     // The first occurrence of a key wins, as profile readers do.
-    const bool known = std::any_of(current->entries.begin(), current->entries.end(),
-                                   [&](const Entry& e) { return EqualsIgnoreCase(e.key, key); });
-    if (!known) current->entries.push_back({std::string(key), std::string(value)});
+    if (current->Find(key) == nullptr) current->Append(key, value);
   }
   return file;
+}
+
+const ProfileFile::Entry* ProfileFile::Section::Find(std::string_view key) const {
+  const auto it = index.find(LowerAscii(key));
+  return it == index.end() ? nullptr : &entries[it->second];
+}
+
+ProfileFile::Entry* ProfileFile::Section::Find(std::string_view key) {
+  return const_cast<Entry*>(std::as_const(*this).Find(key));
+}
+
+void ProfileFile::Section::Append(std::string_view key, std::string_view value) {
+  index.emplace(LowerAscii(key), entries.size());
+  entries.push_back({std::string(key), std::string(value)});
 }
 
 const ProfileFile::Section* ProfileFile::FindSection(std::string_view name) const {
@@ -78,10 +96,9 @@ ProfileFile::Section* ProfileFile::FindSection(std::string_view name) {
 std::optional<std::string> ProfileFile::Get(std::string_view section, std::string_view key) const {
   const Section* s = FindSection(section);
   if (s == nullptr) return std::nullopt;
-  for (const auto& entry : s->entries) {
-    if (EqualsIgnoreCase(entry.key, key)) return entry.value;
-  }
-  return std::nullopt;
+  const Entry* entry = s->Find(key);
+  if (entry == nullptr) return std::nullopt;
+  return entry->value;
 }
 
 std::string ProfileFile::GetOr(std::string_view section, std::string_view key,
@@ -93,16 +110,14 @@ std::string ProfileFile::GetOr(std::string_view section, std::string_view key,
 void ProfileFile::Set(std::string_view section, std::string_view key, std::string_view value) {
   Section* s = FindSection(section);
   if (s == nullptr) {
-    sections_.push_back({std::string(section), {}});
+    sections_.push_back({std::string(section), {}, {}});
     s = &sections_.back();
   }
-  for (auto& entry : s->entries) {
-    if (EqualsIgnoreCase(entry.key, key)) {
-      entry.value = value;
-      return;
-    }
+  if (Entry* entry = s->Find(key)) {
+    entry->value = value;
+    return;
   }
-  s->entries.push_back({std::string(key), std::string(value)});
+  s->Append(key, value);
 }
 
 bool ProfileFile::Remove(std::string_view section, std::string_view key) {
@@ -112,6 +127,8 @@ bool ProfileFile::Remove(std::string_view section, std::string_view key) {
                                [&](const Entry& e) { return EqualsIgnoreCase(e.key, key); });
   if (it == s->entries.end()) return false;
   s->entries.erase(it);
+  s->index.clear();
+  for (size_t i = 0; i < s->entries.size(); ++i) s->index.emplace(LowerAscii(s->entries[i].key), i);
   return true;
 }
 

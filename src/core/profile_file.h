@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace ks::core {
@@ -50,6 +51,13 @@ class ProfileFile {
   struct Section {
     std::string name;
     std::vector<Entry> entries;
+    // Lower-cased key -> its place in entries, so that files of many
+    // thousand keys (one per column of a wide layout) read in linear time.
+    std::unordered_map<std::string, size_t> index;
+
+    const Entry* Find(std::string_view key) const;
+    Entry* Find(std::string_view key);
+    void Append(std::string_view key, std::string_view value);
   };
   const Section* FindSection(std::string_view name) const;
   Section* FindSection(std::string_view name);

@@ -50,5 +50,24 @@ TEST(ProfileFile, RoundTripKeepsOrderAndValuesWithEqualsSigns) {
   EXPECT_EQ(again->Serialize(), file.Serialize());
 }
 
+TEST(ProfileFile, KeysAfterARemovedOneAreStillFoundAndUpdatedInPlace) {
+  ProfileFile file = *ProfileFile::Parse("[s]\na=1\nb=2\nc=3\n", ProfileFile::Strictness::kStrict);
+  EXPECT_TRUE(file.Remove("s", "A"));
+  EXPECT_EQ(file.Get("s", "c"), "3");
+  file.Set("s", "B", "two");
+  EXPECT_EQ(file.Serialize(), "[s]\r\nb=two\r\nc=3\r\n");
+}
+
+TEST(ProfileFile, ManyThousandKeysReadBack) {
+  std::string text = "[Header Section]\n";
+  for (int i = 1; i <= 50000; ++i)
+    text += "header" + std::to_string(i) + "=n" + std::to_string(i) + "\n";
+  auto file = ProfileFile::Parse(text, ProfileFile::Strictness::kStrict);
+  ASSERT_TRUE(file);
+  for (int i = 1; i <= 50000; ++i) {
+    ASSERT_EQ(file->Get("header section", "HEADER" + std::to_string(i)), "n" + std::to_string(i));
+  }
+}
+
 }  // namespace
 }  // namespace ks::core

@@ -1,0 +1,199 @@
+// Throughput of importing the benchmark's large text file (pages cut at form
+// feeds) through the exported interface, beside reading the same file and a
+// plain SQLite insert of the same pages, all measured in the same run.
+//
+//   import_bench [notes.txt] [folder]
+//
+// The file defaults to $BENCH_DATA/notes.txt (BENCH_DATA defaults to
+// ${TMPDIR:-/tmp}/bench-data; make it with the shared generators:
+// "python3 gen_text.py --scale 1").  folder (or TMPDIR, else /tmp) receives
+// the database files, removed afterwards.  Each figure is the best of three.
+//
+// The import's time includes the engine's full-text index, which is brought
+// up to date before the import returns.  To show the index's cost on its own,
+// the same pages are also added straight through the engine, with the adding
+// and the final EngEndAdd (commit + index) timed apart.
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ks_eng5.h"
+#include "ks_imp.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+[[noreturn]] void Fail(const std::string& what) {
+  fmt::print(stderr, "import_bench: {}\n", what);
+  std::exit(1);
+}
+
+std::string DefaultInput() {
+  if (const char* data = std::getenv("BENCH_DATA"); data != nullptr && *data != '\0') {
+    return std::string(data) + "/notes.txt";
+  }
+  const char* tmp = std::getenv("TMPDIR");
+  return std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/bench-data/notes.txt";
+}
+
+// Reads the file block by block and throws the bytes away, as cat > /dev/null.
+double TimeRead(const std::string& path, std::string* whole) {
+  const auto start = Clock::now();
+  const int fd = open(path.c_str(), O_RDONLY);
+  if (fd < 0) Fail("cannot read " + path);
+  std::vector<char> block(1 << 20);
+  ssize_t got;
+  while ((got = read(fd, block.data(), block.size())) > 0) {
+    if (whole != nullptr) whole->append(block.data(), static_cast<size_t>(got));
+  }
+  close(fd);
+  return Seconds(start);
+}
+
+// The pages of the file as the import cuts them: a line holding a single
+// form feed separates two pages and belongs to neither.
+std::vector<std::string_view> Pages(std::string_view text) {
+  std::vector<std::string_view> pages;
+  size_t start = 0;
+  for (size_t at; (at = text.find("\f\r\n", start)) != std::string_view::npos; start = at + 3) {
+    pages.push_back(text.substr(start, at - start));
+  }
+  pages.push_back(text.substr(start));
+  return pages;
+}
+
+double TimePlainInsert(const std::string& path, const std::vector<std::string_view>& pages) {
+  unlink(path.c_str());
+  sqlite3* db = nullptr;
+  sqlite3_open(path.c_str(), &db);
+  sqlite3_exec(db,
+               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
+               "PRAGMA cache_size = -32768; CREATE TABLE t(b BLOB);",
+               nullptr, nullptr, nullptr);
+  sqlite3_stmt* insert = nullptr;
+  sqlite3_prepare_v2(db, "INSERT INTO t(b) VALUES(?1)", -1, &insert, nullptr);
+  const auto start = Clock::now();
+  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+  for (const auto page : pages) {
+    sqlite3_bind_blob(insert, 1, page.data(), static_cast<int>(page.size()), SQLITE_STATIC);
+    if (sqlite3_step(insert) != SQLITE_DONE) Fail(sqlite3_errmsg(db));
+    sqlite3_reset(insert);
+  }
+  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+  const double seconds = Seconds(start);
+  sqlite3_finalize(insert);
+  sqlite3_close(db);
+  unlink(path.c_str());
+  return seconds;
+}
+
+struct ImportFigures {
+  double seconds = 0;
+  uint32_t documents = 0;
+};
+
+ImportFigures TimeImport(const std::string& database, const std::string& input) {
+  unlink(database.c_str());
+  if (!EngCreateDatabase(database.c_str(), nullptr, nullptr, 0)) Fail("cannot create database");
+  const auto start = Clock::now();
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database.c_str());
+  if (handle == 0) Fail("cannot start the import");
+  if (!KSIMP_AddFileToImport(handle, input.c_str(), 1000, 1, 0, nullptr, 0, nullptr, 2, 0, nullptr,
+                             1, 0, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, 0,
+                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0)) {
+    Fail("cannot queue " + input);
+  }
+  ImportFigures figures;
+  if (KSIMP_Import(handle, 0, 0, nullptr, &figures.documents) != 1) Fail("the import failed");
+  figures.seconds = Seconds(start);
+  unlink(database.c_str());
+  return figures;
+}
+
+struct EngineFigures {
+  double adding = 0;
+  double index = 0;
+};
+
+EngineFigures TimeEngine(const std::string& database, const std::vector<std::string_view>& pages) {
+  unlink(database.c_str());
+  if (!EngCreateDatabase(database.c_str(), nullptr, nullptr, 0)) Fail("cannot create database");
+  const uint32_t db = EngOpenDatabase(database.c_str(), KSENG_ACCESS_READWRITE, 2);
+  char marker = '[';
+  EngineFigures figures;
+  auto start = Clock::now();
+  EngBeginAdd(db, &marker);
+  uint64_t previous = 0;
+  for (const auto page : pages) {
+    int32_t status = EngAddDocument(db, page.data(), 1, static_cast<uint32_t>(page.size()),
+                                    KSENG_KIND_TEXT, KSENG_LOC_END, previous, nullptr, 0);
+    while (status == KSENG_STATUS_SAVE_FIRST) {
+      status = EngSaveDocument(db, nullptr, nullptr, 0, nullptr);
+    }
+    if (status != KSENG_STATUS_TAKEN ||
+        EngSaveDocument(db, nullptr, nullptr, 1, &previous) != KSENG_STATUS_TAKEN) {
+      Fail("the engine refused a page");
+    }
+  }
+  figures.adding = Seconds(start);
+  start = Clock::now();
+  EngEndAdd(db, 0, 0, marker, nullptr);
+  figures.index = Seconds(start);
+  EngCloseDatabase(db);
+  unlink(database.c_str());
+  return figures;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string input = argc > 1 ? argv[1] : DefaultInput();
+  std::string folder = argc > 2 ? argv[2] : "";
+  if (folder.empty()) {
+    const char* tmp = std::getenv("TMPDIR");
+    folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
+  }
+  std::string text;
+  TimeRead(input, &text);  // warms the page cache and keeps the bytes for the plain insert
+  const double megabytes = static_cast<double>(text.size()) / 1e6;
+  const std::vector<std::string_view> pages = Pages(text);
+
+  double read = 1e9, plain = 1e9, import = 1e9, adding = 1e9, index = 1e9;
+  uint32_t documents = 0;
+  for (int round = 0; round < 3; ++round) {
+    read = std::min(read, TimeRead(input, nullptr));
+    plain = std::min(plain, TimePlainInsert(folder + "/import_bench_plain.db", pages));
+    const ImportFigures imported = TimeImport(folder + "/import_bench.kst", input);
+    import = std::min(import, imported.seconds);
+    documents = imported.documents;
+    const EngineFigures engine = TimeEngine(folder + "/import_bench_engine.kst", pages);
+    adding = std::min(adding, engine.adding);
+    index = std::min(index, engine.index);
+  }
+
+  fmt::print("{}: {:.1f} MB, {} pages; the import made {} documents\n", input, megabytes,
+             pages.size(), documents);
+  fmt::print("  read (cat)                  {:7.3f} s  {:8.1f} MB/s\n", read, megabytes / read);
+  fmt::print("  plain SQLite insert         {:7.3f} s  {:8.1f} MB/s\n", plain, megabytes / plain);
+  fmt::print("  import incl. index          {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
+             import, megabytes / import, plain / import);
+  fmt::print("  engine adding, no index     {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
+             adding, megabytes / adding, plain / adding);
+  fmt::print("  full-text index (EngEndAdd) {:7.3f} s  {:8.1f} MB/s\n", index, megabytes / index);
+  fmt::print("  import less the index       {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
+             import - index, megabytes / (import - index), plain / (import - index));
+  return 0;
+}

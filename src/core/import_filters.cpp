@@ -1,0 +1,30 @@
+#include "core/import_filters.h"
+
+#include <algorithm>
+
+#include "core/default_filters.h"
+#include "core/filter_list_store.h"
+
+namespace ks::core {
+
+CImportFilters CImportFilters::Build(const std::filesystem::path& config_path,
+                                     const std::filesystem::path& odbc_folder) {
+  ConfigStore store = ConfigStore::Load(config_path);
+  const InstalledHelpers installed = FindInstalledHelpers(store.values(), odbc_folder);
+  CImportFilters list(DefaultImportFilters(installed));
+  StoreFilterList(store.values(), list.filters_);
+  store.Save();
+  return list;
+}
+
+CImportFilters CImportFilters::ReadKept(const std::filesystem::path& config_path) {
+  return CImportFilters(ReadFilterList(ConfigStore::Load(config_path)));
+}
+
+const ImportFilter* CImportFilters::FindByFileType(int32_t file_type) const {
+  const auto found = std::find_if(filters_.begin(), filters_.end(),
+                                  [file_type](const auto& f) { return f.file_type == file_type; });
+  return found == filters_.end() ? nullptr : &*found;
+}
+
+}  // namespace ks::core
