@@ -251,6 +251,53 @@ KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle);
  * terminated. */
 KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size);
 
+/* ---- File types and options ------------------------------------------ */
+/* The import options a file type may offer, as bits of its option mask. */
+#define KSIMP_OPT_FILE_ORIGIN 1u
+#define KSIMP_OPT_IMPORT_LOCATION 2u
+#define KSIMP_OPT_DOCUMENT_DELIMITER 4u
+#define KSIMP_OPT_ENTRY_FORM 8u
+#define KSIMP_OPT_AUTO_FIELDS 16u
+#define KSIMP_OPT_DATE_RANGE 32u
+#define KSIMP_OPT_SORT_ORDER 64u
+#define KSIMP_OPT_STORED_SETTINGS 128u
+#define KSIMP_OPT_MESSAGE_DATE_RANGE 256u
+#define KSIMP_OPT_FULL_HEADER 512u
+#define KSIMP_OPT_SAVE_ATTACHMENTS 1024u
+#define KSIMP_OPT_FILTER 2048u
+
+/* Number of file types offered on this machine.  The list is built for what
+ * is installed here and kept in the per-user configuration.  Returns 0 when
+ * the configuration is damaged or cannot be written; the file is then left
+ * as it is and the reason is in the log of handle 0 (KSIMP_GetLogData). */
+KSIMP_API uint32_t KSIMP_GetFileTypeCount(void);
+
+/* Describes offered file type `index` (0-based, in list order): its number,
+ * its option mask and, each into its own buffer, its name, its extensions
+ * (blank-separated, without dots; "*" for any file) and its description.
+ * Any pointer may be NULL.  Texts follow the rule of
+ * KSIMP_ImportErrorToString (text plus terminator strictly shorter than the
+ * size).  Returns 1, or 0 for an index past the end or a buffer too small. */
+KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uint32_t* option_mask,
+                                         char* name, int32_t name_size, char* extensions,
+                                         int32_t extensions_size, char* description,
+                                         int32_t description_size);
+
+/* The options a file type offers (KSIMP_OPT_ bits).  KSIMP_AddFileToImport
+ * gives every option the type does not offer its default.  A type that the
+ * list does not offer (fixed width, mail sources) keeps every option. */
+KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type);
+
+/* The row label of one option bit, e.g. "File Origin" for
+ * KSIMP_OPT_FILE_ORIGIN.  Returns 1 when copied (same size rule), else 0. */
+KSIMP_API uint32_t KSIMP_GetOptionLabel(uint32_t option, char* buffer, int32_t size);
+
+/* The caption of the box a message is shown in (14045: "Cannot Set Save
+ * Attachments", 14053: "Cannot Set Document Delimiter").  The message text
+ * itself comes from KSIMP_ImportErrorToString.  Returns 1 when copied, 0
+ * when the message has no caption or the buffer is too small. */
+KSIMP_API uint32_t KSIMP_GetMessageCaption(uint32_t code, char* buffer, int32_t size);
+
 /* ---- E-mail imports ---------------------------------------------------- */
 /* Declared for the host; e-mail imports are not available in this build yet.
  * Each returns its failure value (0, or nothing) and changes nothing. */

@@ -5,8 +5,11 @@
 #include <utility>
 
 #include "api/export_guard.h"
+#include "api/file_type_offers.h"
 #include "api/ks_imp_app.h"
 #include "api/message_texts.h"
+#include "core/config_store.h"
+#include "core/option_mask.h"
 #include "ks_imp.h"
 
 namespace {
@@ -134,6 +137,59 @@ KSIMP_API uint32_t KSIMP_GetLastImportError(uint32_t handle) {
 
 KSIMP_API uint32_t KSIMP_ImportErrorToString(uint32_t code, char* buffer, int32_t size) {
   return GuardExport([&] { return CopyErrorText(code, buffer, size); });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileTypeCount(void) {
+  return GuardExport([&] {
+    try {
+      return static_cast<uint32_t>(file_type_offers::OfferedFileTypes().size());
+    } catch (const ks::core::ConfigError& e) {
+      Session().AddLogText(0, std::string(e.what()) + "\r\n");
+      return 0u;
+    }
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uint32_t* option_mask,
+                                         char* name, int32_t name_size, char* extensions,
+                                         int32_t extensions_size, char* description,
+                                         int32_t description_size) {
+  return GuardExport([&] {
+    const auto filters = file_type_offers::OfferedFileTypes();
+    if (index >= filters.size()) return 0u;
+    const auto& filter = filters[index];
+    if (file_type != nullptr) *file_type = filter.file_type;
+    if (option_mask != nullptr) *option_mask = filter.option_mask;
+    const auto copy = [](const std::string& text, char* buffer, int32_t size) {
+      return buffer == nullptr || CopyTextStrictly(text, buffer, size) == 1;
+    };
+    const bool copied = copy(filter.name, name, name_size) &&
+                        copy(filter.extensions, extensions, extensions_size) &&
+                        copy(filter.description, description, description_size);
+    return copied ? 1u : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type) {
+  return GuardExport([&] { return file_type_offers::OptionMaskOf(file_type); });
+}
+
+KSIMP_API uint32_t KSIMP_GetOptionLabel(uint32_t option, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    for (const auto known : ks::core::kOptionsInMaskOrder) {
+      if (static_cast<uint32_t>(known) == option) {
+        return CopyTextStrictly(ks::core::OptionRowLabel(known), buffer, size);
+      }
+    }
+    return 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetMessageCaption(uint32_t code, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const std::string_view caption = MessageCaption(code);
+    return caption.empty() ? 0u : CopyTextStrictly(caption, buffer, size);
+  });
 }
 
 KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle) {

@@ -16,6 +16,7 @@
 #include "api/error_codes.h"
 #include "api/file_error_text.h"
 #include "api/file_names.h"
+#include "api/file_type_offers.h"
 #include "api/import_session.h"
 #include "api/message_texts.h"
 #include "core/file_types.h"
@@ -71,6 +72,11 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
     RecordError(handle, error_code::kCannotQueueImport);
     return 0;
   }
+  // An option the file type does not offer reaches the importer as its
+  // default, never as whatever the caller happened to pass.
+  std::string warning;
+  file_type_offers::ApplyFileTypeOptions(record, &warning);
+  if (!warning.empty()) AddLogText(handle, warning + "\r\n");
   AddSourceSizeToTotal(record);
   if (!Queue(std::move(record))) {
     RecordError(handle, error_code::kCannotQueueImport);

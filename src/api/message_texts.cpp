@@ -117,8 +117,11 @@ std::string_view ErrorText(uint32_t code) {
 }
 
 uint32_t CopyErrorText(uint32_t code, char* buffer, int32_t size) {
+  return CopyTextStrictly(ErrorText(code), buffer, size);
+}
+
+uint32_t CopyTextStrictly(std::string_view text, char* buffer, int32_t size) {
   if (buffer == nullptr) return 0;
-  std::string_view text = ErrorText(code);
   if (static_cast<int64_t>(text.size()) + 1 >= size) return 0;
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = '\0';

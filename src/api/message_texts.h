@@ -21,3 +21,8 @@ std::string_view ErrorText(uint32_t code);
 // are strictly shorter than `size`; returns 1 then, else 0 with the buffer
 // untouched.
 uint32_t CopyErrorText(uint32_t code, char* buffer, int32_t size);
+
+// Copies `text` with its terminator when the two are strictly shorter than
+// `size` (the rule of every text the library hands a host); returns 1 then,
+// else 0 with the buffer untouched.
+uint32_t CopyTextStrictly(std::string_view text, char* buffer, int32_t size);

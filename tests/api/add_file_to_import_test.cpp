@@ -76,7 +76,9 @@ TEST_F(AddFileToImportTest, UnknownHandleIsRefusedWith11005AgainstThatHandle) {
 }
 
 TEST_F(AddFileToImportTest, EveryArgumentLandsInItsFieldOfTheQueuedRecord) {
-  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "f.txt", 1004, 3, 1, "Form", 1, "Doc", 5, 12, "--", 0, 1,
+  // Fixed width (9999) is reached through the delimited wizard, not the
+  // type list, and so keeps every option as given.
+  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "f.txt", 9999, 3, 1, "Form", 1, "Doc", 5, 12, "--", 0, 1,
                                   "01/02/2003", 1, 1, "04/05/2006", 1, "m-from", 1, "m-to",
                                   "filter", 1, 0, "imap.host", "user", "secret", "INBOX", "fw.host",
                                   "fw-user", "fw-secret", 2, 0x1003E1),
@@ -84,7 +86,7 @@ TEST_F(AddFileToImportTest, EveryArgumentLandsInItsFieldOfTheQueuedRecord) {
   const auto record = session().FirstQueued(handle_);
   ASSERT_TRUE(record);
   EXPECT_EQ(record->file_name, "f.txt");
-  EXPECT_EQ(record->file_type, 1004);
+  EXPECT_EQ(record->file_type, 9999);
   EXPECT_EQ(record->import_location, 3);
   EXPECT_EQ(record->entry_form_name, "Form");
   EXPECT_EQ(record->named_document, "Doc");
@@ -112,6 +114,41 @@ TEST_F(AddFileToImportTest, EveryArgumentLandsInItsFieldOfTheQueuedRecord) {
   EXPECT_EQ(record->firewall_password, "fw-secret");
   EXPECT_EQ(record->firewall_type, 2);
   EXPECT_EQ(record->imap_port, 0x03E1) << "only the low 16 bits are kept";
+}
+
+TEST_F(AddFileToImportTest, OptionsTheTypeDoesNotOfferArriveAsTheirDefaults) {
+  // Kestro files (1010) offer the location, auto fields, date range and sort
+  // order only: an OEM origin, a delimiter, a form and the mail options are
+  // all dropped, whatever the caller passed.
+  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "f.kst", 1010, 6, 1, "Form", 0, nullptr, 2, 0, nullptr,
+                                  0, 1, "a", 1, 1, "b", 1, "m-from", 1, "m-to", "filter", 0, 0,
+                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
+                                  0),
+            1u);
+  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "g.txt", 1000, 0, 0, nullptr, 0, nullptr, 0, 0, nullptr,
+                                  1, 0, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
+                                  0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                  0, 0),
+            1u);
+  const auto kestro = session().FirstQueued(handle_);
+  ASSERT_TRUE(kestro);
+  EXPECT_EQ(kestro->import_location, 6);
+  EXPECT_EQ(kestro->auto_field_recognition, 1);
+  EXPECT_EQ(kestro->date_from, "a");
+  EXPECT_EQ(kestro->sort_order, 1);
+  EXPECT_EQ(kestro->file_origin_ansi, 1);
+  EXPECT_EQ(kestro->delimiter_flags, 0);
+  EXPECT_EQ(kestro->use_entry_form, 0);
+  EXPECT_EQ(kestro->entry_form_name, "");
+  EXPECT_EQ(kestro->use_stored_settings, 0);
+  EXPECT_EQ(kestro->full_header, 0);
+  EXPECT_EQ(kestro->message_date_from, "");
+  EXPECT_EQ(kestro->save_attachments, 0);
+  EXPECT_EQ(kestro->filter_name, "");
+  session().RemoveFirstQueued(handle_);
+  const auto text = session().FirstQueued(handle_);
+  ASSERT_TRUE(text);
+  EXPECT_EQ(text->import_location, 0) << "text offers the location: kept as given";
 }
 
 TEST_F(AddFileToImportTest, EntryFormAndNamedDocumentAreKeptOnlyWhenTheirFlagIsSet) {

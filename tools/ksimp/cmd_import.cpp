@@ -5,6 +5,7 @@
 #include <limits.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -51,10 +52,69 @@ std::string LogText(uint32_t handle) {
 
 uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const ImportRequest& r) {
   return KSIMP_AddFileToImport(
-      handle, file.c_str(), type, r.location, 0, nullptr, r.named_document.empty() ? 0 : 1,
-      r.named_document.c_str(), r.delimiter_flags, r.delimiter_lines, r.delimiter_string.c_str(),
-      r.origin_ansi, 0, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, 0, nullptr,
-      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+      handle, file.c_str(), type, r.location, r.form.empty() ? 0 : 1, r.form.c_str(),
+      r.named_document.empty() ? 0 : 1, r.named_document.c_str(), r.delimiter_flags,
+      r.delimiter_lines, r.delimiter_string.c_str(), r.origin_ansi, r.auto_fields ? 1 : 0,
+      r.date_from.c_str(), r.sort_descending, r.stored_settings ? 1 : 0, r.date_to.c_str(),
+      r.full_header ? 1 : 0, r.message_date_from.c_str(), r.save_attachments ? 1 : 0,
+      r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0, 0, nullptr, nullptr,
+      nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+}
+
+std::string OptionLabel(uint32_t option) {
+  char label[256] = {};
+  return KSIMP_GetOptionLabel(option, label, sizeof label) ? label
+                                                           : fmt::format("option {}", option);
+}
+
+// The options the user asked for, as option bits.
+uint32_t RequestedOptions(const ImportRequest& r, const std::vector<std::string>& given) {
+  uint32_t options = 0;
+  const auto was_given = [&](const char* name) {
+    return std::find(given.begin(), given.end(), name) != given.end();
+  };
+  if (was_given("--origin")) options |= KSIMP_OPT_FILE_ORIGIN;
+  if (was_given("--location")) options |= KSIMP_OPT_IMPORT_LOCATION;
+  if (r.delimiter_flags != 0) options |= KSIMP_OPT_DOCUMENT_DELIMITER;
+  if (!r.form.empty()) options |= KSIMP_OPT_ENTRY_FORM;
+  if (r.auto_fields) options |= KSIMP_OPT_AUTO_FIELDS;
+  if (was_given("--date-range")) options |= KSIMP_OPT_DATE_RANGE;
+  if (was_given("--sort")) options |= KSIMP_OPT_SORT_ORDER;
+  if (r.stored_settings) options |= KSIMP_OPT_STORED_SETTINGS;
+  if (was_given("--message-date-range")) options |= KSIMP_OPT_MESSAGE_DATE_RANGE;
+  if (r.full_header) options |= KSIMP_OPT_FULL_HEADER;
+  if (r.save_attachments) options |= KSIMP_OPT_SAVE_ATTACHMENTS;
+  if (!r.filter.empty()) options |= KSIMP_OPT_FILTER;
+  return options;
+}
+
+// One line for each asked-for option that the file's type does not offer:
+// the library imports with that option's default.
+void WarnAboutOptionsNotOffered(const std::string& file, int32_t type, uint32_t requested) {
+  const uint32_t offered = KSIMP_GetFileTypeOptionMask(type);
+  for (uint32_t bit = 1; bit <= KSIMP_OPT_FILTER; bit <<= 1) {
+    if ((requested & bit) && !(offered & bit)) {
+      fmt::print(stderr, "warning: file type {} does not offer \"{}\"; {} is imported without it\n",
+                 type, OptionLabel(bit), file);
+    }
+  }
+}
+
+// A document delimiter and saving attachments exclude each other; the one
+// given last is refused with the product's own message, as the import
+// dialog does.
+void RefuseDelimiterWithAttachments(const ImportRequest& r, const std::vector<std::string>& given) {
+  if (r.delimiter_flags == 0 || !r.save_attachments) return;
+  const auto last = [&](const char* name) {
+    const auto it = std::find(given.rbegin(), given.rend(), name);
+    return it == given.rend() ? -1 : static_cast<int>(given.rend() - it);
+  };
+  const uint32_t code = last("--save-attachments") > last("--delimiter") ? 14045u : 14053u;
+  std::vector<char> text(4096);
+  char caption[256] = {};
+  KSIMP_ImportErrorToString(code, text.data(), static_cast<int32_t>(text.size()));
+  KSIMP_GetMessageCaption(code, caption, sizeof caption);
+  throw HostError(fmt::format("{}: {}", caption, text.data()), 2);
 }
 
 struct ImportCommand {
@@ -64,14 +124,25 @@ struct ImportCommand {
   std::string delimiter = "none";
   std::string origin = "ansi";
   std::string location = "end";
+  std::string date_range;
+  std::string message_date_range;
+  std::string sort = "asc";
+  ImportRequest request;
   bool quiet = false;
+  std::vector<std::string> given;  // the options given, in command-line order
 
-  void Run() const {
-    ImportRequest request;
+  void Run() {
     ParseDelimiter(delimiter, request);
     ParseOrigin(origin, request);
     ParseLocation(location, request);
+    ParseSortOrder(sort, request);
+    if (!date_range.empty()) ParseDateRange(date_range, request.date_from, request.date_to);
+    if (!message_date_range.empty()) {
+      ParseDateRange(message_date_range, request.message_date_from, request.message_date_to);
+    }
     if (!type.empty()) request.file_type = ParseFileType(type);
+    RefuseDelimiterWithAttachments(request, given);
+    const uint32_t requested = RequestedOptions(request, given);
 
     const uint32_t handle = KSIMP_InitImportUsingFileName(path.c_str());
     if (handle == 0) {
@@ -84,6 +155,7 @@ struct ImportCommand {
     }
     for (const auto& file : files) {
       const int32_t file_type = request.file_type != 0 ? request.file_type : FileTypeForPath(file);
+      WarnAboutOptionsNotOffered(file, file_type, requested);
       if (!Queue(handle, file, file_type, request)) {
         const std::string reason = ErrorText(KSIMP_GetLastImportError(handle));
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
@@ -151,15 +223,33 @@ void AddImportCommand(CLI::App& parent) {
   CLI::App* cmd = parent.add_subcommand("import", "Import files into a database");
   cmd->add_option("DB.kst", command->path, "Database to import into")->required();
   cmd->add_option("FILE", command->files, "Files to import")->required();
+  ImportRequest& r = command->request;
   cmd->add_option("--type", command->type,
-                  "File type: a number, or text, html, rtf (default: by each file's extension)");
+                  "File type: a number, or " + FileTypeNames() +
+                      " (default: by each file's extension; see 'ksimp types')");
   cmd->add_option("--delimiter", command->delimiter,
                   "How documents are cut: none, pagebreak, blankline, lines:N, string:S");
   cmd->add_option("--origin", command->origin, "Character set of the files: ansi or oem (CP437)");
   cmd->add_option("--location", command->location,
                   "Where new documents go: end, top, after-current, end-current, after:NAME");
+  cmd->add_option("--form", r.form, "Make entries of this entry form");
+  cmd->add_flag("--auto-fields", r.auto_fields, "Auto field recognition");
+  cmd->add_option("--date-range", command->date_range, "Dated items from..to");
+  cmd->add_option("--message-date-range", command->message_date_range, "Messages from..to");
+  cmd->add_option("--sort", command->sort, "Sort order: asc or desc");
+  cmd->add_flag("--stored-settings", r.stored_settings, "Use the stored settings file");
+  cmd->add_flag("--full-header", r.full_header, "Keep the full header of mail messages");
+  cmd->add_flag("--save-attachments", r.save_attachments,
+                "Save attachments (mail), or the original file as an attachment");
+  cmd->add_option("--filter", r.filter, "Filter the source through this filter first");
+  cmd->add_flag("--delete-after", r.delete_after,
+                "Delete files of the temporary import folder once imported");
   cmd->add_flag("--quiet", command->quiet, "No progress display");
-  cmd->callback([command] { command->Run(); });
+  cmd->callback([command, cmd] {
+    for (const CLI::Option* option : cmd->parse_order())
+      command->given.push_back(option->get_name());
+    command->Run();
+  });
 }
 
 }  // namespace ksimp

@@ -11,6 +11,7 @@ using CommandSetup = void (*)(CLI::App& parent);
 void AddCreateCommand(CLI::App& parent);
 void AddAddCommand(CLI::App& parent);
 void AddImportCommand(CLI::App& parent);
+void AddTypesCommand(CLI::App& parent);
 void AddDocsCommand(CLI::App& parent);
 void AddShowCommand(CLI::App& parent);
 void AddSearchCommand(CLI::App& parent);

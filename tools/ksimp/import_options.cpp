@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "database.h"
+#include "ks_imp.h"
 
 namespace ksimp {
 namespace {
@@ -15,14 +16,14 @@ namespace {
 struct NamedType {
   const char* name;
   int32_t type;
-  const char* extensions;  // blank-separated, lower case
 };
 
-// The file types the host can name; any other type is given by its number.
+// Short names the host accepts for file types; any type may also be given by
+// its number.
 const NamedType kNamedTypes[] = {
-    {"text", 1000, "txt text asc log"},
-    {"html", 108, "htm html"},
-    {"rtf", 19, "rtf"},
+    {"text", 1000},   {"dos", 1002}, {"kst", 1010}, {"eudora", 1005}, {"mbx", 1060},
+    {"csv", 1004},    {"html", 108}, {"doc", 1056}, {"wpd", 1057},    {"rtf", 19},
+    {"foxpro", 1114}, {"pdf", 1058}, {"dbx", 1059}, {"any", 1061},    {"fixed", 9999},
 };
 
 std::string Lower(std::string s) {
@@ -46,25 +47,64 @@ int32_t ParseFileType(const std::string& text) {
     if (used == text.size()) return value;
   } catch (const std::exception&) {
   }
+  throw HostError(
+      fmt::format("unknown file type '{}': give a number or one of {}", text, FileTypeNames()), 2);
+}
+
+std::string FileTypeNames() {
   std::string names;
-  for (const auto& named : kNamedTypes)
+  for (const auto& named : kNamedTypes) {
     names += std::string(names.empty() ? "" : ", ") + named.name;
-  throw HostError(fmt::format("unknown file type '{}': give a number or one of {}", text, names),
-                  2);
+  }
+  return names;
+}
+
+std::string FileTypeShortName(int32_t type) {
+  for (const auto& named : kNamedTypes) {
+    if (named.type == type) return named.name;
+  }
+  return {};
 }
 
 int32_t FileTypeForPath(const std::string& path) {
   std::string extension = Lower(std::filesystem::path(path).extension().string());
   if (!extension.empty()) extension.erase(0, 1);
-  for (const auto& named : kNamedTypes) {
-    std::string_view list = named.extensions;
+  const uint32_t count = KSIMP_GetFileTypeCount();
+  for (uint32_t i = 0; i < count; ++i) {
+    int32_t type = 0;
+    char extensions[1024] = {};
+    if (!KSIMP_GetFileTypeInfo(i, &type, nullptr, nullptr, 0, extensions, sizeof extensions,
+                               nullptr, 0)) {
+      continue;
+    }
+    std::string_view list = extensions;
     while (!list.empty()) {
       const size_t blank = list.find(' ');
-      if (list.substr(0, blank) == extension) return named.type;
+      if (Lower(std::string(list.substr(0, blank))) == extension) return type;
       list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
     }
   }
   return 1000;
+}
+
+void ParseDateRange(const std::string& text, std::string& from, std::string& to) {
+  const size_t dots = text.find("..");
+  if (dots == std::string::npos) {
+    throw HostError(fmt::format("'{}': a date range is FROM..TO (either side may be empty)", text),
+                    2);
+  }
+  from = text.substr(0, dots);
+  to = text.substr(dots + 2);
+}
+
+void ParseSortOrder(const std::string& text, ImportRequest& request) {
+  if (text == "asc") {
+    request.sort_descending = 0;
+  } else if (text == "desc") {
+    request.sort_descending = 1;
+  } else {
+    throw HostError(fmt::format("unknown sort order '{}': use asc or desc", text), 2);
+  }
 }
 
 void ParseDelimiter(const std::string& text, ImportRequest& request) {

@@ -15,13 +15,31 @@ struct ImportRequest {
   int32_t delimiter_lines = 0;
   std::string delimiter_string;
   int32_t origin_ansi = 1;
+  std::string form;
+  bool auto_fields = false;
+  std::string date_from, date_to;
+  std::string message_date_from, message_date_to;
+  int32_t sort_descending = 0;
+  bool stored_settings = false;
+  bool full_header = false;
+  bool save_attachments = false;
+  std::string filter;
+  bool delete_after = false;
 };
 
-// File type of a number or short name ("text", "html", "rtf"); throws
+// File type of a number or short name ("text", "csv", ...); throws
 // HostError (usage) for a name it does not know.
 int32_t ParseFileType(const std::string& text);
-// The type a file's extension suggests (text when nothing else fits).
+// The short names, for help texts.
+std::string FileTypeNames();
+// The short name of a type, "" when it has none.
+std::string FileTypeShortName(int32_t type);
+// The first offered type whose extensions hold the file's (text when none).
 int32_t FileTypeForPath(const std::string& path);
+// "FROM..TO" into its two dates (either may be empty).
+void ParseDateRange(const std::string& text, std::string& from, std::string& to);
+// "asc" or "desc".
+void ParseSortOrder(const std::string& text, ImportRequest& request);
 // "none", "pagebreak", "blankline", "lines:N" or "string:S".
 void ParseDelimiter(const std::string& text, ImportRequest& request);
 // "end", "top", "after-current", "end-current" or "after:NAME".

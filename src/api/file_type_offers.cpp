@@ -1,0 +1,36 @@
+#include "api/file_type_offers.h"
+
+#include "core/config_store.h"
+#include "core/default_filters.h"
+#include "core/import_filters.h"
+#include "core/import_options.h"
+#include "core/installed_helpers.h"
+
+namespace file_type_offers {
+
+std::vector<ks::core::ImportFilter> OfferedFileTypes() {
+  return ks::core::CImportFilters::Build().filters();
+}
+
+uint32_t OptionMaskOf(int32_t file_type, std::string* warning) {
+  ks::core::ProfileFile configuration =
+      *ks::core::ProfileFile::Parse("", ks::core::ProfileFile::Strictness::kStrict);
+  try {
+    configuration = ks::core::ConfigStore::Load().values();
+  } catch (const ks::core::ConfigError& e) {
+    if (warning != nullptr) *warning = e.what();
+  }
+  const auto installed =
+      ks::core::FindInstalledHelpers(configuration, ks::core::OdbcConfigFolder());
+  for (const auto& filter : ks::core::DefaultImportFilters(installed)) {
+    if (filter.file_type == file_type) return filter.option_mask;
+  }
+  return kEveryOption;
+}
+
+void ApplyFileTypeOptions(SETDATA& record, std::string* warning) {
+  const uint32_t mask = OptionMaskOf(record.file_type, warning);
+  ks::core::ImportOptions::FromSetData(record).ForcedToMask(mask).WriteTo(record);
+}
+
+}  // namespace file_type_offers
