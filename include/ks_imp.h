@@ -123,9 +123,25 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
  * 11 delimiter_string      the string of delimiter bit 8
  * 12 file_origin_ansi      non-zero: source is ANSI (Windows); 0: OEM (DOS)
  * 13 auto_field_recognition  Yes/No flag
- * 14 date_from             date range: from
+ * 14 date_from             date range: from.  Delimited (1004) and fixed-width
+ *                          (9999) text have no dated items; with argument 16
+ *                          set it says where their column settings are:
+ *                          text holding a line break is the column header
+ *                          string itself (KEY=VALUE lines: T, N, NA1..,
+ *                          P1.., L1.., D, TQ, TC, S); other text is the path
+ *                          of a ".ksi" settings file; "" or NULL means the
+ *                          settings file beside the source (its path with the
+ *                          extension replaced by ".ksi": orders.csv ->
+ *                          orders.ksi)
  * 15 sort_order            0 ascending, 1 descending
- * 16 use_stored_settings   Yes/No: read a stored settings file
+ * 16 use_stored_settings   Yes/No: read stored settings.  For 1004 and 9999:
+ *                          without it each row of the source is imported as
+ *                          a document of its own text; with it the columns
+ *                          become fields (see argument 14).  A settings file
+ *                          that cannot be read, or settings that do not
+ *                          validate (message 13000-13012), are written to the
+ *                          log and the lines are imported as text (delimited)
+ *                          or not at all (fixed-width)
  * 17 date_to               date range: to
  * 18 full_header           Yes/No: keep the full header of mail messages
  * 19 message_date_from     message date range: from
@@ -297,6 +313,29 @@ KSIMP_API uint32_t KSIMP_GetOptionLabel(uint32_t option, char* buffer, int32_t s
  * itself comes from KSIMP_ImportErrorToString.  Returns 1 when copied, 0
  * when the message has no caption or the buffer is too small. */
 KSIMP_API uint32_t KSIMP_GetMessageCaption(uint32_t code, char* buffer, int32_t size);
+
+/* ---- Import settings files -------------------------------------------- */
+/* A column header string is the KEY=VALUE list (lines separated by CR LF)
+ * that describes the columns of a delimited or fixed-width import:
+ *   T=CSV or T=FXD, N=<columns>, S=<first row>, NA<i>=<name>, P<i>=<position>
+ *   (delimited), L<i>=<width> (fixed width), D=<delimiter characters>,
+ *   TQ=<qualifier>, TC=<1: consecutive delimiters count as one, or 0>.
+ * A ".ksi" settings file holds the same layout as the import wizard saves it. */
+
+/* 0 when the string is valid, else the number of the message that says why
+ * (13000-13012; KSIMP_ImportErrorToString gives its text). */
+KSIMP_API uint32_t KSIMP_CheckColumnHeader(const char* column_header);
+
+/* Saves a valid column header string as the settings file `path`, replacing
+ * it.  Returns 0 on success, the string's message number when it does not
+ * parse, or 11009 when the file cannot be written. */
+KSIMP_API uint32_t KSIMP_WriteSettingsFile(const char* path, const char* column_header);
+
+/* Copies the column header string that the settings file `path` yields (a
+ * missing or unreadable file yields the defaults, which do not parse).
+ * Returns 1 when copied (text plus terminator strictly shorter than size),
+ * else 0. */
+KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_t size);
 
 /* ---- E-mail imports ---------------------------------------------------- */
 /* Declared for the host; e-mail imports are not available in this build yet.

@@ -4,10 +4,12 @@
 #include <string>
 #include <utility>
 
+#include "api/error_codes.h"
 #include "api/export_guard.h"
 #include "api/file_type_offers.h"
 #include "api/ks_imp_app.h"
 #include "api/message_texts.h"
+#include "api/settings_file_requests.h"
 #include "core/config_store.h"
 #include "core/option_mask.h"
 #include "ks_imp.h"
@@ -189,6 +191,25 @@ KSIMP_API uint32_t KSIMP_GetMessageCaption(uint32_t code, char* buffer, int32_t 
   return GuardExport([&] {
     const std::string_view caption = MessageCaption(code);
     return caption.empty() ? 0u : CopyTextStrictly(caption, buffer, size);
+  });
+}
+
+KSIMP_API uint32_t KSIMP_CheckColumnHeader(const char* column_header) {
+  return GuardExport(
+      [&] { return settings_file_requests::CheckColumnHeader(TextOrEmpty(column_header)); });
+}
+
+KSIMP_API uint32_t KSIMP_WriteSettingsFile(const char* path, const char* column_header) {
+  return GuardExport([&] {
+    if (path == nullptr || *path == '\0') return error_code::kAccessDenied;
+    return settings_file_requests::WriteSettingsFile(path, TextOrEmpty(column_header));
+  });
+}
+
+KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    return CopyTextStrictly(settings_file_requests::ReadSettingsFile(TextOrEmpty(path)), buffer,
+                            size);
   });
 }
 

@@ -12,6 +12,7 @@ void AddCreateCommand(CLI::App& parent);
 void AddAddCommand(CLI::App& parent);
 void AddImportCommand(CLI::App& parent);
 void AddTypesCommand(CLI::App& parent);
+void AddSettingsCommand(CLI::App& parent);
 void AddDocsCommand(CLI::App& parent);
 void AddShowCommand(CLI::App& parent);
 void AddSearchCommand(CLI::App& parent);

@@ -1,0 +1,127 @@
+#include "column_header_flags.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "database.h"
+#include "ks_imp.h"
+
+namespace ksimp {
+namespace {
+
+std::vector<std::string> SplitCommas(const std::string& text) {
+  std::vector<std::string> parts;
+  if (text.empty()) return parts;
+  size_t start = 0;
+  while (true) {
+    const size_t comma = text.find(',', start);
+    parts.push_back(text.substr(start, comma - start));
+    if (comma == std::string::npos) break;
+    start = comma + 1;
+  }
+  return parts;
+}
+
+// "\t" typed as two characters stands for a tab in the delimiter list.
+std::string UnescapeDelimiters(const std::string& typed) {
+  std::string out;
+  for (size_t i = 0; i < typed.size(); ++i) {
+    if (typed[i] == '\\' && i + 1 < typed.size() && typed[i + 1] == 't') {
+      out += '\t';
+      ++i;
+    } else {
+      out += typed[i];
+    }
+  }
+  return out;
+}
+
+std::string MessageText(uint32_t code) {
+  std::vector<char> text(4096);
+  KSIMP_ImportErrorToString(code, text.data(), static_cast<int32_t>(text.size()));
+  return text.data();
+}
+
+}  // namespace
+
+void ColumnHeaderFlags::AddTo(CLI::App& command, bool with_settings) {
+  if (with_settings) command.add_option("--settings", settings, "Settings file (.ksi) to use");
+  command.add_option("--columns", columns,
+                     "Column header string (KEY=VALUE lines, separated by line breaks or \\n)");
+  command.add_option("--names", names, "Column names, separated by commas (Skip leaves one out)");
+  command.add_option("--delim", delimiters, "Delimiter characters (\\t for a tab); default ,");
+  command.add_option("--qualifier", qualifier, "Text qualifier: '\"', \"'\" or none");
+  command.add_flag("--consecutive", consecutive, "Consecutive delimiters count as one");
+  command.add_option("--first-row", first_row, "First row to import (1 = the first)");
+  command.add_option("--widths", widths, "Fixed column widths, separated by commas");
+}
+
+bool ColumnHeaderFlags::Given() const {
+  return !settings.empty() || !columns.empty() || !names.empty() || !delimiters.empty() ||
+         !widths.empty();
+}
+
+std::string NormalizeColumnHeader(const std::string& typed) {
+  std::string out;
+  for (size_t i = 0; i < typed.size(); ++i) {
+    const bool escaped_break = typed[i] == '\\' && i + 1 < typed.size() && typed[i + 1] == 'n';
+    if (escaped_break || typed[i] == '\n' || typed[i] == '\r') {
+      if (escaped_break) ++i;
+      if (typed[i] == '\r' && i + 1 < typed.size() && typed[i + 1] == '\n') ++i;
+      out += "\r\n";
+    } else {
+      out += typed[i];
+    }
+  }
+  return out;
+}
+
+std::string ColumnHeaderFlags::ColumnHeader() const {
+  if (!settings.empty()) {
+    std::vector<char> text(1 << 16);
+    while (
+        !KSIMP_ReadSettingsFile(settings.c_str(), text.data(), static_cast<int32_t>(text.size()))) {
+      if (text.size() >= (1u << 28))
+        throw HostError("the settings file " + settings + " is too large");
+      text.resize(text.size() * 4);
+    }
+    return text.data();
+  }
+  if (!columns.empty()) return NormalizeColumnHeader(columns);
+  if (names.empty() && delimiters.empty() && widths.empty()) return {};
+
+  const std::vector<std::string> column_names = SplitCommas(names);
+  const std::vector<std::string> column_widths = SplitCommas(widths);
+  const bool fixed = !column_widths.empty();
+  const size_t count = std::max(column_names.size(), column_widths.size());
+  std::string header =
+      fmt::format("T={}\r\nN={}\r\nS={}\r\n", fixed ? "FXD" : "CSV", count, first_row);
+  for (size_t i = 0; i < count; ++i) {
+    header += fmt::format("NA{}={}\r\n", i + 1, i < column_names.size() ? column_names[i] : "");
+    if (fixed) {
+      header += fmt::format("L{}={}\r\n", i + 1, i < column_widths.size() ? column_widths[i] : "0");
+    } else {
+      header += fmt::format("P{}={}\r\n", i + 1, i + 1);
+    }
+  }
+  if (!fixed) {
+    if (qualifier != "\"" && qualifier != "'" && qualifier != "none") {
+      throw HostError("--qualifier takes '\"', \"'\" or none", 2);
+    }
+    header += fmt::format("D={}\r\nTQ={}\r\nTC={}\r\n",
+                          delimiters.empty() ? "," : UnescapeDelimiters(delimiters),
+                          qualifier == "none" ? "" : qualifier, consecutive ? 1 : 0);
+  }
+  return header;
+}
+
+void RequireValidColumnHeader(const std::string& column_header) {
+  const uint32_t code = KSIMP_CheckColumnHeader(column_header.c_str());
+  if (code != 0) {
+    throw HostError(fmt::format("the column header string does not parse: message {}: {}", code,
+                                MessageText(code)));
+  }
+}
+
+}  // namespace ksimp

@@ -1,0 +1,37 @@
+// The host's ways of describing the columns of a delimited or fixed-width
+// import: a settings file, a column header string, or flags that build one.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace ksimp {
+
+struct ColumnHeaderFlags {
+  std::string settings;  // --settings FILE.ksi
+  std::string columns;   // --columns STRING
+  std::string names;     // --names a,b,c
+  std::string delimiters;
+  std::string qualifier = "\"";
+  bool consecutive = false;
+  int first_row = 1;
+  std::string widths;  // --widths 10,5,8
+
+  // Adds the flags to a command; `with_settings` adds --settings too.
+  void AddTo(CLI::App& command, bool with_settings);
+  // True when any flag describes columns.
+  bool Given() const;
+  // The column header string the flags describe ("" when none), with CR LF
+  // between its lines.  A settings file is read through the library.
+  std::string ColumnHeader() const;
+};
+
+// A column header string typed on a command line: "\n" (two characters) or
+// any line break between lines becomes CR LF.
+std::string NormalizeColumnHeader(const std::string& typed);
+
+// Checks a column header string through the library; throws HostError with
+// the message number and text when it does not parse.
+void RequireValidColumnHeader(const std::string& column_header);
+
+}  // namespace ksimp
