@@ -38,6 +38,8 @@ class CDocumentWriter {
   // Drops a document that was begun and will not be finished.
   void Abandon();
 
+  // The entry form the options name, once Begin() found it; 0 without one.
+  uint64_t form() const { return form_; }
   uint32_t documents_saved() const { return documents_saved_; }
   uint64_t last_document() const { return last_document_; }
 

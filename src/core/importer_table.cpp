@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
+#include "importers/text/delimited_import.h"
+#include "importers/text/fixed_import.h"
+#include "importers/text/kestro_dos_import.h"
 #include "importers/text/text_import.h"
 
 namespace {
@@ -24,10 +27,10 @@ constexpr ImporterRow kImporterRows[] = {
     {1114, "CImpADO", nullptr, false},
     {108, "CIMPHtmlImport", Create<CIMPHtmlImport>, false},
     {1000, "CIMPTextImport", Create<CIMPTextImport>, false},
-    {1002, "CIMPKestroDos", nullptr, false},
+    {1002, "CIMPKestroDos", Create<CIMPKestroDos>, false},
     {1003, nullptr, nullptr, true},
     {1007, nullptr, nullptr, true},
-    {1004, "CDelimitedImport", nullptr, false},
+    {1004, "CDelimitedImport", Create<CDelimitedImport>, false},
     {1005, "CIMPEudoraImport", nullptr, false},
     {1008, "CIMPOutlookImport", nullptr, false},
     {1009, "CIMPWinThree", nullptr, false},
@@ -39,7 +42,7 @@ constexpr ImporterRow kImporterRows[] = {
     {1060, "CIMPEmailImport", nullptr, false},
     {1061, "COtherImport", nullptr, false},
     {1062, "CImapEmail", nullptr, false},
-    {9999, "CIMPFixedImport", nullptr, false},
+    {9999, "CIMPFixedImport", Create<CIMPFixedImport>, false},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ks_eng5.h"
@@ -22,6 +23,17 @@ struct QueuedFile {
   std::string delimiter_string;
   int32_t origin_ansi = 1;
   std::string named_document;
+  std::string entry_form;  // non-empty: documents are made from this entry form
+  int32_t use_stored_settings = 0;
+  std::string date_from;  // for delimited and fixed-width text: where the settings are
+};
+
+// A document as the engine keeps it, with the fields of an entry.
+struct StoredDocument {
+  int32_t kind = 0;
+  std::string text;
+  std::string form;  // the entry form's name, for entries
+  std::vector<std::pair<std::string, std::string>> fields;
 };
 
 struct ImportOutcome {
@@ -41,10 +53,11 @@ class ImportFixture : public ::testing::Test {
 
   static uint32_t Queue(uint32_t handle, const QueuedFile& f) {
     return KSIMP_AddFileToImport(
-        handle, f.path.c_str(), f.type, f.location, 0, nullptr, f.named_document.empty() ? 0 : 1,
-        f.named_document.c_str(), f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(),
-        f.origin_ansi, 0, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, 0, nullptr,
-        nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+        handle, f.path.c_str(), f.type, f.location, f.entry_form.empty() ? 0 : 1,
+        f.entry_form.c_str(), f.named_document.empty() ? 0 : 1, f.named_document.c_str(),
+        f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(), f.origin_ansi, 0,
+        f.date_from.c_str(), 0, f.use_stored_settings, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
+        0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
   }
 
   // Queues every file on a new handle of the database and runs the import.
@@ -67,15 +80,62 @@ class ImportFixture : public ::testing::Test {
     EXPECT_NE(db, 0u);
     for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
          id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
-      uint64_t length = 0;
-      EngGetDocumentText(db, id, nullptr, 0, &length);
-      std::string text(length + 1, '\0');
-      EXPECT_EQ(EngGetDocumentText(db, id, text.data(), text.size(), &length), 1);
-      text.resize(length);
-      texts.push_back(text);
+      texts.push_back(TextOf(db, id));
     }
     EngCloseDatabase(db);
     return texts;
+  }
+
+  // Every document in database order, with the form and fields of entries.
+  std::vector<StoredDocument> StoredDocuments() const {
+    std::vector<StoredDocument> stored;
+    const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+    EXPECT_NE(db, 0u);
+    for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
+         id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
+      StoredDocument document;
+      document.kind = EngGetDocumentKind(db, id);
+      document.text = TextOf(db, id);
+      if (const uint64_t form = EngGetEntryForm(db, id); form != 0) {
+        char name[256] = {};
+        EngGetDocumentName(db, form, name, sizeof name);
+        document.form = name;
+      }
+      const uint32_t count = EngGetFieldCount(db, id);
+      for (uint32_t i = 0; i < count; ++i) {
+        char name[256] = {};
+        std::string value(document.text.size() + 1, '\0');  // no value is longer than the text
+        EXPECT_EQ(EngGetField(db, id, i, name, sizeof name, value.data(),
+                              static_cast<uint32_t>(value.size())),
+                  1);
+        value.resize(std::char_traits<char>::length(value.c_str()));
+        document.fields.emplace_back(name, value);
+      }
+      stored.push_back(std::move(document));
+    }
+    EngCloseDatabase(db);
+    return stored;
+  }
+
+  // Adds an entry form with these field names to the database.
+  void CreateForm(const std::string& name, const std::vector<std::string>& fields) const {
+    const uint32_t db =
+        EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+    ASSERT_NE(db, 0u);
+    std::vector<const char*> names;
+    for (const std::string& field : fields) names.push_back(field.c_str());
+    EXPECT_NE(EngCreateForm(db, name.c_str(), names.data(), static_cast<uint32_t>(names.size())),
+              0u);
+    EngCloseDatabase(db);
+  }
+
+  static std::string TextOf(uint32_t db, uint64_t id) {
+    uint64_t length = 0;
+    EngGetDocumentText(db, id, nullptr, 0, &length);
+    std::string text(length + 1, '\0');
+    EXPECT_EQ(EngGetDocumentText(db, id, text.data(), text.size(), &length), 1);
+    text.resize(length);
+    return text;
   }
 
   TempDir dir_;

@@ -1,0 +1,84 @@
+#include "importers/text/delimited_import.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "api/error_codes.h"
+#include "api/ks_imp_app.h"
+#include "api/message_texts.h"
+#include "importers/text/column_header_source.h"
+#include "importers/text/entry_form_rows.h"
+#include "importers/text/field_line_composer.h"
+
+namespace {
+
+// Only the two quote characters can qualify text; anything else, or no TQ
+// at all, means records have no quoted text.
+char RecordQualifier(const CKSFieldHeader& header) {
+  const std::string& qualifier = header.Qualifier();
+  const char first = qualifier.empty() ? '\0' : qualifier.front();
+  return (first == '"' || first == '\'') ? first : '\0';
+}
+
+}  // namespace
+
+int CDelimitedImport::ImportSource() {
+  const ks::text::StoredColumnHeader settings = ks::text::FindStoredColumnHeader(Options());
+  if (!settings.problem.empty()) Log(settings.problem);
+
+  const CKSFieldHeader& header = fields_.FieldHeader();
+  char qualifier = '"';
+  int32_t first_row = 1;
+  bool fielded = false;
+  if (!settings.text.empty()) {
+    fields_.LoadSettings(settings.text);
+    qualifier = RecordQualifier(header);
+    first_row = header.FirstRow() + header.HeaderRowFlag();
+    fielded = header.ErrorCode() == column_header_error::kNone;
+    if (!fielded) {
+      Log(fmt::format("{}: {} {}", Source().path(), header.ErrorCode(), header.ErrorText()));
+    }
+  }
+
+  std::optional<ks::text::FieldLineComposer> composer;
+  std::optional<ks::text::EntryFormRows> entries;
+  if (fielded && EntryForm() != 0) {
+    entries.emplace(ImportHandle(), Database(), Options(), EntryForm(), FieldMarker(), " ");
+  } else if (fielded) {
+    composer.emplace(header.Names(), FieldMarker(),
+                     ks::text::FieldLineComposer::ValueGap::kDelimited);
+  }
+
+  int64_t line = 1;
+  return ReadRecords(qualifier, [&](const std::string& record, uint64_t position) {
+    if (line < first_row) {
+      ++line;
+      return true;
+    }
+    ++line;
+    if (!fielded) return SaveDocument(FromSource(record, &scratch_), position);
+
+    fields_.Split(record);
+    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
+    if (composer) {
+      composer->Compose(values, &document_);
+      return SaveDocument(document_, position);
+    }
+    switch (entries->Add(header.Names(), values)) {
+      case ks::text::EntryFormRows::Outcome::kAdded:
+        CKS_ImpApp::Instance().Session().AddDocumentsAdded(ImportHandle(), 1);
+        SetProgress(position);
+        return true;
+      case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
+        Fail(error_code::kCannotOpenEntryForm);
+        Log(MessageText(error_code::kCannotOpenEntryForm));
+        return false;
+      case ks::text::EntryFormRows::Outcome::kNoPlace:
+      case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+        Fail(error_code::kCannotSaveDocument);
+        return false;
+    }
+    return false;
+  });
+}

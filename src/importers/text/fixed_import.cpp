@@ -1,0 +1,83 @@
+#include "importers/text/fixed_import.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "api/error_codes.h"
+#include "importers/text/column_header_source.h"
+#include "importers/text/entry_form_rows.h"
+#include "importers/text/field_line_composer.h"
+
+int CIMPFixedImport::ImportSource() {
+  const ks::text::StoredColumnHeader settings = ks::text::FindStoredColumnHeader(Options());
+  if (!settings.problem.empty()) Log(settings.problem);
+
+  const CKSFieldHeader& header = fields_.FieldHeader();
+  int32_t first_row = 1;
+  // Settings asked for but unreadable leave the columns as unknown as
+  // settings that do not validate.
+  const bool has_settings = !settings.text.empty() || !settings.problem.empty();
+  bool valid = false;
+  if (!settings.text.empty()) {
+    fields_.LoadFixedSettings(settings.text);
+    first_row = header.FirstRow() + header.HeaderRowFlag();
+    valid = header.ErrorCode() == column_header_error::kNone;
+    if (!valid) {
+      Log(fmt::format("{}: {} {}", Source().path(), header.ErrorCode(), header.ErrorText()));
+    } else if (fields_.Widths().empty()) {
+      // Settings of delimited text validate but give no widths; lines would
+      // all come out as the bare column names.
+      Log(
+          fmt::format("{}: the column header string describes delimited text, not fixed-width "
+                      "columns.",
+                      Source().path()));
+      valid = false;
+    }
+  }
+
+  std::optional<ks::text::FieldLineComposer> composer;
+  std::optional<ks::text::EntryFormRows> entries;
+  if (valid && EntryForm() != 0) {
+    entries.emplace(ImportHandle(), Database(), Options(), EntryForm(), FieldMarker(), "");
+  } else if (valid) {
+    composer.emplace(header.Names(), FieldMarker(),
+                     ks::text::FieldLineComposer::ValueGap::kFixedWidth);
+  }
+
+  int64_t line = 1;
+  return ReadRecords('\0', [&](const std::string& text, uint64_t position) {
+    if (line < first_row) {
+      ++line;
+      return true;
+    }
+    ++line;
+    if (!has_settings) return SaveDocument(FromSource(text, &scratch_), position);
+    if (!valid) {
+      // The columns are unknown: the line makes an empty document, which is
+      // not stored.
+      SetProgress(position);
+      return true;
+    }
+
+    fields_.CutFixedWidth(text);
+    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
+    if (composer) {
+      composer->Compose(values, &document_);
+      return SaveDocument(document_, position);
+    }
+    switch (entries->Add(header.Names(), values)) {
+      case ks::text::EntryFormRows::Outcome::kAdded:
+        SetProgress(position);
+        return true;
+      case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
+        Fail(error_code::kCannotOpenEntryForm);
+        return false;
+      case ks::text::EntryFormRows::Outcome::kNoPlace:
+      case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+        Fail(error_code::kCannotSaveDocument);
+        return false;
+    }
+    return false;
+  });
+}

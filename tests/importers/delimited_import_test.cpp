@@ -1,0 +1,415 @@
+// The delimited-text import (file type 1004), end to end through the
+// exported interface into a real database: the document text of each row
+// byte for byte, entry-form mode, where the settings come from, and bad
+// input that must be reported rather than crash or lose what was imported.
+#include "importers/text/delimited_import.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "api/write_file.h"
+#include "import_fixture.h"
+#include "importers/text/ksi_file_handler.h"
+
+namespace {
+
+using Docs = std::vector<std::string>;
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+constexpr int32_t kDelimited = 1004;
+const std::string kNoErrorRecorded = "no error was to be recorded";
+
+// Name, a column the user left out, and a name with a blank in it.
+const std::string kContactSettings =
+    "T=CSV\r\nN=3\r\nNA1=Name\r\nNA2=Skip\r\nNA3=Home Phone\r\nP1=1\r\nP2=2\r\nP3=3\r\n"
+    "D=,\r\nTQ=\"\r\nTC=0";
+
+class DelimitedImport : public ImportFixture {
+ protected:
+  // A source queued with its column header string carried by the record.
+  QueuedFile Delimited(const std::string& name, const std::string& content,
+                       const std::string& settings) {
+    QueuedFile file{WriteFile(dir_, name, content), kDelimited};
+    file.use_stored_settings = 1;
+    file.date_from = settings;
+    return file;
+  }
+
+  static std::string Settings(const std::string& names_and_more) {
+    return "T=CSV\r\n" + names_and_more;
+  }
+
+  void SetFieldMarker(char marker) const {
+    const uint32_t db =
+        EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+    ASSERT_NE(db, 0u);
+    EXPECT_NE(EngSetFieldMarker(db, marker), 0);
+    EngCloseDatabase(db);
+  }
+};
+
+// ---- Text mode: the document of a row ----
+
+TEST_F(DelimitedImport, NamedColumnsBecomeTrimmedFieldLinesAndSkipColumnsAreLeftOut) {
+  const auto outcome =
+      Import({Delimited("c.csv", "Smith ,x, 555\r\nJones,y,1\r\n", kContactSettings)});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
+  EXPECT_EQ(outcome.documents_added, 2u);
+  EXPECT_EQ(Documents(),
+            (Docs{"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n", "Name[ Jones ]\r\nHomePhone[ 1 ]\r\n"}));
+}
+
+TEST_F(DelimitedImport, ShortRowsKeepTheirNamesAndExtraValuesAreIgnored) {
+  const std::string settings = Settings("N=3\r\nNA1=a\r\nNA2=b\r\nNA3=c\r\nD=,\r\nTC=0");
+  const auto outcome = Import({Delimited("r.csv", "1\r\n1,2,3,4,5\r\n,,\r\n", settings)});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(Documents(), (Docs{
+                             // Names without a value stand with marker and blank only.
+                             "a[ 1 ]\r\nb[ c[ ",
+                             "a[ 1 ]\r\nb[ 2 ]\r\nc[ 3 ]\r\n",
+                             // A row of delimiters: every value is empty.
+                             "a[  ]\r\nb[  ]\r\nc[  ]\r\n",
+                         }));
+}
+
+TEST_F(DelimitedImport, SkipInAnyCaseAndEmptyNamesAreNotWritten) {
+  const std::string settings =
+      Settings("N=5\r\nNA1=skip\r\nNA2=A\r\nNA3=SKIP\r\nNA5=B\r\nD=,\r\nTC=0");
+  Import({Delimited("s.csv", "1,2,3,4,5\r\n", settings)});
+  EXPECT_EQ(Documents(), Docs{"A[ 2 ]\r\nB[ 5 ]\r\n"});
+}
+
+TEST_F(DelimitedImport, FieldNamesLoseBlanksAndTheDatabasesMarker) {
+  SetFieldMarker('<');
+  const std::string settings =
+      Settings("N=3\r\nNA1= First  Name\r\nNA2=Size<cm>\r\nNA3=a[b\r\nD=,\r\nTC=0");
+  Import({Delimited("m.csv", "Ann,12,x\r\n", settings)});
+  // The marker comes from the database; "[" is then an ordinary character.
+  EXPECT_EQ(Documents(), Docs{"FirstName< Ann ]\r\nSizecm>< 12 ]\r\na[b< x ]\r\n"});
+}
+
+TEST_F(DelimitedImport, QualifiedValuesKeepDelimitersLineBreaksAndQuotes) {
+  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,;\r\nTQ=\"\r\nTC=1");
+  const auto outcome = Import(
+      {Delimited("q.csv", "\"x,y\";\"say \"\"hi\"\"\"\r\n\"two\r\nlines\",,,z\r\n", settings)});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(Documents(), (Docs{"A[ x,y ]\r\nB[ say \"hi\" ]\r\n",
+                               // Consecutive delimiters count as one.
+                               "A[ two\r\nlines ]\r\nB[ z ]\r\n"}));
+}
+
+TEST_F(DelimitedImport, OnlyTheTwoQuoteCharactersQualifyText) {
+  const auto with = [&](const std::string& name, const std::string& qualifier_line) {
+    return Delimited(name, "\"a,b\",'c\r\nd'\r\n",
+                     Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\n" + qualifier_line + "TC=0"));
+  };
+  Import({with("quote.csv", "TQ=\"\r\n"), with("apostrophe.csv", "TQ='\r\n"),
+          with("bar.csv", "TQ=|\r\n"), with("none.csv", "")});
+  const std::string unqualified_row = "A[ \"a ]\r\nB[ b\" ]\r\n";
+  const std::string second_line = "A[ d' ]\r\nB[ ";
+  EXPECT_EQ(Documents(), (Docs{
+                             "A[ a,b ]\r\nB[ 'c ]\r\n", second_line,  // double quote
+                             unqualified_row,               // apostrophe: "c\r\nd" is a third value
+                             unqualified_row, second_line,  // "|" is no qualifier
+                             unqualified_row, second_line,  // nor is an empty TQ
+                         }));
+}
+
+// ---- Rows that are read ----
+
+TEST_F(DelimitedImport, RowsRunFromTheFirstRowToTheFirstBlankLine) {
+  const auto outcome =
+      Import({Delimited("h.csv", "title\r\nheader\nv1\rv2\r\n\r\nnever\r\n",
+                        Settings("N=1\r\nNA1=A\r\nP1=1\r\nS=3\r\nD=,\r\nTC=0")),
+              Delimited("t.csv", "lf\nno end", Settings("N=1\r\nNA1=B\r\nD=,\r\nTC=0"))});
+  EXPECT_EQ(outcome.documents_added, 4u);
+  // LF and CR line ends lose no character of the next line.
+  EXPECT_EQ(Documents(), (Docs{"A[ v1 ]\r\n", "A[ v2 ]\r\n", "B[ lf ]\r\n", "B[ no end ]\r\n"}));
+}
+
+TEST_F(DelimitedImport, OemValuesAreConvertedAndNamesAreNot) {
+  QueuedFile file = Delimited("oem.csv",
+                              "Stra\xE1"
+                              "e,\x9C"
+                              "5\r\n",
+                              Settings("N=2\r\nNA1=Stra\xC3\x9F"
+                                       "e\r\nNA2=Price\r\nD=,\r\nTC=0"));
+  file.origin_ansi = 0;
+  Import({file});
+  EXPECT_EQ(Documents(), Docs{"Stra\u00DFe[ Stra\u00DFe ]\r\nPrice[ \u00A35 ]\r\n"});
+}
+
+// ---- Where the settings come from ----
+
+TEST_F(DelimitedImport, SettingsFileBesideTheSourceIsReadByDefault) {
+  const std::string ksi = dir_.file("people.ksi");
+  CKSIFileHandler writer;
+  ASSERT_TRUE(writer.WriteTypeAndCount(ksi, CKSIFileHandler::Layout::kDelimited, 2));
+  ASSERT_TRUE(writer.WriteDelimiterSettings(ksi, ";", "\"", false));
+  ASSERT_TRUE(writer.WriteColumnNames(ksi, {"Name", "Town"}));
+  QueuedFile file{WriteFile(dir_, "people.csv", "Ann;Oslo\r\n"), kDelimited};
+  file.use_stored_settings = 1;
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(Documents(), Docs{"Name[ Ann ]\r\nTown[ Oslo ]\r\n"});
+}
+
+TEST_F(DelimitedImport, SettingsFileNamedByTheRecordIsRead) {
+  const std::string ksi = WriteFile(dir_, "layouts/tabbed.ksi",
+                                    "[Type Section]\r\ntype=CSV\r\nNumberOfFields=2\r\n"
+                                    "[Delimiter Section]\r\ndelimiter=|\r\n"
+                                    "consecutice delimiter=FALSE\r\n"
+                                    "[Header Section]\r\nheader1=Key\r\nheader2=Skip\r\n");
+  QueuedFile file{WriteFile(dir_, "data.txt", "k1||x\r\n"), kDelimited};
+  file.use_stored_settings = 1;
+  file.date_from = ksi;
+  Import({file});
+  // "consecutice delimiter" FALSE: the second "|" ends an empty value.
+  EXPECT_EQ(Documents(), Docs{"Key[ k1 ]\r\n"});
+}
+
+TEST_F(DelimitedImport, WithoutStoredSettingsEachRowIsADocumentOfItsText) {
+  QueuedFile file{WriteFile(dir_, "plain.csv", "a,b\r\n\"c\r\nd\",e\r\n"), kDelimited};
+  // A settings file beside it is not read unless the record asks for it.
+  WriteFile(dir_, "plain.ksi", "[Type Section]\r\ntype=CSV\r\nNumberOfFields=1\r\n");
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_TRUE(outcome.log.empty()) << outcome.log;
+  EXPECT_EQ(Documents(), (Docs{"a,b", "\"c\r\nd\",e"}));
+}
+
+TEST_F(DelimitedImport, MissingSettingsFileIsLoggedAndRowsArriveAsText) {
+  QueuedFile file{WriteFile(dir_, "orphan.csv", "a,b\r\nc,d\r\n"), kDelimited};
+  file.use_stored_settings = 1;
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.log, "The file " + dir_.file("orphan.ksi") + ", could not be located.\r\n");
+  EXPECT_EQ(Documents(), (Docs{"a,b", "c,d"}));
+}
+
+TEST_F(DelimitedImport, FailingColumnHeaderStringIsLoggedAndRawRowsImported) {
+  struct Case {
+    std::string settings;
+    uint32_t code;
+    std::string text;
+  };
+  const Case cases[] = {
+      {"T=CSV\r\nN=0\r\nD=,", 13003, "Number of fields must be greater than or eqaul to 0."},
+      {"T=CSV\r\nN=2\r\nP1=5\r\nD=,", 13005, "Column position must be greater than or eqaul to 0."},
+      {"T=CSV\r\nN=1\r\nTC=2\r\nD=,", 13009,
+       "TreatConsectiveDelimitersAsOne must be either 0 or 1."},
+      {"N=1\r\nD=,", 13000, "Type string missing "},
+  };
+  for (const Case& c : cases) {
+    TempDir scratch;
+    database_ = scratch.file("db.kst");
+    ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
+    QueuedFile file = Delimited("bad.csv", "a, b\r\n\"c,\r\nd\r\n", c.settings);
+    const auto outcome = Import({file});
+    EXPECT_EQ(outcome.result, 1u) << c.code;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
+    EXPECT_EQ(outcome.log, file.path + ": " + std::to_string(c.code) + " " + c.text + "\r\n");
+    // No qualifier is left after a failed parse: each line is a row.
+    EXPECT_EQ(Documents(), (Docs{"a, b", "\"c,", "d"})) << c.code;
+  }
+}
+
+// ---- Entry-form mode ----
+
+TEST_F(DelimitedImport, EntryFormRowsBecomeEntriesWithUntrimmedValuesAndTheirBlank) {
+  CreateForm("Contact", {"Name", "Home Phone"});
+  QueuedFile file = Delimited("e.csv", "Smith ,x, 555\r\nJones\r\n", kContactSettings);
+  file.entry_form = "Contact";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
+  EXPECT_EQ(outcome.documents_added, 2u);
+  const std::vector<StoredDocument> stored = StoredDocuments();
+  ASSERT_EQ(stored.size(), 2u);
+  for (const StoredDocument& entry : stored) {
+    EXPECT_EQ(entry.kind, KSENG_KIND_ENTRY);
+    EXPECT_EQ(entry.form, "Contact");
+  }
+  // Names as given, "Skip" included; each value followed by one blank.
+  EXPECT_EQ(stored[0].fields,
+            (Fields{{"Name", "Smith  "}, {"Home Phone", " 555 "}, {"Skip", "x "}}));
+  // Columns without a value are left empty.
+  EXPECT_EQ(stored[1].fields, (Fields{{"Name", "Jones "}}));
+}
+
+TEST_F(DelimitedImport, EntriesFollowOneAnotherAndEarlierFilesInSourceOrder) {
+  CreateForm("Row", {"A"});
+  const std::string settings = Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0");
+  QueuedFile first = Delimited("1.csv", "1\r\n2\r\n", settings);
+  first.entry_form = "Row";
+  first.location = 6;
+  QueuedFile second = Delimited("2.csv", "3\r\n", settings);
+  second.entry_form = "Row";
+  second.location = 6;
+  Import({{WriteFile(dir_, "old.txt", "old")}});
+  const auto outcome = Import({first, second});
+  EXPECT_EQ(outcome.documents_added, 3u);
+  EXPECT_EQ(Documents(), (Docs{"A[ 1  ]\r\n", "A[ 2  ]\r\n", "A[ 3  ]\r\n", "old"}));
+}
+
+TEST_F(DelimitedImport, MissingEntryFormIsReportedAndNothingIsImported) {
+  QueuedFile file = Delimited("e.csv", "Smith,x,1\r\n", kContactSettings);
+  file.entry_form = "No such form";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, 14001u);
+  EXPECT_EQ(outcome.log, "Could not open entry form.\r\n");
+  EXPECT_EQ(outcome.documents_added, 0u);
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(DelimitedImport, MissingNamedDocumentForEntriesStopsWithError98) {
+  CreateForm("Row", {"A"});
+  QueuedFile file = Delimited("e.csv", "1\r\n", Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0"));
+  file.entry_form = "Row";
+  file.location = 3;
+  file.named_document = "Nowhere";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_SAVE_DOCUMENT);
+  EXPECT_TRUE(Documents().empty());
+}
+
+// ---- Bad input ----
+
+TEST_F(DelimitedImport, LaterFailuresKeepWhatEarlierFilesImported) {
+  const std::string settings = Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0");
+  QueuedFile missing{dir_.file("missing.csv"), kDelimited};
+  QueuedFile no_form = Delimited("f.csv", "2\r\n", settings);
+  no_form.entry_form = "No such form";
+  const auto outcome = Import({Delimited("good.csv", "1\r\n", settings), missing, no_form,
+                               Delimited("late.csv", "3\r\n", settings)});
+  EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
+  EXPECT_NE(outcome.log.find("could not be located."), std::string::npos) << outcome.log;
+  EXPECT_NE(outcome.log.find("Could not open entry form."), std::string::npos) << outcome.log;
+  EXPECT_EQ(Documents(), (Docs{"A[ 1 ]\r\n", "A[ 3 ]\r\n"}));
+}
+
+TEST_F(DelimitedImport, BinaryBytesImportUpToTheirFirstNulWithoutAFault) {
+  // Every byte but NUL and the line ends, qualifiers and delimiters among
+  // them, then a NUL that ends the record; what follows is a blank line.
+  std::string bytes;
+  for (int i = 0; i < 1 << 16; ++i) {
+    const char c = static_cast<char>(i % 255 + 1);
+    if (c != '\r' && c != '\n') bytes += c;
+  }
+  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
+  const auto outcome =
+      Import({Delimited("bin.csv", "x,y\r\n" + bytes + '\0' + "\r\nnever,read\r\n", settings)});
+  EXPECT_EQ(outcome.result, 1u);
+  const Docs docs = Documents();
+  ASSERT_EQ(docs.size(), 2u);
+  EXPECT_EQ(docs[0], "A[ x ]\r\nB[ y ]\r\n");
+  EXPECT_EQ(docs[1].rfind("A[ ", 0), 0u);
+}
+
+TEST_F(DelimitedImport, AFiftyMegabyteFieldArrivesWhole) {
+  const std::string big(50u << 20, 'x');
+  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
+  const auto outcome = Import({Delimited("big.csv", "1,\"" + big + "\"\r\n2,z\r\n", settings)});
+  EXPECT_EQ(outcome.result, 1u);
+  const Docs docs = Documents();
+  ASSERT_EQ(docs.size(), 2u);
+  EXPECT_TRUE(docs[0] == "A[ 1 ]\r\nB[ " + big + " ]\r\n") << "size " << docs[0].size();
+  EXPECT_EQ(docs[1], "A[ 2 ]\r\nB[ z ]\r\n");
+}
+
+TEST_F(DelimitedImport, UnclosedQuoteInALargeFileIsLoggedAndEarlierRowsKept) {
+  // The quote runs on past the longest record the reader holds.
+  const std::string path = dir_.file("open.csv");
+  {
+    std::ofstream out(path, std::ios::binary);
+    out << "1,ok\r\n2,\"never closed\r\n";
+    const std::string line(1 << 20, 'y');
+    for (int i = 0; i < 70; ++i) out << line << "\r\n";
+  }
+  QueuedFile file{path, kDelimited};
+  file.use_stored_settings = 1;
+  file.date_from = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.log, "Record 2 of " + path +
+                             " (from byte 6) is longer than 64 MB; it and the rest of the file "
+                             "were not imported.\r\n");
+  EXPECT_EQ(Documents(), Docs{"A[ 1 ]\r\nB[ ok ]\r\n"});
+}
+
+// ---- A long import: progress and abort ----
+
+TEST_F(DelimitedImport, AbortFromAnotherThreadStopsBetweenRows) {
+  std::string source;
+  for (int i = 0; i < 200000; ++i) source += std::to_string(i) + ",v\r\n";
+  const QueuedFile file = Delimited("many.csv", source, Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0"));
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  ASSERT_EQ(Queue(handle, file), 1u);
+  const uint32_t total = KSIMP_GetTotalBytes(handle);
+  std::atomic<bool> done{false};
+  std::atomic<uint32_t> highest{0};
+  std::thread aborter([&] {
+    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 1000) {
+      highest.store(std::max(highest.load(), KSIMP_GetCurBytes(handle)));
+      std::this_thread::yield();
+    }
+    KSIMP_Abort(handle);
+  });
+  uint32_t added = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "an abort is not a failure";
+  done.store(true);
+  aborter.join();
+  const Docs docs = Documents();
+  EXPECT_EQ(docs.size(), added);
+  EXPECT_GE(docs.size(), 1000u);
+  EXPECT_LT(docs.size(), 200000u) << "the abort was not noticed";
+  EXPECT_GT(highest.load(), 0u) << "no progress was seen";
+  EXPECT_LT(highest.load(), total);
+  for (size_t i = 0; i < docs.size(); ++i) {
+    ASSERT_EQ(docs[i], "A[ " + std::to_string(i) + " ]\r\n") << "document " << i;
+  }
+}
+
+// ---- Real files written by other software ----
+
+TEST_F(DelimitedImport, CorpusFilesImportWithoutAFault) {
+  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus" / "csv";
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
+  const std::string settings = Settings("N=3\r\nNA1=A\r\nNA2=B\r\nNA3=C\r\nD=,\r\nTQ=\"\r\nTC=0");
+  std::vector<QueuedFile> files;
+  for (const auto& entry : std::filesystem::directory_iterator(corpus)) {
+    QueuedFile file{entry.path().string(), kDelimited};
+    file.use_stored_settings = 1;
+    file.date_from = settings;
+    files.push_back(file);
+  }
+  ASSERT_FALSE(files.empty());
+  const auto outcome = Import(files);
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
+  EXPECT_GT(outcome.documents_added, 2000u) << "challenge.csv alone has 2001 rows";
+  EXPECT_EQ(Documents().size(), outcome.documents_added);
+}
+
+TEST_F(DelimitedImport, CorpusFileWithQuotedCommasGivesItsFieldLines) {
+  const std::filesystem::path path =
+      std::filesystem::path(KS_SHARED_DIR) / "corpus" / "csv" / "comma_in_quotes.csv";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus beside the checkout";
+  QueuedFile file{path.string(), kDelimited};
+  file.use_stored_settings = 1;
+  file.date_from = Settings(
+      "N=5\r\nS=2\r\nNA1=First\r\nNA2=Last\r\nNA3=Address\r\nNA4=City\r\nNA5=Zip\r\nD=,\r\n"
+      "TQ=\"\r\nTC=0");
+  Import({file});
+  EXPECT_EQ(Documents(), Docs{"First[ John ]\r\nLast[ Doe ]\r\nAddress[ 120 any st. ]\r\n"
+                              "City[ Anytown, WW ]\r\nZip[ 08123 ]\r\n"});
+}
+
+}  // namespace

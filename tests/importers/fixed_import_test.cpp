@@ -1,0 +1,169 @@
+// The fixed-width import (file type 9999), end to end through the exported
+// interface into a real database: how lines are cut, the document text with
+// its two blanks after the marker, entry-form mode and bad settings.
+#include "importers/text/fixed_import.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "api/write_file.h"
+#include "import_fixture.h"
+
+namespace {
+
+using Docs = std::vector<std::string>;
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+constexpr int32_t kFixedWidth = 9999;
+
+class FixedImport : public ImportFixture {
+ protected:
+  QueuedFile Fixed(const std::string& name, const std::string& content,
+                   const std::string& settings) {
+    QueuedFile file{WriteFile(dir_, name, content), kFixedWidth};
+    file.use_stored_settings = settings.empty() ? 0 : 1;
+    file.date_from = settings;
+    return file;
+  }
+};
+
+// ---- Text mode ----
+
+TEST_F(FixedImport, ValuesStandTwoBlanksAfterTheMarker) {
+  const auto outcome = Import({Fixed("n.txt", "Smith     42\r\nJo        7 \r\n",
+                                     "T=FXD\r\nN=2\r\nNA1=Name\r\nL1=10\r\nNA2=Age\r\nL2=2")});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 2u);
+  // The delimited import writes "Name[ Smith ]"; this one has always written
+  // one blank more.
+  EXPECT_EQ(Documents(),
+            (Docs{"Name[  Smith ]\r\nAge[  42 ]\r\n", "Name[  Jo ]\r\nAge[  7 ]\r\n"}));
+}
+
+TEST_F(FixedImport, LinesAreCutAtTheWidthsAndShortLinesGiveEmptyValues) {
+  Import(
+      {Fixed("w.txt", "abcdefghij\r\nabc\r\n", "T=FXD\r\nN=2\r\nNA1=A\r\nL1=3\r\nNA2=B\r\nL2=4")});
+  EXPECT_EQ(Documents(), (Docs{
+                             // "hij" after the last column belongs to no field.
+                             "A[  abc ]\r\nB[  defg ]\r\n",
+                             "A[  abc ]\r\nB[   ]\r\n",
+                         }));
+}
+
+TEST_F(FixedImport, SkipAndEmptyNamesAreLeftOutAndNamesLoseBlanks) {
+  Import({Fixed("k.txt", "12345678\r\n",
+                "T=FXD\r\nN=4\r\nNA1=SKIP\r\nL1=2\r\nNA2=Part No\r\nL2=2\r\nL3=2\r\n"
+                "NA4=Qty\r\nL4=2")});
+  EXPECT_EQ(Documents(), Docs{"PartNo[  34 ]\r\nQty[  78 ]\r\n"});
+}
+
+TEST_F(FixedImport, FirstRowAndBlankLineBoundTheLinesRead) {
+  Import({Fixed("b.txt", "head\r\nab\ncd\r\n\r\nef\r\n",
+                "T=FXD\r\nN=1\r\nS=2\r\nNA1=A\r\nP1=1\r\nL1=2")});
+  EXPECT_EQ(Documents(), (Docs{"A[  ab ]\r\n", "A[  cd ]\r\n"}));
+}
+
+TEST_F(FixedImport, WidthsCountTheCharactersOfAnOemSource) {
+  QueuedFile file =
+      Fixed("oem.txt", "\x9C\xE1x\r\n", "T=FXD\r\nN=2\r\nNA1=A\r\nL1=1\r\nNA2=B\r\nL2=2");
+  file.origin_ansi = 0;
+  Import({file});
+  EXPECT_EQ(Documents(), Docs{"A[  \u00A3 ]\r\nB[  \u00DFx ]\r\n"});
+}
+
+TEST_F(FixedImport, WithoutSettingsEachLineIsADocumentOfItsText) {
+  const auto outcome = Import({Fixed("p.txt", "first line \r\nsecond\r\n", "")});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(Documents(), (Docs{"first line ", "second"}));
+}
+
+TEST_F(FixedImport, FailingSettingsAreLoggedAndStoreNothing) {
+  QueuedFile file = Fixed("f.txt", "abc\r\n", "T=FXD\r\nN=1\r\nL1=-2");
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
+  EXPECT_EQ(outcome.log, file.path + ": 13011 Length of field missing.\r\n");
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(FixedImport, MissingSettingsFileIsLoggedAndStoresNothing) {
+  QueuedFile file{WriteFile(dir_, "lost.txt", "abc\r\n"), kFixedWidth};
+  file.use_stored_settings = 1;
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.log, "The file " + dir_.file("lost.ksi") + ", could not be located.\r\n");
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(FixedImport, DelimitedSettingsAreRefusedForFixedWidthText) {
+  QueuedFile file = Fixed("c.txt", "a,b\r\n", "T=CSV\r\nN=1\r\nNA1=A\r\nD=,");
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_NE(outcome.log.find("describes delimited text"), std::string::npos) << outcome.log;
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(FixedImport, SettingsFileBesideTheSourceIsRead) {
+  WriteFile(dir_, "cols.ksi",
+            "[Type Section]\r\ntype=FXD\r\nNumberOfFields=2\r\n[Header Section]\r\n"
+            "Header1=Code\r\nHeader2=Skip\r\n[Fixed Field Section]\r\nField1=2\r\nField2=3\r\n");
+  QueuedFile file{WriteFile(dir_, "cols.dat", "AB123\r\n"), kFixedWidth};
+  file.use_stored_settings = 1;
+  Import({file});
+  EXPECT_EQ(Documents(), Docs{"Code[  AB ]\r\n"});
+}
+
+// ---- Entry-form mode ----
+
+TEST_F(FixedImport, EntryValuesStandUntrimmedWithoutATrailingBlank) {
+  CreateForm("Part", {"Code", "Name"});
+  QueuedFile file =
+      Fixed("e.txt", "AB Bolt  extra\r\n",
+            "T=FXD\r\nN=3\r\nNA1=Code\r\nL1=3\r\nNA2=Skip\r\nL2=0\r\nNA3=Name\r\nL3=6");
+  file.entry_form = "Part";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  const std::vector<StoredDocument> stored = StoredDocuments();
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(stored[0].kind, KSENG_KIND_ENTRY);
+  EXPECT_EQ(stored[0].form, "Part");
+  // "Skip" is a field here; the text after the last column has no field.
+  EXPECT_EQ(stored[0].fields, (Fields{{"Code", "AB "}, {"Name", "Bolt  "}, {"Skip", ""}}));
+  // As this import always has, entries are not counted as documents added.
+  EXPECT_EQ(outcome.documents_added, 0u);
+}
+
+TEST_F(FixedImport, MissingEntryFormEndsTheImportWithoutALogLine) {
+  QueuedFile file = Fixed("e.txt", "AB\r\n", "T=FXD\r\nN=1\r\nNA1=Code\r\nL1=2");
+  file.entry_form = "No such form";
+  const auto outcome = Import({file});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, 14001u);
+  EXPECT_TRUE(outcome.log.empty()) << outcome.log;
+  EXPECT_TRUE(Documents().empty());
+}
+
+// ---- Real files written by other software ----
+
+TEST_F(FixedImport, CorpusFilesImportLineByLine) {
+  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus" / "fixed";
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
+  const auto outcome = Import({{(corpus / "fwf-sample.txt").string(), kFixedWidth},
+                               {(corpus / "epa78.txt").string(), kFixedWidth}});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 3u + 20u);
+
+  TempDir scratch;
+  database_ = scratch.file("db.kst");
+  ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
+  QueuedFile sample{(corpus / "fwf-sample.txt").string(), kFixedWidth};
+  sample.use_stored_settings = 1;
+  sample.date_from = "T=FXD\r\nN=3\r\nNA1=Name\r\nL1=20\r\nNA2=State\r\nL2=10\r\nNA3=Code\r\nL3=12";
+  Import({sample});
+  const Docs docs = Documents();
+  ASSERT_EQ(docs.size(), 3u);
+  EXPECT_EQ(docs[0], "Name[  John Smith ]\r\nState[  WA ]\r\nCode[  418-Y11-4111 ]\r\n");
+}
+
+}  // namespace
