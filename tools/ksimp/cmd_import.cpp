@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "column_header_flags.h"
 #include "commands.h"
 #include "database.h"
 #include "import_options.h"
@@ -128,8 +129,36 @@ struct ImportCommand {
   std::string message_date_range;
   std::string sort = "asc";
   ImportRequest request;
+  ColumnHeaderFlags columns;  // delimited and fixed-width layouts
   bool quiet = false;
   std::vector<std::string> given;  // the options given, in command-line order
+
+  // A delimited or fixed-width layout travels as the import's stored
+  // settings: a .ksi path, or the column header string itself.  A string that
+  // does not parse is reported now; the import still runs, keeping each row
+  // as it stands.
+  void UseColumns() {
+    if (!columns.Given()) return;
+    if (!date_range.empty()) {
+      throw HostError("--date-range cannot be combined with a column layout", 2);
+    }
+    request.stored_settings = true;
+    const std::string header = columns.ColumnHeader();
+    request.date_from = columns.settings.empty() ? header : columns.settings;
+    const uint32_t code = KSIMP_CheckColumnHeader(header.c_str());
+    if (code != 0) {
+      std::vector<char> text(4096);
+      KSIMP_ImportErrorToString(code, text.data(), static_cast<int32_t>(text.size()));
+      fmt::print(stderr,
+                 "warning: the column header string does not parse: message {}: {}\n"
+                 "         each row is imported as it stands.\n",
+                 code, text.data());
+    }
+    if (type.empty()) {
+      const bool fixed = header.find("T=FXD") != std::string::npos;
+      request.file_type = fixed ? 9999 : 1004;
+    }
+  }
 
   void Run() {
     ParseDelimiter(delimiter, request);
@@ -142,6 +171,7 @@ struct ImportCommand {
     }
     if (!type.empty()) request.file_type = ParseFileType(type);
     RefuseDelimiterWithAttachments(request, given);
+    UseColumns();
     const uint32_t requested = RequestedOptions(request, given);
 
     const uint32_t handle = KSIMP_InitImportUsingFileName(path.c_str());
@@ -244,6 +274,7 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_option("--filter", r.filter, "Filter the source through this filter first");
   cmd->add_flag("--delete-after", r.delete_after,
                 "Delete files of the temporary import folder once imported");
+  command->columns.AddTo(*cmd, /*with_settings=*/true);
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->callback([command, cmd] {
     for (const CLI::Option* option : cmd->parse_order())

@@ -13,6 +13,7 @@ void AddAddCommand(CLI::App& parent);
 void AddImportCommand(CLI::App& parent);
 void AddTypesCommand(CLI::App& parent);
 void AddSettingsCommand(CLI::App& parent);
+void AddFormCommand(CLI::App& parent);
 void AddDocsCommand(CLI::App& parent);
 void AddShowCommand(CLI::App& parent);
 void AddSearchCommand(CLI::App& parent);

@@ -15,8 +15,9 @@ namespace {
 // Every command of the host, in the order --help lists them.
 const ksimp::CommandSetup kCommands[] = {
     ksimp::AddCreateCommand,   ksimp::AddImportCommand, ksimp::AddTypesCommand,
-    ksimp::AddSettingsCommand, ksimp::AddAddCommand,    ksimp::AddDocsCommand,
-    ksimp::AddShowCommand,     ksimp::AddSearchCommand, ksimp::AddExportCommand,
+    ksimp::AddSettingsCommand, ksimp::AddFormCommand,   ksimp::AddAddCommand,
+    ksimp::AddDocsCommand,     ksimp::AddShowCommand,   ksimp::AddSearchCommand,
+    ksimp::AddExportCommand,
 };
 
 }  // namespace

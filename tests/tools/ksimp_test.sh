@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# ksimp end to end: the commands a person types, their output and exit
+# status.  Usage: ksimp_test.sh KSIMP
+set -uo pipefail
+ksimp=$1
+work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-test.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export KESTRO_CONFIG_DIR=$work/config ODBCSYSINI=$work/odbc
+mkdir -p "$ODBCSYSINI"
+failures=0
+passes=0
+
+check() {  # check NAME EXPECTED_STATUS COMMAND...
+  local name=$1 expected=$2
+  shift 2
+  "$@" >"$work/out" 2>"$work/err"
+  local status=$?
+  if [ "$status" -ne "$expected" ]; then
+    echo "FAIL $name: exit $status, expected $expected"; sed 's/^/  | /' "$work/out" "$work/err"
+    failures=$((failures + 1))
+  else
+    passes=$((passes + 1))
+  fi
+}
+contains() {  # contains NAME FILE TEXT
+  if grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
+    echo "FAIL $1: '$3' not in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
+}
+
+db=$work/t.kst
+printf 'Page one\r\n\f\r\nPage two\r\n\f\r\nPage three' >"$work/notes.txt"
+check create 0 "$ksimp" create "$db"
+check create-again 1 "$ksimp" create "$db"
+check import-pages 0 "$ksimp" import "$db" "$work/notes.txt" --delimiter pagebreak --quiet
+contains import-count "$work/out" "3 document(s) added"
+check docs-json 0 "$ksimp" docs "$db" --json
+contains docs-text "$work/out" '"text":"Page two\r\n"'
+test "$(grep -c '"id"' "$work/out")" -eq 3 && passes=$((passes + 1)) || { echo "FAIL docs-count"; failures=$((failures + 1)); }
+
+check export 0 "$ksimp" export "$db" "$work/export"
+if cmp -s "$work/export/000003.txt" <(printf 'Page three'); then passes=$((passes + 1)); else
+  echo "FAIL export-bytes"; failures=$((failures + 1)); fi
+check search 0 "$ksimp" search "$db" two
+contains search-hit "$work/out" "1 match(es)"
+
+# Bad input: a clear word, exit 1, and nothing already imported is lost.
+check missing-file 1 "$ksimp" import "$db" "$work/nope.txt" --quiet
+contains missing-text "$work/out" "could not be located"
+check folder 1 "$ksimp" import "$db" "$work" --quiet
+contains folder-text "$work/out" "is a folder, not a file"
+check unknown-type 1 "$ksimp" import "$db" "$work/notes.txt" --type 1001 --quiet
+contains unknown-type-text "$work/err" "no importer is available"
+check still-three 0 "$ksimp" docs "$db"
+contains still-three-count "$work/out" "3 document(s)"
+check not-a-database 1 "$ksimp" docs "$work/notes.txt"
+contains not-a-database-text "$work/err" "not a Kestro database"
+
+# Usage errors.
+check bad-delimiter 2 "$ksimp" import "$db" "$work/notes.txt" --delimiter sometimes
+check bad-type-name 2 "$ksimp" import "$db" "$work/notes.txt" --type nonsense
+check no-command 2 "$ksimp"
+check delimiter-and-attachments 2 "$ksimp" import "$db" "$work/notes.txt" --delimiter blankline --save-attachments
+contains exclusion-text "$work/err" "You cannot set the Save Attachments option  when a document Delimiter is defined."
+check option-not-offered 0 "$ksimp" import "$db" "$work/notes.txt" --full-header --quiet
+contains option-warning "$work/err" 'does not offer "Full Header"'
+
+# Types, settings files, forms and fielded imports.
+check types 0 "$ksimp" types --json
+test "$(grep -c '"number"' "$work/out")" -eq 13 && passes=$((passes + 1)) || { echo "FAIL types-count"; failures=$((failures + 1)); }
+printf 'Name,Skip,Home Phone\r\nSmith ,x, 555\r\n' >"$work/p.csv"
+check settings-write 0 "$ksimp" settings write "$work/p.ksi" --names 'Name,Skip,Home Phone'
+check settings-show 0 "$ksimp" settings show "$work/p.ksi"
+contains settings-string "$work/out" "NA3=Home Phone"
+fdb=$work/f.kst
+check create-f 0 "$ksimp" create "$fdb"
+check csv-import 0 "$ksimp" import "$fdb" "$work/p.csv" --settings "$work/p.ksi" --first-row 2 --quiet
+check csv-docs 0 "$ksimp" docs "$fdb" --json
+contains csv-fields "$work/out" '"text":"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n"'
+check bad-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=0' --quiet
+contains bad-columns-warning "$work/err" "message 13003"
+check form-create 0 "$ksimp" form create "$fdb" Person --fields 'Name,Home Phone'
+check entry-import 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=3\nNA1=Name\nNA2=Skip\nNA3=Home Phone\nP1=1\nP2=2\nP3=3\nD=,\nS=2' --form Person --quiet
+check entry-docs 0 "$ksimp" docs "$fdb" --json
+contains entry-fields "$work/out" '"fields":{"Name":"Smith  "'
+
+echo "$passes passed, $failures failed"
+[ "$failures" -eq 0 ]
