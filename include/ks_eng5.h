@@ -21,14 +21,17 @@
  *    size given.  Pointers the engine returns are never owned by the caller.
  *  - Failure: functions return 0 (or a non-positive identifier, or a status
  *    other than 1 and 6) and set the calling thread's last error, read with
- *    EngLastError(0).  The engine never lets an exception out.
+ *    EngLastError(0).  Every other call sets it too: to KSENG_OK when it
+ *    succeeds.  The engine never lets an exception out.
  *  - Threads: a database handle must be used by one thread at a time; several
  *    handles may be used from several threads at once.  EngLastError is kept
  *    per thread.
- *  - Durability: documents are added inside batched transactions.  They are
- *    committed by EngEndAdd, by EngCloseDatabase, and whenever a batch fills.
- *    A process killed during an import leaves a database that opens, holds
- *    every committed document and no half-written one.
+ *  - Durability: documents are added inside batched transactions, and every
+ *    other change of a writable handle joins the open batch.  They are
+ *    committed by EngEndAdd, by EngCloseDatabase, and whenever a batch fills;
+ *    until then only the same handle sees them.  A process killed during an
+ *    import leaves a database that opens, holds every committed document and
+ *    no half-written one.
  *  - Protection is access control, not encryption: a protected database is
  *    refused by EngOpenDatabase (error 4000) and opened by EngOpenDatabaseEx
  *    with the right login group and password.
@@ -155,7 +158,10 @@ KSENG_API int32_t EngCreateDatabase(const char* path, const char* login_group,
 
 /* 1: opens a database.  Returns its handle, or 0 (see EngLastError; 4000 when
  * the database is protected).  Opening with KSENG_ACCESS_READ never writes the
- * file.  A failed open changes nothing on disk. */
+ * file.  A failed open changes nothing on disk.  A path that names a folder is
+ * KSENG_ERR_NOT_DATABASE.  When a writer was killed in the middle of a commit,
+ * a read-only open fails with KSENG_ERR_BUSY until a writable open has rolled
+ * the interrupted commit back (which restores the last committed state). */
 KSENG_API uint32_t EngOpenDatabase(const char* path, int32_t access_mode,
                                    int32_t share_mode);
 
@@ -194,16 +200,20 @@ KSENG_API int64_t EngFindDocument(uint32_t db, int32_t kind, const char* name);
 
 /* 124: ends a run of additions: commits every document added so far and
  * brings the full-text index up to date.  kind and id name the last document
- * or form the caller worked with (0 for none); a non-zero id must exist.
- * marker is the byte EngBeginAdd gave.  *added (may be NULL) receives the
- * number of documents committed by this call. */
+ * or form the caller worked with (0 for none); a non-zero id must exist, else
+ * the call fails before committing anything.  marker is the byte EngBeginAdd
+ * gave.  *added (may be NULL) receives the number of documents made since
+ * EngBeginAdd (or the previous EngEndAdd), all committed when this returns
+ * (text appended to an existing document makes no new document).  A document
+ * still being added stays pending and is not committed. */
 KSENG_API int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker,
                             uint32_t* added);
 
 /* 17: hands a piece of a new document's text to the engine.  The first piece
- * of a document fixes its kind, location and anchor and its attachments; later
- * pieces before EngSaveDocument(final = 1) only add text (their other
- * arguments are ignored).  length 0 means strlen(text).  one must be 1.
+ * of a document fixes its kind (KSENG_KIND_TEXT or KSENG_KIND_RICHTEXT),
+ * location and anchor and its attachments; later pieces before
+ * EngSaveDocument(final = 1) only add text (their other arguments are
+ * ignored).  length 0 means strlen(text).  one must be 1.
  * Returns KSENG_STATUS_TAKEN, or KSENG_STATUS_SAVE_FIRST when the piece was
  * taken and the engine wants EngSaveDocument called before more text; any
  * other value is a failure and the pending document is dropped. */
@@ -214,7 +224,9 @@ KSENG_API int32_t EngAddDocument(uint32_t db, const char* text, int32_t one,
                                  uint32_t attachment_count);
 
 /* 74: as EngAddDocument, for an entry made from the form `form` (an id from
- * EngFindDocument kind 2).  flags and reserved must be 0. */
+ * EngFindDocument kind 2; 0 makes a plain document).  The entry's fields are
+ * read from the field lines at the start of its text.  flags and reserved
+ * must be 0. */
 KSENG_API int32_t EngAddDocumentWithForm(
     uint32_t db, const char* text, int32_t one, uint32_t length, int32_t kind,
     int32_t location, uint64_t anchor, uint64_t form,
@@ -222,7 +234,8 @@ KSENG_API int32_t EngAddDocumentWithForm(
     uint32_t flags, uint32_t reserved);
 
 /* 280: as EngAddDocumentWithForm, with field values for the entry.  The text
- * (may be empty) follows the form's field lines. */
+ * (may be empty) follows the field lines, which are written as EngOp249
+ * writes them (fields with a NULL value are left out). */
 KSENG_API int32_t EngAddDocumentWithFormEx(
     uint32_t db, const char* text, int32_t one, uint32_t length, int32_t kind,
     int32_t location, uint64_t anchor, uint64_t form,
@@ -242,24 +255,32 @@ KSENG_API int32_t EngSaveDocument(uint32_t db, const char* name,
                                   const char* text, int32_t final,
                                   uint64_t* new_id);
 
+/* Drops the pending document, if any: nothing of it reaches the database.
+ * For an import that stops in the middle of a document.  Returns non-zero
+ * when the handle is open (whether or not a document was pending). */
+KSENG_API int32_t EngCancelDocument(uint32_t db);
+
 /* 130: attaches the entry form named `form_name` to the last saved document,
- * making it an entry of that form.  Returns non-zero on success. */
+ * making it an entry of that form; the field lines at the start of its text
+ * become the entry's fields and the text stays as it is.  Returns non-zero on
+ * success (KSENG_ERR_STATE when nothing was saved on this handle). */
 KSENG_API int32_t EngAttachForm(uint32_t db, const char* form_name);
 
 /* ---- Entry forms and entries ------------------------------------------ */
 
-/* Creates an entry form named `name` with field_count field names.  Returns
- * its identifier, 0 on failure (a form of that name exists already:
- * KSENG_ERR_EXISTS). */
+/* Creates an entry form named `name` with field_count field names (names of 1
+ * to 255 bytes, all different).  Returns its identifier, 0 on failure (a form
+ * of that name exists already: KSENG_ERR_EXISTS). */
 KSENG_API uint64_t EngCreateForm(uint32_t db, const char* name,
                                  const char* const* field_names,
                                  uint32_t field_count);
 
 /* 251: creates a new, empty entry of the form `form` at `location` (after
- * `anchor` when non-zero).  *entry receives its identifier.  marker is the
- * field marker the caller uses (0 for the database's); text, if not NULL or
- * empty, is kept as the entry's free text below its fields.  Returns
- * non-zero on success. */
+ * `anchor` when non-zero; KSENG_LOC_END_OF_CURRENT puts it after the current
+ * document, an empty entry having nothing to append).  *entry receives its
+ * identifier.  marker is the field marker the caller uses (0 for the
+ * database's); text, if not NULL or empty, is kept as the entry's free text
+ * below its fields.  Returns non-zero on success. */
 KSENG_API int32_t EngOp251(uint32_t db, uint64_t form, uint64_t* entry,
                            char marker, const char* text, int32_t location,
                            uint64_t anchor);
@@ -273,12 +294,14 @@ KSENG_API int32_t EngOp249(uint32_t db, uint32_t entry_low,
                            uint32_t entry_high, int32_t one, uint32_t count,
                            const KSENG_FIELD* fields);
 
-/* Number of fields of a form or entry (0 for other documents). */
+/* Number of fields of a form, or of fields holding a value in an entry (0 for
+ * other documents). */
 KSENG_API uint32_t EngGetFieldCount(uint32_t db, uint64_t id);
 
-/* Field `index` of a form or entry: name (and, for entries, value) copied
- * into the buffers (either may be NULL).  Returns 1, or 0 when the index is
- * out of range or a buffer is too small (KSENG_ERR_BUFFER). */
+/* Field `index` of a form or entry, in the order of the entry's text: name
+ * (and, for entries, value) copied into the buffers (either may be NULL).
+ * Returns 1, or 0 when the index is out of range (KSENG_ERR_ARGUMENT) or a
+ * buffer is too small (KSENG_ERR_BUFFER; neither buffer is written). */
 KSENG_API int32_t EngGetField(uint32_t db, uint64_t id, uint32_t index,
                               char* name, uint32_t name_size, char* value,
                               uint32_t value_size);
@@ -298,7 +321,8 @@ KSENG_API uint64_t EngNextDocument(uint32_t db, uint64_t current,
 /* Number of documents in the walk `filter`. */
 KSENG_API uint64_t EngCountDocuments(uint32_t db, int32_t filter);
 
-/* Kind of a document (KSENG_KIND_*), 0 when there is none. */
+/* Kind of a document or form (KSENG_KIND_*), 0 when there is none
+ * (KSENG_ERR_NO_DOCUMENT). */
 KSENG_API int32_t EngGetDocumentKind(uint32_t db, uint64_t id);
 
 /* Copies a document's text.  *length (may be NULL) receives the text's length
@@ -313,8 +337,9 @@ KSENG_API int32_t EngGetDocumentText(uint32_t db, uint64_t id, char* buffer,
 KSENG_API int32_t EngGetDocumentName(uint32_t db, uint64_t id, char* buffer,
                                      uint32_t size);
 
-/* Gives a document a name (NULL or "" removes it).  Names need not be
- * unique; EngFindDocument finds the first in database order. */
+/* Gives a document a name (NULL or "" removes it), or renames a form (which
+ * keeps a name).  Names need not be unique; EngFindDocument finds the first in
+ * database order. */
 KSENG_API int32_t EngSetDocumentName(uint32_t db, uint64_t id,
                                      const char* name);
 
@@ -341,7 +366,8 @@ KSENG_API int32_t EngReadAttachment(uint32_t db, uint64_t id, uint32_t index,
  * capacity identifiers of matching documents in database order and returns
  * the number of matches (which may exceed capacity); -1 on error
  * (KSENG_ERR_QUERY for a query that does not parse).  ids may be NULL with
- * capacity 0 to count. */
+ * capacity 0 to count.  Documents not indexed yet are found too; on a
+ * writable handle the search indexes them first, inside the open batch. */
 KSENG_API int64_t EngSearch(uint32_t db, const char* query, uint64_t* ids,
                             uint32_t capacity);
 

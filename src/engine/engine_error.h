@@ -1,0 +1,32 @@
+// EngineError: the one exception type of the engine's internals.  It carries
+// the KSENG_ERR_* code that the C boundary hands to EngLastError, so a failure
+// deep inside a store reaches the caller with the right number.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "ks_eng5.h"
+
+namespace ks::engine {
+
+class EngineError : public std::runtime_error {
+ public:
+  EngineError(uint32_t code, const std::string& what, int sqlite_code = 0)
+      : std::runtime_error(what), code_(code), sqlite_code_(sqlite_code) {}
+
+  uint32_t code() const { return code_; }
+  int sqlite_code() const { return sqlite_code_; }
+
+ private:
+  uint32_t code_;    // a KSENG_ERR_* value, never KSENG_OK
+  int sqlite_code_;  // the SQLite result behind it, 0 when SQLite was not involved
+};
+
+// Throws EngineError(code, what) unless `condition` holds.
+inline void Require(bool condition, uint32_t code, const char* what) {
+  if (!condition) throw EngineError(code, what);
+}
+
+}  // namespace ks::engine

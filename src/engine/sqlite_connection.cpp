@@ -1,0 +1,102 @@
+// Connection: opening, closing, statement cache and the SQLite-to-engine
+// error mapping used by every store.
+#include "engine/sqlite_connection.h"
+
+#include <fmt/format.h>
+
+#include "engine/engine_error.h"
+
+namespace ks::engine {
+
+uint32_t EngineCodeFor(int rc) {
+  switch (rc & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return KSENG_ERR_BUSY;
+    case SQLITE_NOMEM:
+      return KSENG_ERR_MEMORY;
+    case SQLITE_READONLY:
+      // A reader meeting a hot journal cannot recover it: the file is busy
+      // until a writable open rolls the interrupted write back.
+      return rc == SQLITE_READONLY_ROLLBACK ? KSENG_ERR_BUSY : KSENG_ERR_READONLY;
+    case SQLITE_IOERR:
+    case SQLITE_FULL:
+      return KSENG_ERR_IO;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return KSENG_ERR_NOT_DATABASE;
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+      return KSENG_ERR_ACCESS;
+    case SQLITE_TOOBIG:
+    case SQLITE_RANGE:
+    case SQLITE_MISMATCH:
+      return KSENG_ERR_ARGUMENT;
+    default:
+      return KSENG_ERR_INTERNAL;
+  }
+}
+
+void ThrowSqliteCode(int rc, const std::string& message) {
+  throw EngineError(EngineCodeFor(rc), fmt::format("sqlite error {}: {}", rc, message), rc);
+}
+
+void ThrowSqlite(sqlite3* db, int rc, const char* context) {
+  int extended = db != nullptr ? sqlite3_extended_errcode(db) : rc;
+  if ((extended & 0xff) != (rc & 0xff)) extended = rc;
+  ThrowSqliteCode(extended, fmt::format("{}: {}", context,
+                                        db != nullptr ? sqlite3_errmsg(db) : "no connection"));
+}
+
+Connection::Connection(const std::string& uri, int flags) {
+  int rc = sqlite3_open_v2(uri.c_str(), &db_, flags | SQLITE_OPEN_URI, nullptr);
+  if (rc != SQLITE_OK) {
+    std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : "out of memory";
+    sqlite3_close_v2(db_);
+    db_ = nullptr;
+    ThrowSqliteCode(rc, "open: " + message);
+  }
+  sqlite3_extended_result_codes(db_, 1);
+}
+
+Connection::~Connection() {
+  cache_.clear();  // statements must be finalized before the connection closes
+  sqlite3_close_v2(db_);
+}
+
+void Connection::Exec(const char* sql) {
+  char* error = nullptr;
+  int rc = sqlite3_exec(db_, sql, nullptr, nullptr, &error);
+  if (rc != SQLITE_OK) {
+    std::string message = error != nullptr ? error : sqlite3_errmsg(db_);
+    sqlite3_free(error);
+    ThrowSqliteCode(sqlite3_extended_errcode(db_) != SQLITE_OK ? sqlite3_extended_errcode(db_) : rc,
+                    message);
+  }
+}
+
+StatementLease Connection::Prepared(const char* sql) {
+  auto found = cache_.find(sql);
+  if (found == cache_.end()) {
+    found = cache_.emplace(sql, std::make_unique<Statement>(db_, sql)).first;
+  }
+  return StatementLease(*found->second);
+}
+
+ReadSnapshot::ReadSnapshot(Connection& connection) : connection_(connection) {
+  if (connection_.InTransaction()) return;
+  connection_.Exec("BEGIN");
+  began_ = true;
+}
+
+ReadSnapshot::~ReadSnapshot() {
+  // The main database was only read; COMMIT keeps what was written to
+  // temporary tables meanwhile (a reader's scratch index).
+  if (began_ && connection_.InTransaction() &&
+      sqlite3_exec(connection_.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+    sqlite3_exec(connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+}
+
+}  // namespace ks::engine

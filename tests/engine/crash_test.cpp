@@ -1,0 +1,150 @@
+// A process killed in the middle of a large import: the database opens
+// afterwards, holds every document committed before the kill (EngEndAdd had
+// returned for it) and no document in part.
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "engine_test_support.h"
+
+namespace ks::engine::test {
+namespace {
+
+// Document n's text: its number at both ends and a body whose length varies,
+// every 40th document several megabytes, added in pieces.
+std::string DocumentNumber(uint32_t n) {
+  size_t size = (n % 40 == 39) ? 3 * 1024 * 1024 + n : 200 + (n * 7919) % 20000;
+  std::string text = "begin " + std::to_string(n) + "\r\n";
+  while (text.size() < size) text += "filler" + std::to_string(n % 97) + " text\r\n";
+  text.resize(size);
+  return text + "\r\nend " + std::to_string(n) + "\r\n";
+}
+
+// The child: imports runs of documents forever, reporting the number of
+// documents committed after each EngEndAdd.  Small batches commit on their
+// own in between, so the kill may land mid-batch, mid-document or mid-commit.
+[[noreturn]] void ImportUntilKilled(const std::string& path, int report) {
+  EngineTuning tuning;
+  tuning.batch.documents = 7;
+  tuning.batch.bytes = 1 << 20;
+  tuning.cache_kib = 512;  // big documents spill into the file before their commit
+  uint32_t db = OpenTuned(path, KSENG_ACCESS_READWRITE, tuning);
+  uint32_t committed = 0;
+  for (uint32_t n = 0;;) {
+    char marker;
+    if (EngBeginAdd(db, &marker) != 1) _exit(2);
+    for (int i = 0; i < 25; ++i, ++n) {
+      if (AddDocument(db, DocumentNumber(n), KSENG_LOC_END, 0, nullptr, KSENG_KIND_TEXT,
+                      256 * 1024) == 0) {
+        _exit(3);
+      }
+    }
+    uint32_t added = 0;
+    if (EngEndAdd(db, 0, 0, marker, &added) != 1) _exit(4);
+    committed += added;
+    if (write(report, &committed, sizeof committed) != sizeof committed) _exit(5);
+  }
+}
+
+// Reads every report the child wrote; returns the last one.
+uint32_t LastReport(int report, uint32_t last, int timeout_ms) {
+  pollfd wait{report, POLLIN, 0};
+  while (poll(&wait, 1, timeout_ms) > 0) {
+    uint32_t value;
+    if (read(report, &value, sizeof value) != sizeof value) break;
+    last = value;
+  }
+  return last;
+}
+
+void KillMidImportAndCheck(const std::string& path, int delay_ms) {
+  int pipe_ends[2];
+  ASSERT_EQ(pipe(pipe_ends), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    close(pipe_ends[0]);
+    ImportUntilKilled(path, pipe_ends[1]);
+  }
+  close(pipe_ends[1]);
+  // Let a few runs commit, then kill at an arbitrary moment of the next.
+  uint32_t reported = 0;
+  for (int tries = 0; tries < 600 && reported < 50; ++tries) {
+    reported = LastReport(pipe_ends[0], reported, 100);
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(delay_ms));
+  kill(child, SIGKILL);
+  int status = 0;
+  waitpid(child, &status, 0);
+  reported = LastReport(pipe_ends[0], reported, 0);
+  close(pipe_ends[0]);
+  ASSERT_TRUE(WIFSIGNALED(status)) << "the importer stopped by itself: " << WEXITSTATUS(status);
+  ASSERT_GE(reported, 50u);
+
+  // A writable open recovers the interrupted batch and indexes what needs it.
+  uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db, 0u) << LastError();
+  std::vector<uint64_t> ids = WalkIds(db);
+  EXPECT_GE(ids.size(), reported);
+  for (uint32_t n = 0; n < ids.size(); ++n) {
+    // Documents are whole and in import order: a prefix of what was imported.
+    ASSERT_EQ(DocumentText(db, ids[n]), DocumentNumber(n)) << "document " << n;
+  }
+  EXPECT_EQ(Search(db, "begin").size(), ids.size());
+  // And the database takes new documents afterwards.
+  EXPECT_NE(AddDocument(db, "after the crash"), 0u);
+  EXPECT_EQ(EngCloseDatabase(db), 1);
+}
+
+TEST(CrashTest, KilledImportLosesNoCommittedDocumentAndLeavesNoHalfDocument) {
+  TempDir dir;
+  // Different delays land the kill at different points of a run.
+  for (int delay_ms : {0, 37, 173}) {
+    SCOPED_TRACE(delay_ms);
+    std::string path = dir.file("crash" + std::to_string(delay_ms) + ".kst");
+    ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+    KillMidImportAndCheck(path, delay_ms);
+  }
+}
+
+TEST(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
+  TempDir dir;
+  std::string path = dir.file("hot.kst");
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  pid_t child = fork();
+  if (child == 0) {
+    EngineTuning tuning;
+    tuning.cache_kib = 256;
+    uint32_t db = OpenTuned(path, KSENG_ACCESS_READWRITE, tuning);
+    AddDocument(db, "committed");
+    EngEndAdd(db, 0, 0, '[', nullptr);
+    // An open batch larger than the cache has written pages into the file.
+    for (int i = 0; i < 20; ++i) AddDocument(db, std::string(100000, 'x'));
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  ASSERT_EQ(access((path + "-journal").c_str(), F_OK), 0) << "expected an interrupted write";
+
+  std::string before = ReadFileBytes(path);
+  EXPECT_EQ(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUSY));
+  EXPECT_EQ(ReadFileBytes(path), before);
+
+  uint32_t writer = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ);
+  ASSERT_NE(writer, 0u) << LastError();
+  EXPECT_EQ(WalkTexts(writer), std::vector<std::string>{"committed"});
+  EngCloseDatabase(writer);
+  uint32_t reader = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  EXPECT_NE(reader, 0u) << LastError();
+  EngCloseDatabase(reader);
+}
+
+}  // namespace
+}  // namespace ks::engine::test

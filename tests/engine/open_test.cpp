@@ -1,0 +1,268 @@
+// Creating and opening database files: every refusal has its documented
+// error code and leaves the file exactly as it was; a read-only handle never
+// writes the file nor creates any file beside it.
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "engine_test_support.h"
+
+namespace ks::engine::test {
+namespace {
+
+// Runs `check` in a child process with the rights of an ordinary user
+// (nobody) when the tests run as root, who may read and write any file;
+// otherwise in this process.  Returns the check's result.
+template <typename Check>
+bool AsOrdinaryUser(const std::string& folder, Check&& check) {
+  if (geteuid() != 0) return check();
+  chmod(folder.c_str(), 0755);  // let the ordinary user reach the file
+  pid_t child = fork();
+  if (child == 0) {
+    bool ok = setgid(65534) == 0 && setuid(65534) == 0 && check();
+    _exit(ok ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  chmod(folder.c_str(), 0700);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+class OpenTest : public EngineTest {
+ protected:
+  // Opens `path` both ways; each must fail with `error`, leave the bytes as
+  // they were and create no file.
+  void ExpectRefused(const std::string& path, uint32_t error) {
+    bool existed = access(path.c_str(), F_OK) == 0;
+    std::string before = existed ? ReadFileBytes(path) : "";
+    std::set<std::string> files = ListFolder(Folder());
+    for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
+      SCOPED_TRACE(access_mode);
+      EXPECT_EQ(EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ), 0u);
+      EXPECT_EQ(EngLastError(0), error) << LastError();
+      if (existed) {
+        EXPECT_EQ(ReadFileBytes(path), before);
+      }
+      EXPECT_EQ(ListFolder(Folder()), files);
+    }
+  }
+
+  // A database with a few documents of every sort, committed and closed.
+  void MakePopulatedDatabase(const std::string& path) {
+    uint32_t db = CreateAndOpen(path);
+    ASSERT_NE(AddDocument(db, "alpha beta\r\n"), 0u);
+    ASSERT_NE(AddDocument(db, "gamma delta\r\n"), 0u);
+    const char* fields[] = {"Name"};
+    uint64_t form = EngCreateForm(db, "Person", fields, 1);
+    uint64_t entry = 0;
+    ASSERT_EQ(EngOp251(db, form, &entry, 0, "note", KSENG_LOC_END, 0), 1);
+    KSENG_FIELD name = Field("Name", "Ann");
+    ASSERT_EQ(
+        EngOp249(db, static_cast<uint32_t>(entry), static_cast<uint32_t>(entry >> 32), 1, 1, &name),
+        1);
+    ASSERT_EQ(EngCloseDatabase(db), 1);
+  }
+};
+
+TEST_F(OpenTest, CreatedDatabaseOpensEmptyBothWays) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1) << LastError();
+  for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
+    uint32_t db = EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READWRITE);
+    ASSERT_NE(db, 0u) << LastError();
+    EXPECT_EQ(EngCountDocuments(db, KSENG_WALK_DOCUMENTS), 0u);
+    EXPECT_EQ(EngFirstDocument(db, KSENG_WALK_DOCUMENTS), 0u);
+    EXPECT_EQ(EngCloseDatabase(db), 1);
+  }
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+}
+
+TEST_F(OpenTest, FileIsMarkedWithApplicationIdAndSchemaVersion) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+  auto pragma = [&](const char* sql) {
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(raw, sql, -1, &statement, nullptr);
+    sqlite3_step(statement);
+    int64_t value = sqlite3_column_int64(statement, 0);
+    sqlite3_finalize(statement);
+    return value;
+  };
+  EXPECT_EQ(pragma("PRAGMA application_id"), 0x4B535435);
+  EXPECT_EQ(pragma("PRAGMA user_version"), 1);
+  sqlite3_close(raw);
+}
+
+TEST_F(OpenTest, CreateRefusesAnExistingFileUnlessToldToReplaceIt) {
+  std::string path = Path();
+  WriteFileBytes(path, "keep me");
+  EXPECT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_EXISTS));
+  EXPECT_EQ(ReadFileBytes(path), "keep me");
+
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 1), 1) << LastError();
+  uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  EXPECT_NE(db, 0u) << LastError();
+  EngCloseDatabase(db);
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+}
+
+TEST_F(OpenTest, CreateInAMissingFolderFailsAndLeavesNothing) {
+  std::string path = Path("missing/test.kst");
+  EXPECT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NOT_FOUND));
+  EXPECT_TRUE(ListFolder(Folder()).empty());
+}
+
+TEST_F(OpenTest, MissingFileIsNotFoundAndIsNotCreated) {
+  ExpectRefused(Path("absent.kst"), KSENG_ERR_NOT_FOUND);
+  EXPECT_TRUE(ListFolder(Folder()).empty());
+}
+
+TEST_F(OpenTest, FolderIsNotADatabase) {
+  std::string folder = Path("folder.kst");
+  ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+  ExpectRefused(folder, KSENG_ERR_NOT_DATABASE);
+}
+
+TEST_F(OpenTest, UnreadableFileIsAnAccessError) {
+  std::string path = Path();
+  MakePopulatedDatabase(path);
+  ASSERT_EQ(chmod(path.c_str(), 0), 0);
+  std::string before = ReadFileBytes(path);
+  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
+    for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
+      if (EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ) != 0) return false;
+      if (EngLastError(0) != KSENG_ERR_ACCESS) return false;
+    }
+    return true;
+  }));
+  EXPECT_EQ(ReadFileBytes(path), before);
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+}
+
+TEST_F(OpenTest, TextFileAndEmptyFileAreNotDatabases) {
+  std::string text = Path("notes.kst");
+  WriteFileBytes(text, std::string(4096, 'x'));
+  ExpectRefused(text, KSENG_ERR_NOT_DATABASE);
+  std::string empty = Path("empty.kst");
+  WriteFileBytes(empty, "");
+  ExpectRefused(empty, KSENG_ERR_NOT_DATABASE);
+}
+
+TEST_F(OpenTest, SqliteFileOfAnotherApplicationIsForeign) {
+  std::string path = Path("other.db");
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK);
+  ASSERT_EQ(
+      sqlite3_exec(raw, "CREATE TABLE t(x); INSERT INTO t VALUES(1);", nullptr, nullptr, nullptr),
+      SQLITE_OK);
+  sqlite3_close(raw);
+  ExpectRefused(path, KSENG_ERR_FOREIGN);
+}
+
+TEST_F(OpenTest, DatabaseOfANewerSchemaVersionIsRefused) {
+  std::string path = Path();
+  MakePopulatedDatabase(path);
+  std::string bytes = ReadFileBytes(path);
+  bytes[63] = 2;  // user_version, big-endian at offset 60
+  WriteFileBytes(path, bytes);
+  ExpectRefused(path, KSENG_ERR_VERSION);
+}
+
+TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
+  std::string path = Path();
+  MakePopulatedDatabase(path);
+  std::string before = ReadFileBytes(path);
+  struct stat info_before {};
+  ASSERT_EQ(stat(path.c_str(), &info_before), 0);
+
+  uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  ASSERT_NE(db, 0u) << LastError();
+  std::vector<uint64_t> ids = WalkIds(db);
+  ASSERT_EQ(ids.size(), 3u);
+  EXPECT_EQ(DocumentText(db, ids[0]), "alpha beta\r\n");
+  EXPECT_EQ(Search(db, "gamma"), std::vector<uint64_t>{ids[1]});
+  EXPECT_EQ(Search(db, "ann"), std::vector<uint64_t>{ids[2]});
+  int32_t half_points = 0;
+  EXPECT_EQ(EngOp27(db, &half_points), 1);
+  EXPECT_EQ(EngGetFieldCount(db, ids[2]), 1u);
+  EXPECT_EQ(EngSetCurrentDocument(db, ids[1]), 1);  // the current document is the handle's own
+
+  // Writes are refused.
+  char marker = 0;
+  EXPECT_EQ(EngBeginAdd(db, &marker), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
+  EXPECT_EQ(EngAddDocument(db, "x", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
+  EXPECT_EQ(EngSetDocumentName(db, ids[0], "name"), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
+  EXPECT_EQ(EngSetFieldMarker(db, '#'), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  EXPECT_EQ(EngCloseDatabase(db), 1);
+
+  EXPECT_EQ(ReadFileBytes(path), before);
+  struct stat info_after {};
+  ASSERT_EQ(stat(path.c_str(), &info_after), 0);
+  EXPECT_EQ(info_after.st_mtim.tv_sec, info_before.st_mtim.tv_sec);
+  EXPECT_EQ(info_after.st_mtim.tv_nsec, info_before.st_mtim.tv_nsec);
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+}
+
+TEST_F(OpenTest, BadAccessOrShareModeIsAnArgumentError) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  EXPECT_EQ(EngOpenDatabase(path.c_str(), 3, KSENG_SHARE_READ), 0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_EQ(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, 0), 0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_EQ(EngOpenDatabase(nullptr, KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+}
+
+TEST_F(OpenTest, DatabaseNameIsTheFullPathAndNeedsASpareByte) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  // Open through a relative path: the name is still absolute.
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  ASSERT_EQ(chdir(Folder().c_str()), 0);
+  uint32_t db = EngOpenDatabase("./test.kst", KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  ASSERT_EQ(chdir(cwd), 0);
+  ASSERT_NE(db, 0u) << LastError();
+
+  char real[4096];
+  ASSERT_NE(realpath(path.c_str(), real), nullptr);
+  std::string expected = real;
+  std::vector<char> buffer(expected.size() + 2, '#');
+  // Path plus terminator exactly filling the buffer is not enough.
+  EXPECT_EQ(EngGetDatabaseName(db, buffer.data(), static_cast<uint32_t>(expected.size() + 1)), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUFFER));
+  EXPECT_EQ(buffer[0], '#');
+  EXPECT_EQ(EngGetDatabaseName(db, buffer.data(), static_cast<uint32_t>(buffer.size())), 1);
+  EXPECT_EQ(std::string(buffer.data()), expected);
+  EngCloseDatabase(db);
+}
+
+TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReading) {
+  std::string path = Path();
+  MakePopulatedDatabase(path);
+  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+  std::string before = ReadFileBytes(path);
+  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
+    if (EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ) != 0) return false;
+    if (EngLastError(0) != KSENG_ERR_ACCESS) return false;
+    uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+    bool ok = db != 0 && EngCountDocuments(db, KSENG_WALK_DOCUMENTS) == 3;
+    EngCloseDatabase(db);
+    return ok;
+  }));
+  EXPECT_EQ(ReadFileBytes(path), before);
+}
+
+}  // namespace
+}  // namespace ks::engine::test

@@ -1,0 +1,80 @@
+// Protected databases: a login group and password are needed to open them;
+// the file keeps only a salted hash of the password.
+#include "engine_test_support.h"
+
+namespace ks::engine::test {
+namespace {
+
+class ProtectionTest : public EngineTest {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(EngCreateDatabase(Path().c_str(), "Staff", kPassword, 0), 1) << LastError();
+  }
+  static constexpr const char* kPassword = "correct horse battery";
+};
+
+TEST_F(ProtectionTest, PlainOpenIsRefusedWithPasswordRequired) {
+  for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
+    EXPECT_EQ(EngOpenDatabase(Path().c_str(), access_mode, KSENG_SHARE_READ), 0u);
+    EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_REQUIRED));
+  }
+}
+
+TEST_F(ProtectionTest, WrongPasswordOrLoginGroupIsRefusedWithPasswordWrong) {
+  std::string before = ReadFileBytes(Path());
+  EXPECT_EQ(
+      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ, "guess", "Staff"),
+      0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
+  EXPECT_EQ(
+      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword, "Default"),
+      0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
+  EXPECT_EQ(
+      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, nullptr, nullptr), 0u);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
+  EXPECT_EQ(ReadFileBytes(Path()), before);
+}
+
+TEST_F(ProtectionTest, RightCredentialsOpenBothWays) {
+  uint32_t db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE,
+                                  kPassword, "Staff");
+  ASSERT_NE(db, 0u) << LastError();
+  ASSERT_NE(AddDocument(db, "secret text"), 0u);
+  EXPECT_EQ(EngCloseDatabase(db), 1);
+  db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword, "Staff");
+  ASSERT_NE(db, 0u) << LastError();
+  EXPECT_EQ(WalkTexts(db), std::vector<std::string>{"secret text"});
+  EngCloseDatabase(db);
+}
+
+TEST_F(ProtectionTest, FileHoldsNeitherThePasswordNorAnUnsaltedHash) {
+  std::string bytes = ReadFileBytes(Path());
+  EXPECT_EQ(bytes.find(kPassword), std::string::npos);
+  // Two files with the same password keep different hashes: each is salted.
+  ASSERT_EQ(EngCreateDatabase(Path("second.kst").c_str(), "Staff", kPassword, 0), 1);
+  std::string other = ReadFileBytes(Path("second.kst"));
+  size_t at = bytes.find("$argon2");
+  ASSERT_NE(at, std::string::npos);
+  std::string hash = bytes.substr(at, bytes.find('\0', at) - at);
+  EXPECT_EQ(other.find(hash.substr(0, 60)), std::string::npos);
+}
+
+TEST_F(ProtectionTest, UnprotectedDatabaseIgnoresCredentials) {
+  ASSERT_EQ(EngCreateDatabase(Path("open.kst").c_str(), nullptr, "", 0), 1);
+  uint32_t db = EngOpenDatabaseEx(Path("open.kst").c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ,
+                                  "anything", "Anyone");
+  EXPECT_NE(db, 0u) << LastError();
+  EngCloseDatabase(db);
+}
+
+TEST_F(ProtectionTest, LoginGroupWithoutPasswordIsRefusedAtCreation) {
+  EXPECT_EQ(EngCreateDatabase(Path("half.kst").c_str(), "Staff", nullptr, 0), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_EQ(EngCreateDatabase(Path("half.kst").c_str(), "", "pw", 0), 0);
+  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+}
+
+}  // namespace
+}  // namespace ks::engine::test
