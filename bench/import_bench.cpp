@@ -10,9 +10,9 @@
 // the database files, removed afterwards.  Each figure is the best of three.
 //
 // The import's time includes the engine's full-text index, which is brought
-// up to date before the import returns.  To show the index's cost on its own,
-// the same pages are also added straight through the engine, with the adding
-// and the final EngEndAdd (commit + index) timed apart.
+// up to date (with the last commit) in EngEndAdd before the import returns.
+// end_add_timer.h times every EngEndAdd the import library makes, so the
+// index's cost is shown on its own line.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sqlite3.h>
@@ -25,6 +25,7 @@
 #include <string_view>
 #include <vector>
 
+#include "end_add_timer.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 
@@ -102,6 +103,7 @@ double TimePlainInsert(const std::string& path, const std::vector<std::string_vi
 
 struct ImportFigures {
   double seconds = 0;
+  double index_seconds = 0;
   uint32_t documents = 0;
 };
 
@@ -117,8 +119,10 @@ ImportFigures TimeImport(const std::string& database, const std::string& input) 
     Fail("cannot queue " + input);
   }
   ImportFigures figures;
+  bench::end_add_seconds = 0;
   if (KSIMP_Import(handle, 0, 0, nullptr, &figures.documents) != 1) Fail("the import failed");
   figures.seconds = Seconds(start);
+  figures.index_seconds = bench::end_add_seconds;
   unlink(database.c_str());
   return figures;
 }
@@ -171,13 +175,16 @@ int main(int argc, char** argv) {
   const double megabytes = static_cast<double>(text.size()) / 1e6;
   const std::vector<std::string_view> pages = Pages(text);
 
-  double read = 1e9, plain = 1e9, import = 1e9, adding = 1e9, index = 1e9;
+  double read = 1e9, plain = 1e9, import = 1e9, import_index = 1e9, adding = 1e9, index = 1e9;
   uint32_t documents = 0;
   for (int round = 0; round < 3; ++round) {
     read = std::min(read, TimeRead(input, nullptr));
     plain = std::min(plain, TimePlainInsert(folder + "/import_bench_plain.db", pages));
     const ImportFigures imported = TimeImport(folder + "/import_bench.kst", input);
-    import = std::min(import, imported.seconds);
+    if (imported.seconds < import) {
+      import = imported.seconds;
+      import_index = imported.index_seconds;
+    }
     documents = imported.documents;
     const EngineFigures engine = TimeEngine(folder + "/import_bench_engine.kst", pages);
     adding = std::min(adding, engine.adding);
@@ -192,8 +199,11 @@ int main(int argc, char** argv) {
              import, megabytes / import, plain / import);
   fmt::print("  engine adding, no index     {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
              adding, megabytes / adding, plain / adding);
-  fmt::print("  full-text index (EngEndAdd) {:7.3f} s  {:8.1f} MB/s\n", index, megabytes / index);
-  fmt::print("  import less the index       {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
-             import - index, megabytes / (import - index), plain / (import - index));
+  fmt::print("  engine's EngEndAdd (index)  {:7.3f} s  {:8.1f} MB/s\n", index, megabytes / index);
+  fmt::print("  import's EngEndAdd (index)  {:7.3f} s  {:8.1f} MB/s\n", import_index,
+             megabytes / import_index);
+  const double documents_only = import - import_index;
+  fmt::print("  import, documents only      {:7.3f} s  {:8.1f} MB/s  {:.2f}x the plain insert\n",
+             documents_only, megabytes / documents_only, plain / documents_only);
   return 0;
 }

@@ -1,10 +1,12 @@
 #include "api/file_type_offers.h"
 
 #include "core/config_store.h"
+#include "core/database_import_settings.h"
 #include "core/default_filters.h"
 #include "core/import_filters.h"
 #include "core/import_options.h"
 #include "core/installed_helpers.h"
+#include "ks_eng5.h"
 
 namespace file_type_offers {
 
@@ -26,6 +28,25 @@ uint32_t OptionMaskOf(int32_t file_type, std::string* warning) {
     if (filter.file_type == file_type) return filter.option_mask;
   }
   return kEveryOption;
+}
+
+void RememberLastUsedFileType(uint32_t database, int32_t file_type) {
+  char path[4096] = {};
+  if (!EngGetDatabaseName(database, path, sizeof path)) return;
+  try {
+    ks::core::ConfigStore store = ks::core::ConfigStore::Load();
+    const auto installed =
+        ks::core::FindInstalledHelpers(store.values(), ks::core::OdbcConfigFolder());
+    for (const auto& filter : ks::core::DefaultImportFilters(installed)) {
+      if (filter.file_type != file_type) continue;
+      if (ks::core::LastUsedFilter(store.values(), path) == filter.name) return;
+      ks::core::RememberLastUsedFilter(store.values(), path, filter.name);
+      store.Save();
+      return;
+    }
+  } catch (const ks::core::ConfigError&) {
+    // Reported where the configuration is read for the import itself.
+  }
 }
 
 void ApplyFileTypeOptions(SETDATA& record, std::string* warning) {

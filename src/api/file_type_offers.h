@@ -31,4 +31,9 @@ uint32_t OptionMaskOf(int32_t file_type, std::string* warning = nullptr);
 // option the type does not offer takes its default.
 void ApplyFileTypeOptions(SETDATA& record, std::string* warning = nullptr);
 
+// Remembers, per database, the file type last imported into it (its filter
+// name, as "FilterString"), so that the next import can offer it first.  A
+// configuration that cannot be read or written is left alone.
+void RememberLastUsedFileType(uint32_t database, int32_t file_type);
+
 }  // namespace file_type_offers

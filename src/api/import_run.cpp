@@ -7,6 +7,7 @@
 
 #include "api/error_codes.h"
 #include "api/file_names.h"
+#include "api/file_type_offers.h"
 #include "api/import_session.h"
 #include "api/temp_import_folder.h"
 #include "core/file_types.h"
@@ -39,7 +40,9 @@ uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* re
 
   bool first_file = true;
   uint32_t code = 1;
+  int32_t last_type = 0;
   while (const std::optional<SETDATA> queued = FirstQueued(handle)) {
+    last_type = queued->file_type;
     for (const std::string& name : SplitFileNames(queued->file_name)) {
       if (!ImportOneFile(handle, record->database, *queued, name, first_file, carry, &code)) {
         return 0;
@@ -47,6 +50,8 @@ uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* re
       first_file = false;
     }
   }
+
+  if (last_type != 0) file_type_offers::RememberLastUsedFileType(record->database, last_type);
 
   const std::optional<ImportHandleRecord> final_record = GetHandleRecord(handle);
   // Written even when the last file failed: the host shows what did arrive.

@@ -11,6 +11,8 @@
 
 #include "api/ks_imp_app.h"
 #include "api/write_file.h"
+#include "core/config_store.h"
+#include "core/database_import_settings.h"
 #include "import_fixture.h"
 
 namespace {
@@ -26,6 +28,12 @@ TEST_F(TextImport, WholeFileIsOneDocumentWithoutADelimiter) {
   EXPECT_EQ(outcome.documents_added, 1u);
   EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
   EXPECT_EQ(Documents(), Docs{text});
+}
+
+TEST_F(TextImport, TheDatabaseRemembersTheFileTypeLastImported) {
+  Import({{WriteFile(dir_, "a.html", "<p>x</p>"), 108}});
+  const auto configuration = ks::core::ConfigStore::Load().values();
+  EXPECT_EQ(ks::core::LastUsedFilter(configuration, database_), "HTML (*.htm, *.html)");
 }
 
 TEST_F(TextImport, EachDelimiterKindCutsTheSource) {

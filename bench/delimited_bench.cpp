@@ -1,0 +1,207 @@
+// Throughput and memory of importing the benchmark's CSV file as fielded
+// documents (one "Name[ value ]" line per column), beside the sqlite3 shell's
+// own ".import --csv" of the same file into a table, measured in the same
+// run; and the full-text index's cost beside SQLite's own FTS5 over the same
+// document texts.
+//
+//   delimited_bench [people.csv] [folder]
+//
+// The file defaults to $BENCH_DATA/people.csv (BENCH_DATA defaults to
+// ${TMPDIR:-/tmp}/bench-data; make it with "python3 gen_csv.py --scale 1").
+// folder (or TMPDIR, else /tmp) receives the databases, removed afterwards.
+// The sqlite3 shell must be on the PATH.  Peak memory is this process's
+// maximum resident size, read before and after the import.
+#include <fmt/format.h>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "end_add_timer.h"
+#include "ks_eng5.h"
+#include "ks_imp.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+[[noreturn]] void Fail(const std::string& what) {
+  fmt::print(stderr, "delimited_bench: {}\n", what);
+  std::exit(1);
+}
+
+std::string DataFolder() {
+  if (const char* data = std::getenv("BENCH_DATA"); data != nullptr && *data != '\0') return data;
+  const char* tmp = std::getenv("TMPDIR");
+  return std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/bench-data";
+}
+
+long PeakResidentKilobytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+// The column header string for the file's own header line (simple names,
+// comma-separated), importing from the second row.
+std::string ColumnHeaderFor(const std::string& csv) {
+  std::ifstream in(csv, std::ios::binary);
+  std::string first;
+  std::getline(in, first);
+  if (!first.empty() && first.back() == '\r') first.pop_back();
+  std::vector<std::string> names;
+  size_t start = 0;
+  while (true) {
+    const size_t comma = first.find(',', start);
+    names.push_back(first.substr(start, comma - start));
+    if (comma == std::string::npos) break;
+    start = comma + 1;
+  }
+  std::string header =
+      fmt::format("T=CSV\r\nN={}\r\nS=2\r\nD=,\r\nTQ=\"\r\nTC=0\r\n", names.size());
+  for (size_t i = 0; i < names.size(); ++i) {
+    header += fmt::format("NA{}={}\r\nP{}={}\r\n", i + 1, names[i], i + 1, i + 1);
+  }
+  return header;
+}
+
+struct ImportFigures {
+  double seconds = 0;
+  double index_seconds = 0;
+  uint32_t documents = 0;
+};
+
+ImportFigures TimeImport(const std::string& database, const std::string& csv) {
+  unlink(database.c_str());
+  if (!EngCreateDatabase(database.c_str(), nullptr, nullptr, 0)) Fail("cannot create database");
+  const std::string header = ColumnHeaderFor(csv);
+  const auto start = Clock::now();
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database.c_str());
+  if (handle == 0) Fail("cannot start the import");
+  if (!KSIMP_AddFileToImport(handle, csv.c_str(), 1004, 1, 0, nullptr, 0, nullptr, 0, 0, nullptr, 1,
+                             0, header.c_str(), 0, 1, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
+                             0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
+                             0)) {
+    Fail("cannot queue " + csv);
+  }
+  ImportFigures figures;
+  bench::end_add_seconds = 0;
+  if (KSIMP_Import(handle, 0, 0, nullptr, &figures.documents) != 1) Fail("the import failed");
+  figures.seconds = Seconds(start);
+  figures.index_seconds = bench::end_add_seconds;
+  return figures;
+}
+
+// The sqlite3 shell's CSV import of the same file, as a person would run it.
+double TimeShellImport(const std::string& database, const std::string& csv) {
+  unlink(database.c_str());
+  const std::string command = fmt::format(
+      "sqlite3 '{}' 'PRAGMA journal_mode=WAL;' 'PRAGMA synchronous=OFF;' '.import --csv {} t' "
+      ">/dev/null",
+      database, csv);
+  const auto start = Clock::now();
+  if (std::system(command.c_str()) != 0) Fail("the sqlite3 shell failed (is it installed?)");
+  const double seconds = Seconds(start);
+  unlink(database.c_str());
+  unlink((database + "-wal").c_str());
+  unlink((database + "-shm").c_str());
+  return seconds;
+}
+
+// Every document text of a database, in order.
+std::vector<std::string> DocumentTexts(const std::string& database) {
+  std::vector<std::string> texts;
+  const uint32_t db = EngOpenDatabase(database.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  std::string text;
+  for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
+       id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
+    uint64_t length = 0;
+    EngGetDocumentText(db, id, nullptr, 0, &length);
+    text.resize(length + 1);
+    EngGetDocumentText(db, id, text.data(), text.size(), &length);
+    texts.emplace_back(text.data(), length);
+  }
+  EngCloseDatabase(db);
+  return texts;
+}
+
+// SQLite's own FTS5 index built over the same texts in one transaction.
+double TimePlainFts(const std::string& database, const std::vector<std::string>& texts) {
+  unlink(database.c_str());
+  sqlite3* db = nullptr;
+  sqlite3_open(database.c_str(), &db);
+  sqlite3_exec(db,
+               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
+               "CREATE VIRTUAL TABLE f USING fts5(body, content='', columnsize=0);",
+               nullptr, nullptr, nullptr);
+  sqlite3_stmt* insert = nullptr;
+  sqlite3_prepare_v2(db, "INSERT INTO f(rowid, body) VALUES(?1, ?2)", -1, &insert, nullptr);
+  const auto start = Clock::now();
+  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+  int64_t rowid = 0;
+  for (const auto& text : texts) {
+    sqlite3_bind_int64(insert, 1, ++rowid);
+    sqlite3_bind_text(insert, 2, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
+    if (sqlite3_step(insert) != SQLITE_DONE) Fail(sqlite3_errmsg(db));
+    sqlite3_reset(insert);
+  }
+  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+  const double seconds = Seconds(start);
+  sqlite3_finalize(insert);
+  sqlite3_close(db);
+  unlink(database.c_str());
+  return seconds;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string csv = argc > 1 ? argv[1] : DataFolder() + "/people.csv";
+  std::string folder = argc > 2 ? argv[2] : "";
+  if (folder.empty()) {
+    const char* tmp = std::getenv("TMPDIR");
+    folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
+  }
+  std::ifstream probe(csv, std::ios::binary | std::ios::ate);
+  if (!probe) Fail("cannot read " + csv);
+  const double megabytes = static_cast<double>(probe.tellg()) / 1e6;
+
+  const std::string database = folder + "/delimited_bench.kst";
+  const double shell = TimeShellImport(folder + "/delimited_bench_shell.db", csv);
+  const long memory_before = PeakResidentKilobytes();
+  const ImportFigures imported = TimeImport(database, csv);
+  const long memory_after = PeakResidentKilobytes();
+  const std::vector<std::string> texts = DocumentTexts(database);
+  unlink(database.c_str());
+  const double plain_fts = TimePlainFts(folder + "/delimited_bench_fts.db", texts);
+
+  const double rows = imported.documents;
+  const double documents_only = imported.seconds - imported.index_seconds;
+  fmt::print("{}: {:.1f} MB; the import made {} documents\n", csv, megabytes, imported.documents);
+  fmt::print("  sqlite3 .import --csv        {:7.3f} s  {:6.3f} M rows/s  {:6.1f} MB/s\n", shell,
+             rows / shell / 1e6, megabytes / shell);
+  fmt::print(
+      "  import, documents only       {:7.3f} s  {:6.3f} M rows/s  {:6.1f} MB/s  "
+      "{:.2f}x .import\n",
+      documents_only, rows / documents_only / 1e6, megabytes / documents_only,
+      shell / documents_only);
+  fmt::print("  import's full-text index     {:7.3f} s  {:6.3f} M docs/s\n", imported.index_seconds,
+             rows / imported.index_seconds / 1e6);
+  fmt::print(
+      "  SQLite FTS5, same texts      {:7.3f} s  {:6.3f} M docs/s  (index {:.2f}x its time)\n",
+      plain_fts, rows / plain_fts / 1e6, imported.index_seconds / plain_fts);
+  fmt::print("  import in all                {:7.3f} s  {:6.3f} M rows/s\n", imported.seconds,
+             rows / imported.seconds / 1e6);
+  fmt::print("  peak memory                  {:.1f} MB before the import, {:.1f} MB after\n",
+             memory_before / 1024.0, memory_after / 1024.0);
+  return 0;
+}

@@ -1,0 +1,27 @@
+// Times the engine's EngEndAdd (its last commit and the full-text index) for
+// whoever calls it, the import library included: a benchmark that includes
+// this header defines EngEndAdd itself, links with -rdynamic so that the
+// library binds to that definition, and passes each call on to the engine's.
+// Include it in exactly one file of a benchmark program.
+#pragma once
+
+#include <dlfcn.h>
+
+#include <chrono>
+#include <cstdint>
+
+namespace bench {
+
+inline double end_add_seconds = 0;  // time spent in EngEndAdd since the last reset
+
+}  // namespace bench
+
+extern "C" int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker, uint32_t* added) {
+  using EndAdd = int32_t (*)(uint32_t, int32_t, uint64_t, char, uint32_t*);
+  static const auto engine = reinterpret_cast<EndAdd>(dlsym(RTLD_NEXT, "EngEndAdd"));
+  const auto start = std::chrono::steady_clock::now();
+  const int32_t result = engine(db, kind, id, marker, added);
+  bench::end_add_seconds +=
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return result;
+}
