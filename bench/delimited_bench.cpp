@@ -22,28 +22,16 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
 #include "end_add_timer.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-[[noreturn]] void Fail(const std::string& what) {
-  fmt::print(stderr, "delimited_bench: {}\n", what);
-  std::exit(1);
-}
-
-std::string DataFolder() {
-  if (const char* data = std::getenv("BENCH_DATA"); data != nullptr && *data != '\0') return data;
-  const char* tmp = std::getenv("TMPDIR");
-  return std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/bench-data";
-}
+using bench::Clock;
+using bench::Fail;
+using bench::Seconds;
 
 long PeakResidentKilobytes() {
   rusage usage{};
@@ -165,12 +153,8 @@ double TimePlainFts(const std::string& database, const std::vector<std::string>&
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string csv = argc > 1 ? argv[1] : DataFolder() + "/people.csv";
-  std::string folder = argc > 2 ? argv[2] : "";
-  if (folder.empty()) {
-    const char* tmp = std::getenv("TMPDIR");
-    folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
-  }
+  const std::string csv = argc > 1 ? argv[1] : bench::BenchDataFile("people.csv");
+  const std::string folder = bench::WorkFolder(argc > 2 ? argv[2] : nullptr);
   std::ifstream probe(csv, std::ios::binary | std::ios::ate);
   if (!probe) Fail("cannot read " + csv);
   const double megabytes = static_cast<double>(probe.tellg()) / 1e6;

@@ -28,15 +28,13 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
 #include "ks_eng5.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
+using bench::Clock;
+using bench::Seconds;
 
 // Text that looks like imported prose (words from a vocabulary of a few
 // thousand, CR LF lines), so the full-text index does realistic work.
@@ -102,35 +100,6 @@ Figures RunEngine(const std::string& path, const std::vector<std::string>& texts
   return figures;
 }
 
-double RunPlainSqlite(const std::string& path, const std::vector<std::string>& texts,
-                      size_t count) {
-  unlink(path.c_str());
-  sqlite3* db = nullptr;
-  sqlite3_open(path.c_str(), &db);
-  sqlite3_exec(db,
-               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
-               "PRAGMA cache_size = -32768; CREATE TABLE t(b BLOB);",
-               nullptr, nullptr, nullptr);
-  sqlite3_stmt* insert = nullptr;
-  sqlite3_prepare_v2(db, "INSERT INTO t(b) VALUES(?1)", -1, &insert, nullptr);
-  auto start = Clock::now();
-  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-  for (size_t i = 0; i < count; ++i) {
-    const std::string& text = texts[i % texts.size()];
-    sqlite3_bind_blob(insert, 1, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
-    if (sqlite3_step(insert) != SQLITE_DONE) {
-      fmt::print(stderr, "plain insert failed: {}\n", sqlite3_errmsg(db));
-      std::exit(1);
-    }
-    sqlite3_reset(insert);
-  }
-  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-  double seconds = Seconds(start);
-  sqlite3_finalize(insert);
-  sqlite3_close(db);
-  return seconds;
-}
-
 void Compare(const char* title, const std::string& folder, size_t count, size_t size,
              size_t distinct, int rounds) {
   std::vector<std::string> texts = MakeTexts(distinct, size, 42);
@@ -141,7 +110,10 @@ void Compare(const char* title, const std::string& folder, size_t count, size_t 
   double plain = 1e300;
   Figures engine{1e300, 1e300};
   for (int round = 0; round < rounds; ++round) {
-    plain = std::min(plain, RunPlainSqlite(plain_path, texts, count));
+    plain = std::min(
+        plain, bench::TimePlainBlobInsert(plain_path, count, [&](size_t i) -> std::string_view {
+          return texts[i % texts.size()];
+        }));
     unlink(plain_path.c_str());
     Figures figures = RunEngine(engine_path, texts, count);
     unlink(engine_path.c_str());
@@ -171,11 +143,7 @@ int main(int argc, char** argv) {
   if (const char* env = std::getenv("KS_BENCH_SCALE")) scale = std::atof(env);
   if (argc > 1) scale = std::atof(argv[1]);
   if (scale <= 0) scale = 1.0;
-  std::string folder = argc > 2 ? argv[2] : "";
-  if (folder.empty()) {
-    const char* tmp = std::getenv("TMPDIR");
-    folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
-  }
+  const std::string folder = bench::WorkFolder(argc > 2 ? argv[2] : nullptr);
   int rounds = 3;
   if (const char* env = std::getenv("KS_BENCH_ROUNDS")) rounds = std::atoi(env);
   if (argc > 3) rounds = std::atoi(argv[3]);

@@ -25,30 +25,16 @@
 #include <string_view>
 #include <vector>
 
+#include "bench_support.h"
 #include "end_add_timer.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-[[noreturn]] void Fail(const std::string& what) {
-  fmt::print(stderr, "import_bench: {}\n", what);
-  std::exit(1);
-}
-
-std::string DefaultInput() {
-  if (const char* data = std::getenv("BENCH_DATA"); data != nullptr && *data != '\0') {
-    return std::string(data) + "/notes.txt";
-  }
-  const char* tmp = std::getenv("TMPDIR");
-  return std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/bench-data/notes.txt";
-}
+using bench::Clock;
+using bench::Fail;
+using bench::Seconds;
 
 // Reads the file block by block and throws the bytes away, as cat > /dev/null.
 double TimeRead(const std::string& path, std::string* whole) {
@@ -74,31 +60,6 @@ std::vector<std::string_view> Pages(std::string_view text) {
   }
   pages.push_back(text.substr(start));
   return pages;
-}
-
-double TimePlainInsert(const std::string& path, const std::vector<std::string_view>& pages) {
-  unlink(path.c_str());
-  sqlite3* db = nullptr;
-  sqlite3_open(path.c_str(), &db);
-  sqlite3_exec(db,
-               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
-               "PRAGMA cache_size = -32768; CREATE TABLE t(b BLOB);",
-               nullptr, nullptr, nullptr);
-  sqlite3_stmt* insert = nullptr;
-  sqlite3_prepare_v2(db, "INSERT INTO t(b) VALUES(?1)", -1, &insert, nullptr);
-  const auto start = Clock::now();
-  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-  for (const auto page : pages) {
-    sqlite3_bind_blob(insert, 1, page.data(), static_cast<int>(page.size()), SQLITE_STATIC);
-    if (sqlite3_step(insert) != SQLITE_DONE) Fail(sqlite3_errmsg(db));
-    sqlite3_reset(insert);
-  }
-  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-  const double seconds = Seconds(start);
-  sqlite3_finalize(insert);
-  sqlite3_close(db);
-  unlink(path.c_str());
-  return seconds;
 }
 
 struct ImportFigures {
@@ -164,12 +125,8 @@ EngineFigures TimeEngine(const std::string& database, const std::vector<std::str
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string input = argc > 1 ? argv[1] : DefaultInput();
-  std::string folder = argc > 2 ? argv[2] : "";
-  if (folder.empty()) {
-    const char* tmp = std::getenv("TMPDIR");
-    folder = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
-  }
+  const std::string input = argc > 1 ? argv[1] : bench::BenchDataFile("notes.txt");
+  const std::string folder = bench::WorkFolder(argc > 2 ? argv[2] : nullptr);
   std::string text;
   TimeRead(input, &text);  // warms the page cache and keeps the bytes for the plain insert
   const double megabytes = static_cast<double>(text.size()) / 1e6;
@@ -179,7 +136,9 @@ int main(int argc, char** argv) {
   uint32_t documents = 0;
   for (int round = 0; round < 3; ++round) {
     read = std::min(read, TimeRead(input, nullptr));
-    plain = std::min(plain, TimePlainInsert(folder + "/import_bench_plain.db", pages));
+    plain =
+        std::min(plain, bench::TimePlainBlobInsert(folder + "/import_bench_plain.db", pages.size(),
+                                                   [&](size_t i) { return pages[i]; }));
     const ImportFigures imported = TimeImport(folder + "/import_bench.kst", input);
     if (imported.seconds < import) {
       import = imported.seconds;

@@ -1,0 +1,74 @@
+// What the benchmark programs share: timing, where their files go, where the
+// shared bench data lives, and the plain SQLite insert every figure of ours
+// is measured against.
+#pragma once
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace bench {
+
+using Clock = std::chrono::steady_clock;
+
+inline double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+[[noreturn]] inline void Fail(const std::string& what) {
+  fmt::print(stderr, "bench: {}\n", what);
+  std::exit(1);
+}
+
+// The folder for a benchmark's databases: the given one, else TMPDIR, else /tmp.
+inline std::string WorkFolder(const char* given) {
+  if (given != nullptr && *given != '\0') return given;
+  const char* tmp = std::getenv("TMPDIR");
+  return tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
+}
+
+// A file made by the shared bench-data generators: $BENCH_DATA/name, where
+// BENCH_DATA defaults to ${TMPDIR:-/tmp}/bench-data.
+inline std::string BenchDataFile(const std::string& name) {
+  const char* data = std::getenv("BENCH_DATA");
+  const std::string folder =
+      data != nullptr && *data != '\0' ? std::string(data) : WorkFolder(nullptr) + "/bench-data";
+  return folder + "/" + name;
+}
+
+// Inserts `count` blobs, piece(i) for i in [0, count), into a one-column
+// table of a new database in one transaction, with the engine's pragmas;
+// returns the seconds from BEGIN to the end of COMMIT.
+template <typename Piece>
+double TimePlainBlobInsert(const std::string& path, size_t count, Piece piece) {
+  unlink(path.c_str());
+  sqlite3* db = nullptr;
+  sqlite3_open(path.c_str(), &db);
+  sqlite3_exec(db,
+               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
+               "PRAGMA cache_size = -32768; CREATE TABLE t(b BLOB);",
+               nullptr, nullptr, nullptr);
+  sqlite3_stmt* insert = nullptr;
+  sqlite3_prepare_v2(db, "INSERT INTO t(b) VALUES(?1)", -1, &insert, nullptr);
+  const auto start = Clock::now();
+  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+  for (size_t i = 0; i < count; ++i) {
+    const std::string_view bytes = piece(i);
+    sqlite3_bind_blob(insert, 1, bytes.data(), static_cast<int>(bytes.size()), SQLITE_STATIC);
+    if (sqlite3_step(insert) != SQLITE_DONE) Fail(sqlite3_errmsg(db));
+    sqlite3_reset(insert);
+  }
+  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+  const double seconds = Seconds(start);
+  sqlite3_finalize(insert);
+  sqlite3_close(db);
+  unlink(path.c_str());
+  return seconds;
+}
+
+}  // namespace bench
