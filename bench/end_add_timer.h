@@ -16,7 +16,9 @@ inline double end_add_seconds = 0;  // time spent in EngEndAdd since the last re
 
 }  // namespace bench
 
-extern "C" int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker, uint32_t* added) {
+extern "C" __attribute__((visibility("default"))) int32_t EngEndAdd(uint32_t db, int32_t kind,
+                                                                    uint64_t id, char marker,
+                                                                    uint32_t* added) {
   using EndAdd = int32_t (*)(uint32_t, int32_t, uint64_t, char, uint32_t*);
   static const auto engine = reinterpret_cast<EndAdd>(dlsym(RTLD_NEXT, "EngEndAdd"));
   const auto start = std::chrono::steady_clock::now();
