@@ -67,10 +67,10 @@ extern "C" {
 #define KSENG_SHARE_READWRITE 2
 
 /* Document kinds. */
-#define KSENG_KIND_TEXT 1      /* plain text document */
-#define KSENG_KIND_FORM 2      /* entry form (EngFindDocument kind 2) */
-#define KSENG_KIND_ENTRY 3     /* entry made from a form (EngOp251) */
-#define KSENG_KIND_RICHTEXT 4  /* rich text document */
+#define KSENG_KIND_TEXT 1     /* plain text document */
+#define KSENG_KIND_FORM 2     /* entry form (EngFindDocument kind 2) */
+#define KSENG_KIND_ENTRY 3    /* entry made from a form (EngOp251) */
+#define KSENG_KIND_RICHTEXT 4 /* rich text document */
 
 /* Walk filters of EngFirstDocument / EngNextDocument / EngCountDocuments. */
 #define KSENG_WALK_DOCUMENTS 1 /* text, rich text and entries, in order */
@@ -82,9 +82,10 @@ extern "C" {
  * document goes right after it (for KSENG_LOC_END_OF_CURRENT: its text is
  * appended to that document), so that one import keeps its documents
  * together and in source order.  Any other code means end of database. */
-#define KSENG_LOC_END 1            /* end of the database */
-#define KSENG_LOC_AFTER_CURRENT 2  /* after the current document (end if none) */
-#define KSENG_LOC_AFTER_NAMED 3    /* after the named document given by anchor,
+#define KSENG_LOC_END 1           /* end of the database */
+#define KSENG_LOC_AFTER_CURRENT 2 /* after the current document (end if none) */
+#define KSENG_LOC_AFTER_NAMED                                                   \
+  3                                /* after the named document given by anchor, \
                                       or by EngSaveDocument's name */
 #define KSENG_LOC_END_OF_CURRENT 4 /* appended to the current document's text */
 #define KSENG_LOC_TOP 6            /* top of the database */
@@ -99,23 +100,23 @@ extern "C" {
 
 /* Error codes read with EngLastError(0). */
 #define KSENG_OK 0
-#define KSENG_ERR_NOT_FOUND 1        /* file does not exist */
-#define KSENG_ERR_ACCESS 2           /* file cannot be read (or written) */
-#define KSENG_ERR_NOT_DATABASE 3     /* not an SQLite file, or damaged */
-#define KSENG_ERR_FOREIGN 4          /* an SQLite file that is not ours */
-#define KSENG_ERR_VERSION 5          /* ours, but a newer schema version */
-#define KSENG_ERR_EXISTS 6           /* EngCreateDatabase on an existing file */
-#define KSENG_ERR_ARGUMENT 7         /* null or invalid argument */
-#define KSENG_ERR_IO 8               /* I/O error while reading or writing */
-#define KSENG_ERR_BUSY 9             /* another process holds the write lock */
-#define KSENG_ERR_READONLY 10        /* write on a handle opened for reading */
-#define KSENG_ERR_HANDLE 11          /* unknown database handle */
-#define KSENG_ERR_NO_DOCUMENT 12     /* no document with that identifier */
-#define KSENG_ERR_MEMORY 13          /* out of memory */
-#define KSENG_ERR_QUERY 14           /* full-text query does not parse */
-#define KSENG_ERR_BUFFER 15          /* buffer too small */
-#define KSENG_ERR_STATE 16           /* call out of order (e.g. save, nothing added) */
-#define KSENG_ERR_INTERNAL 17        /* unexpected engine failure */
+#define KSENG_ERR_NOT_FOUND 1    /* file does not exist */
+#define KSENG_ERR_ACCESS 2       /* file cannot be read (or written) */
+#define KSENG_ERR_NOT_DATABASE 3 /* not an SQLite file, or damaged */
+#define KSENG_ERR_FOREIGN 4      /* an SQLite file that is not ours */
+#define KSENG_ERR_VERSION 5      /* ours, but a newer schema version */
+#define KSENG_ERR_EXISTS 6       /* EngCreateDatabase on an existing file */
+#define KSENG_ERR_ARGUMENT 7     /* null or invalid argument */
+#define KSENG_ERR_IO 8           /* I/O error while reading or writing */
+#define KSENG_ERR_BUSY 9         /* another process holds the write lock */
+#define KSENG_ERR_READONLY 10    /* write on a handle opened for reading */
+#define KSENG_ERR_HANDLE 11      /* unknown database handle */
+#define KSENG_ERR_NO_DOCUMENT 12 /* no document with that identifier */
+#define KSENG_ERR_MEMORY 13      /* out of memory */
+#define KSENG_ERR_QUERY 14       /* full-text query does not parse */
+#define KSENG_ERR_BUFFER 15      /* buffer too small */
+#define KSENG_ERR_STATE 16       /* call out of order (e.g. save, nothing added) */
+#define KSENG_ERR_INTERNAL 17    /* unexpected engine failure */
 #define KSENG_ERR_PASSWORD_REQUIRED 4000
 #define KSENG_ERR_PASSWORD_WRONG 4001
 
@@ -153,8 +154,8 @@ typedef struct KSENG_ATTACHMENT {
  * NULL or "" for an unprotected database; a protected one needs both.  flags:
  * 0, or 1 to replace an existing file.  Returns non-zero on success; fails
  * with KSENG_ERR_EXISTS when the file exists and flags is 0. */
-KSENG_API int32_t EngCreateDatabase(const char* path, const char* login_group,
-                                    const char* password, uint32_t flags);
+KSENG_API int32_t EngCreateDatabase(const char* path, const char* login_group, const char* password,
+                                    uint32_t flags);
 
 /* 1: opens a database.  Returns its handle, or 0 (see EngLastError; 4000 when
  * the database is protected).  Opening with KSENG_ACCESS_READ never writes the
@@ -162,14 +163,12 @@ KSENG_API int32_t EngCreateDatabase(const char* path, const char* login_group,
  * KSENG_ERR_NOT_DATABASE.  When a writer was killed in the middle of a commit,
  * a read-only open fails with KSENG_ERR_BUSY until a writable open has rolled
  * the interrupted commit back (which restores the last committed state). */
-KSENG_API uint32_t EngOpenDatabase(const char* path, int32_t access_mode,
-                                   int32_t share_mode);
+KSENG_API uint32_t EngOpenDatabase(const char* path, int32_t access_mode, int32_t share_mode);
 
 /* 156: opens a database with credentials.  For an unprotected database the
  * credentials are ignored.  Wrong credentials fail with 4001. */
-KSENG_API uint32_t EngOpenDatabaseEx(const char* path, int32_t access_mode,
-                                     int32_t share_mode, const char* password,
-                                     const char* login_group);
+KSENG_API uint32_t EngOpenDatabaseEx(const char* path, int32_t access_mode, int32_t share_mode,
+                                     const char* password, const char* login_group);
 
 /* 2: commits what is pending and closes the handle.  Returns non-zero when the
  * handle was open and everything was committed. */
@@ -206,8 +205,7 @@ KSENG_API int64_t EngFindDocument(uint32_t db, int32_t kind, const char* name);
  * EngBeginAdd (or the previous EngEndAdd), all committed when this returns
  * (text appended to an existing document makes no new document).  A document
  * still being added stays pending and is not committed. */
-KSENG_API int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker,
-                            uint32_t* added);
+KSENG_API int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker, uint32_t* added);
 
 /* 17: hands a piece of a new document's text to the engine.  The first piece
  * of a document fixes its kind (KSENG_KIND_TEXT or KSENG_KIND_RICHTEXT),
@@ -217,31 +215,31 @@ KSENG_API int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker,
  * Returns KSENG_STATUS_TAKEN, or KSENG_STATUS_SAVE_FIRST when the piece was
  * taken and the engine wants EngSaveDocument called before more text; any
  * other value is a failure and the pending document is dropped. */
-KSENG_API int32_t EngAddDocument(uint32_t db, const char* text, int32_t one,
-                                 uint32_t length, int32_t kind,
-                                 int32_t location, uint64_t anchor,
-                                 const KSENG_ATTACHMENT* attachments,
-                                 uint32_t attachment_count);
+KSENG_API int32_t EngAddDocument(uint32_t db, const char* text, int32_t one, uint32_t length,
+                                 int32_t kind, int32_t location, uint64_t anchor,
+                                 const KSENG_ATTACHMENT* attachments, uint32_t attachment_count);
 
 /* 74: as EngAddDocument, for an entry made from the form `form` (an id from
  * EngFindDocument kind 2; 0 makes a plain document).  The entry's fields are
  * read from the field lines at the start of its text.  flags and reserved
  * must be 0. */
-KSENG_API int32_t EngAddDocumentWithForm(
-    uint32_t db, const char* text, int32_t one, uint32_t length, int32_t kind,
-    int32_t location, uint64_t anchor, uint64_t form,
-    const KSENG_ATTACHMENT* attachments, uint32_t attachment_count,
-    uint32_t flags, uint32_t reserved);
+KSENG_API int32_t EngAddDocumentWithForm(uint32_t db, const char* text, int32_t one,
+                                         uint32_t length, int32_t kind, int32_t location,
+                                         uint64_t anchor, uint64_t form,
+                                         const KSENG_ATTACHMENT* attachments,
+                                         uint32_t attachment_count, uint32_t flags,
+                                         uint32_t reserved);
 
 /* 280: as EngAddDocumentWithForm, with field values for the entry.  The text
  * (may be empty) follows the field lines, which are written as EngOp249
  * writes them (fields with a NULL value are left out). */
-KSENG_API int32_t EngAddDocumentWithFormEx(
-    uint32_t db, const char* text, int32_t one, uint32_t length, int32_t kind,
-    int32_t location, uint64_t anchor, uint64_t form,
-    const KSENG_ATTACHMENT* attachments, uint32_t attachment_count,
-    const KSENG_FIELD* fields, uint32_t field_count, uint32_t flags,
-    uint32_t reserved, uint32_t reserved2);
+KSENG_API int32_t EngAddDocumentWithFormEx(uint32_t db, const char* text, int32_t one,
+                                           uint32_t length, int32_t kind, int32_t location,
+                                           uint64_t anchor, uint64_t form,
+                                           const KSENG_ATTACHMENT* attachments,
+                                           uint32_t attachment_count, const KSENG_FIELD* fields,
+                                           uint32_t field_count, uint32_t flags, uint32_t reserved,
+                                           uint32_t reserved2);
 
 /* 57: saves the pending document.  With final = 0 the text so far is moved
  * out of memory and more pieces may follow (returns 1, or 6 when called while
@@ -251,8 +249,7 @@ KSENG_API int32_t EngAddDocumentWithFormEx(
  * anchor 0, the named document to go after (NULL otherwise).  text: an
  * optional last piece (NULL or "" for none).  A document is never visible in
  * part: until the final save nothing of it is in the database. */
-KSENG_API int32_t EngSaveDocument(uint32_t db, const char* name,
-                                  const char* text, int32_t final,
+KSENG_API int32_t EngSaveDocument(uint32_t db, const char* name, const char* text, int32_t final,
                                   uint64_t* new_id);
 
 /* Drops the pending document, if any: nothing of it reaches the database.
@@ -271,8 +268,7 @@ KSENG_API int32_t EngAttachForm(uint32_t db, const char* form_name);
 /* Creates an entry form named `name` with field_count field names (names of 1
  * to 255 bytes, all different).  Returns its identifier, 0 on failure (a form
  * of that name exists already: KSENG_ERR_EXISTS). */
-KSENG_API uint64_t EngCreateForm(uint32_t db, const char* name,
-                                 const char* const* field_names,
+KSENG_API uint64_t EngCreateForm(uint32_t db, const char* name, const char* const* field_names,
                                  uint32_t field_count);
 
 /* 251: creates a new, empty entry of the form `form` at `location` (after
@@ -281,18 +277,16 @@ KSENG_API uint64_t EngCreateForm(uint32_t db, const char* name,
  * identifier.  marker is the field marker the caller uses (0 for the
  * database's); text, if not NULL or empty, is kept as the entry's free text
  * below its fields.  Returns non-zero on success. */
-KSENG_API int32_t EngOp251(uint32_t db, uint64_t form, uint64_t* entry,
-                           char marker, const char* text, int32_t location,
-                           uint64_t anchor);
+KSENG_API int32_t EngOp251(uint32_t db, uint64_t form, uint64_t* entry, char marker,
+                           const char* text, int32_t location, uint64_t anchor);
 
 /* 249: writes `count` field records into the entry whose identifier is
  * (high << 32 | low).  one must be 1.  A field of the same name is replaced;
  * a record with a NULL value clears that field.  The entry's text is rebuilt:
  * one line "name<marker> value ]" CR LF per field in the form's order (fields
  * not in the form follow in the order first given), then the free text. */
-KSENG_API int32_t EngOp249(uint32_t db, uint32_t entry_low,
-                           uint32_t entry_high, int32_t one, uint32_t count,
-                           const KSENG_FIELD* fields);
+KSENG_API int32_t EngOp249(uint32_t db, uint32_t entry_low, uint32_t entry_high, int32_t one,
+                           uint32_t count, const KSENG_FIELD* fields);
 
 /* Number of fields of a form, or of fields holding a value in an entry (0 for
  * other documents). */
@@ -302,9 +296,8 @@ KSENG_API uint32_t EngGetFieldCount(uint32_t db, uint64_t id);
  * (and, for entries, value) copied into the buffers (either may be NULL).
  * Returns 1, or 0 when the index is out of range (KSENG_ERR_ARGUMENT) or a
  * buffer is too small (KSENG_ERR_BUFFER; neither buffer is written). */
-KSENG_API int32_t EngGetField(uint32_t db, uint64_t id, uint32_t index,
-                              char* name, uint32_t name_size, char* value,
-                              uint32_t value_size);
+KSENG_API int32_t EngGetField(uint32_t db, uint64_t id, uint32_t index, char* name,
+                              uint32_t name_size, char* value, uint32_t value_size);
 
 /* The form an entry was made from, 0 for anything else. */
 KSENG_API uint64_t EngGetEntryForm(uint32_t db, uint64_t entry);
@@ -315,8 +308,7 @@ KSENG_API uint64_t EngGetEntryForm(uint32_t db, uint64_t entry);
 KSENG_API uint64_t EngFirstDocument(uint32_t db, int32_t filter);
 
 /* 12: the document after `current` in the walk `filter`, 0 at the end. */
-KSENG_API uint64_t EngNextDocument(uint32_t db, uint64_t current,
-                                   int32_t filter);
+KSENG_API uint64_t EngNextDocument(uint32_t db, uint64_t current, int32_t filter);
 
 /* Number of documents in the walk `filter`. */
 KSENG_API uint64_t EngCountDocuments(uint32_t db, int32_t filter);
@@ -329,19 +321,17 @@ KSENG_API int32_t EngGetDocumentKind(uint32_t db, uint64_t id);
  * in bytes.  Returns 1 when the text and a terminator fitted in size bytes;
  * 0 otherwise (KSENG_ERR_BUFFER when only the buffer was too small: call
  * again with *length + 1).  buffer may be NULL with size 0 to ask the length. */
-KSENG_API int32_t EngGetDocumentText(uint32_t db, uint64_t id, char* buffer,
-                                     uint64_t size, uint64_t* length);
+KSENG_API int32_t EngGetDocumentText(uint32_t db, uint64_t id, char* buffer, uint64_t size,
+                                     uint64_t* length);
 
 /* Name of a document or form ("" when it has none).  Returns 1 when it fitted
  * with its terminator, else 0. */
-KSENG_API int32_t EngGetDocumentName(uint32_t db, uint64_t id, char* buffer,
-                                     uint32_t size);
+KSENG_API int32_t EngGetDocumentName(uint32_t db, uint64_t id, char* buffer, uint32_t size);
 
 /* Gives a document a name (NULL or "" removes it), or renames a form (which
  * keeps a name).  Names need not be unique; EngFindDocument finds the first in
  * database order. */
-KSENG_API int32_t EngSetDocumentName(uint32_t db, uint64_t id,
-                                     const char* name);
+KSENG_API int32_t EngSetDocumentName(uint32_t db, uint64_t id, const char* name);
 
 /* The handle's current document (locations 2 and 4).  It starts as 0 (none).
  * Setting an identifier that does not exist fails. */
@@ -353,14 +343,13 @@ KSENG_API uint32_t EngGetAttachmentCount(uint32_t db, uint64_t id);
 
 /* Name, kind and size of attachment `index`.  name may be NULL.  Returns 1,
  * or 0 when there is no such attachment or the name did not fit. */
-KSENG_API int32_t EngGetAttachmentInfo(uint32_t db, uint64_t id, uint32_t index,
-                                       char* name, uint32_t name_size,
-                                       uint32_t* kind, uint64_t* size);
+KSENG_API int32_t EngGetAttachmentInfo(uint32_t db, uint64_t id, uint32_t index, char* name,
+                                       uint32_t name_size, uint32_t* kind, uint64_t* size);
 
 /* Copies attachment `index`'s content; size must be at least its size.
  * Returns 1 on success. */
-KSENG_API int32_t EngReadAttachment(uint32_t db, uint64_t id, uint32_t index,
-                                    void* buffer, uint64_t size);
+KSENG_API int32_t EngReadAttachment(uint32_t db, uint64_t id, uint32_t index, void* buffer,
+                                    uint64_t size);
 
 /* Full-text search over document text (FTS5 query syntax).  Fills up to
  * capacity identifiers of matching documents in database order and returns
@@ -368,8 +357,7 @@ KSENG_API int32_t EngReadAttachment(uint32_t db, uint64_t id, uint32_t index,
  * (KSENG_ERR_QUERY for a query that does not parse).  ids may be NULL with
  * capacity 0 to count.  Documents not indexed yet are found too; on a
  * writable handle the search indexes them first, inside the open batch. */
-KSENG_API int64_t EngSearch(uint32_t db, const char* query, uint64_t* ids,
-                            uint32_t capacity);
+KSENG_API int64_t EngSearch(uint32_t db, const char* query, uint64_t* ids, uint32_t capacity);
 
 /* ---- Copying between databases ---------------------------------------- */
 
@@ -381,38 +369,40 @@ KSENG_API int32_t EngPrepareCopy(uint32_t source, uint32_t target);
  * entries their fields and form) into target at `location`, after *position
  * when it is non-zero.  *position receives the new document's identifier.
  * one must be 1.  Returns non-zero on success. */
-KSENG_API int32_t EngCopyDocument(uint32_t source, uint64_t id, int32_t one,
-                                  uint32_t target, uint64_t* position,
-                                  int32_t location);
+KSENG_API int32_t EngCopyDocument(uint32_t source, uint64_t id, int32_t one, uint32_t target,
+                                  uint64_t* position, int32_t location);
 
 /* ---- Display settings ------------------------------------------------- */
 /* Per-database settings read to start a rich-text document that looks like
  * the database's own.  Each returns non-zero when the value was delivered.
  * String getters copy with a terminator and fail when it does not fit.
  * Defaults of a new database are given with each. */
-KSENG_API int32_t EngOp25(uint32_t db, char* font, uint32_t size);   /* body font name: "Times New Roman" */
-KSENG_API int32_t EngOp27(uint32_t db, int32_t* half_points);        /* body font size: 24 (12 pt) */
-KSENG_API int32_t EngOp31(uint32_t db, uint32_t* rgb);               /* text colour: 0x000000 */
-KSENG_API int32_t EngOp39(uint32_t db, uint64_t id, char* name, uint32_t size); /* name of a form or document */
-KSENG_API int32_t EngOp48(uint32_t db, uint32_t* rgb);               /* background colour: 0xFFFFFF */
-KSENG_API int32_t EngOp93(uint32_t db, int32_t* twips);              /* left margin: 1440 */
-KSENG_API int32_t EngOp97(uint32_t db, int32_t* twips);              /* right margin: 1440 */
-KSENG_API int32_t EngOp99(uint32_t db, int32_t* twips);              /* top margin: 1440 */
-KSENG_API int32_t EngOp101(uint32_t db, int32_t* twips);             /* bottom margin: 1440 */
-KSENG_API int32_t EngOp102(uint32_t db, int32_t* twips);             /* default tab width: 720 */
-KSENG_API int32_t EngOp105(uint32_t db, int32_t* twips);             /* space before a paragraph: 0 */
-KSENG_API int32_t EngOp108(uint32_t db, int32_t* twips);             /* space after a paragraph: 0 */
-KSENG_API int32_t EngOp113(uint32_t db, int32_t* twips);             /* line spacing (0 = single): 0 */
-KSENG_API int32_t EngOp114(uint32_t db, uint32_t* rgb);              /* field name colour: 0x000080 */
-KSENG_API int32_t EngOp157(uint32_t db, uint32_t* rgb);              /* field value colour: 0x000000 */
-KSENG_API int32_t EngOp178(uint32_t db, char* font, uint32_t size);  /* field name font: "Arial" */
-KSENG_API int32_t EngOp180(uint32_t db, int32_t* half_points);       /* field name font size: 20 */
-KSENG_API int32_t EngOp182(uint32_t db, int32_t* bold);              /* field names bold: 1 */
-KSENG_API int32_t EngOp192(uint32_t db, char* style, uint32_t size); /* paragraph style name: "Normal" */
-KSENG_API int32_t EngOp232(uint32_t db, uint32_t* rgb);              /* hyperlink colour: 0x0000FF */
-KSENG_API int32_t EngOp236(uint32_t db, int32_t* codepage);          /* code page of rich text: 1252 */
-KSENG_API int32_t EngOp244(uint32_t db, int32_t* language);          /* language id: 1033 */
-KSENG_API int32_t EngOp253(uint32_t db, int32_t* twips);             /* page width: 12240 */
+KSENG_API int32_t EngOp25(uint32_t db, char* font,
+                          uint32_t size); /* body font name: "Times New Roman" */
+KSENG_API int32_t EngOp27(uint32_t db, int32_t* half_points); /* body font size: 24 (12 pt) */
+KSENG_API int32_t EngOp31(uint32_t db, uint32_t* rgb);        /* text colour: 0x000000 */
+KSENG_API int32_t EngOp39(uint32_t db, uint64_t id, char* name,
+                          uint32_t size);                /* name of a form or document */
+KSENG_API int32_t EngOp48(uint32_t db, uint32_t* rgb);   /* background colour: 0xFFFFFF */
+KSENG_API int32_t EngOp93(uint32_t db, int32_t* twips);  /* left margin: 1440 */
+KSENG_API int32_t EngOp97(uint32_t db, int32_t* twips);  /* right margin: 1440 */
+KSENG_API int32_t EngOp99(uint32_t db, int32_t* twips);  /* top margin: 1440 */
+KSENG_API int32_t EngOp101(uint32_t db, int32_t* twips); /* bottom margin: 1440 */
+KSENG_API int32_t EngOp102(uint32_t db, int32_t* twips); /* default tab width: 720 */
+KSENG_API int32_t EngOp105(uint32_t db, int32_t* twips); /* space before a paragraph: 0 */
+KSENG_API int32_t EngOp108(uint32_t db, int32_t* twips); /* space after a paragraph: 0 */
+KSENG_API int32_t EngOp113(uint32_t db, int32_t* twips); /* line spacing (0 = single): 0 */
+KSENG_API int32_t EngOp114(uint32_t db, uint32_t* rgb);  /* field name colour: 0x000080 */
+KSENG_API int32_t EngOp157(uint32_t db, uint32_t* rgb);  /* field value colour: 0x000000 */
+KSENG_API int32_t EngOp178(uint32_t db, char* font, uint32_t size); /* field name font: "Arial" */
+KSENG_API int32_t EngOp180(uint32_t db, int32_t* half_points);      /* field name font size: 20 */
+KSENG_API int32_t EngOp182(uint32_t db, int32_t* bold);             /* field names bold: 1 */
+KSENG_API int32_t EngOp192(uint32_t db, char* style,
+                           uint32_t size);                  /* paragraph style name: "Normal" */
+KSENG_API int32_t EngOp232(uint32_t db, uint32_t* rgb);     /* hyperlink colour: 0x0000FF */
+KSENG_API int32_t EngOp236(uint32_t db, int32_t* codepage); /* code page of rich text: 1252 */
+KSENG_API int32_t EngOp244(uint32_t db, int32_t* language); /* language id: 1033 */
+KSENG_API int32_t EngOp253(uint32_t db, int32_t* twips);    /* page width: 12240 */
 
 #ifdef __cplusplus
 }

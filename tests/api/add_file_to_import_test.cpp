@@ -120,16 +120,16 @@ TEST_F(AddFileToImportTest, OptionsTheTypeDoesNotOfferArriveAsTheirDefaults) {
   // Kestro files (1010) offer the location, auto fields, date range and sort
   // order only: an OEM origin, a delimiter, a form and the mail options are
   // all dropped, whatever the caller passed.
-  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "f.kst", 1010, 6, 1, "Form", 0, nullptr, 2, 0, nullptr,
-                                  0, 1, "a", 1, 1, "b", 1, "m-from", 1, "m-to", "filter", 0, 0,
-                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
-                                  0),
-            1u);
-  ASSERT_EQ(KSIMP_AddFileToImport(handle_, "g.txt", 1000, 0, 0, nullptr, 0, nullptr, 0, 0, nullptr,
-                                  1, 0, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
-                                  0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                  0, 0),
-            1u);
+  ASSERT_EQ(
+      KSIMP_AddFileToImport(handle_, "f.kst", 1010, 6, 1, "Form", 0, nullptr, 2, 0, nullptr, 0, 1,
+                            "a", 1, 1, "b", 1, "m-from", 1, "m-to", "filter", 0, 0, nullptr,
+                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0),
+      1u);
+  ASSERT_EQ(
+      KSIMP_AddFileToImport(handle_, "g.txt", 1000, 0, 0, nullptr, 0, nullptr, 0, 0, nullptr, 1, 0,
+                            nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, 0, nullptr,
+                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0),
+      1u);
   const auto kestro = session().FirstQueued(handle_);
   ASSERT_TRUE(kestro);
   EXPECT_EQ(kestro->import_location, 6);
