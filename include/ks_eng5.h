@@ -84,9 +84,8 @@ extern "C" {
  * together and in source order.  Any other code means end of database. */
 #define KSENG_LOC_END 1           /* end of the database */
 #define KSENG_LOC_AFTER_CURRENT 2 /* after the current document (end if none) */
-#define KSENG_LOC_AFTER_NAMED                                                   \
-  3                                /* after the named document given by anchor, \
-                                      or by EngSaveDocument's name */
+/* after the named document given by anchor, or by EngSaveDocument's name */
+#define KSENG_LOC_AFTER_NAMED 3
 #define KSENG_LOC_END_OF_CURRENT 4 /* appended to the current document's text */
 #define KSENG_LOC_TOP 6            /* top of the database */
 
