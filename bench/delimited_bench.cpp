@@ -9,13 +9,15 @@
 // The file defaults to $BENCH_DATA/people.csv (BENCH_DATA defaults to
 // ${TMPDIR:-/tmp}/bench-data; make it with "python3 gen_csv.py --scale 1").
 // folder (or TMPDIR, else /tmp) receives the databases, removed afterwards.
-// The sqlite3 shell must be on the PATH.  Peak memory is this process's
+// Each side is the best of three rounds.  The sqlite3 shell must be on
+// the PATH.  Peak memory is this process's
 // maximum resident size, read before and after the import.
 #include <fmt/format.h>
 #include <sqlite3.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -159,10 +161,19 @@ int main(int argc, char** argv) {
   if (!probe) Fail("cannot read " + csv);
   const double megabytes = static_cast<double>(probe.tellg()) / 1e6;
 
+  // Best of three rounds for each side, as the machine's load varies.
   const std::string database = folder + "/delimited_bench.kst";
-  const double shell = TimeShellImport(folder + "/delimited_bench_shell.db", csv);
+  double shell = 1e9;
+  ImportFigures imported;
+  imported.seconds = 1e9;
   const long memory_before = PeakResidentKilobytes();
-  const ImportFigures imported = TimeImport(database, csv);
+  for (int round = 0; round < 3; ++round) {
+    shell = std::min(shell, TimeShellImport(folder + "/delimited_bench_shell.db", csv));
+    const ImportFigures figures = TimeImport(database, csv);
+    if (figures.seconds - figures.index_seconds < imported.seconds - imported.index_seconds) {
+      imported = figures;
+    }
+  }
   const long memory_after = PeakResidentKilobytes();
   const std::vector<std::string> texts = DocumentTexts(database);
   unlink(database.c_str());
