@@ -9,7 +9,8 @@
 // The file defaults to $BENCH_DATA/people.csv (BENCH_DATA defaults to
 // ${TMPDIR:-/tmp}/bench-data; make it with "python3 gen_csv.py --scale 1").
 // folder (or TMPDIR, else /tmp) receives the databases, removed afterwards.
-// Each side is the best of three rounds.  The sqlite3 shell must be on
+// The import and the shell are the best of three rounds, each FTS5 baseline
+// the best of two.  The sqlite3 shell must be on
 // the PATH.  Peak memory is this process's
 // maximum resident size, read before and after the import.
 #include <fmt/format.h>
@@ -124,8 +125,11 @@ std::vector<std::string> DocumentTexts(const std::string& database) {
   return texts;
 }
 
-// SQLite's own FTS5 index built over the same texts in one transaction.
-double TimePlainFts(const std::string& database, const std::vector<std::string>& texts) {
+// SQLite's own FTS5 index built over the same texts in one transaction:
+// as it comes, or with the engine's larger in-memory term buffer
+// (`hashsize` bytes; 0 keeps the default).
+double TimePlainFts(const std::string& database, const std::vector<std::string>& texts,
+                    int hashsize) {
   unlink(database.c_str());
   sqlite3* db = nullptr;
   sqlite3_open(database.c_str(), &db);
@@ -133,6 +137,11 @@ double TimePlainFts(const std::string& database, const std::vector<std::string>&
                "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
                "CREATE VIRTUAL TABLE f USING fts5(body, content='', columnsize=0);",
                nullptr, nullptr, nullptr);
+  if (hashsize != 0) {
+    const std::string tune =
+        fmt::format("INSERT INTO f(f, rank) VALUES('hashsize', {});", hashsize);
+    sqlite3_exec(db, tune.c_str(), nullptr, nullptr, nullptr);
+  }
   sqlite3_stmt* insert = nullptr;
   sqlite3_prepare_v2(db, "INSERT INTO f(rowid, body) VALUES(?1, ?2)", -1, &insert, nullptr);
   const auto start = Clock::now();
@@ -165,22 +174,34 @@ int main(int argc, char** argv) {
   const std::string database = folder + "/delimited_bench.kst";
   double shell = 1e9;
   ImportFigures imported;
-  imported.seconds = 1e9;
+  double best_documents_only = 1e9;
+  double best_index = 1e9;
+  double best_total = 1e9;
   const long memory_before = PeakResidentKilobytes();
   for (int round = 0; round < 3; ++round) {
     shell = std::min(shell, TimeShellImport(folder + "/delimited_bench_shell.db", csv));
     const ImportFigures figures = TimeImport(database, csv);
-    if (figures.seconds - figures.index_seconds < imported.seconds - imported.index_seconds) {
-      imported = figures;
+    // Each figure is its own best: the documents, the index and the whole.
+    if (figures.seconds - figures.index_seconds < best_documents_only) {
+      best_documents_only = figures.seconds - figures.index_seconds;
     }
+    best_index = std::min(best_index, figures.index_seconds);
+    best_total = std::min(best_total, figures.seconds);
+    imported = figures;
   }
   const long memory_after = PeakResidentKilobytes();
   const std::vector<std::string> texts = DocumentTexts(database);
   unlink(database.c_str());
-  const double plain_fts = TimePlainFts(folder + "/delimited_bench_fts.db", texts);
+  double plain_fts = 1e9;
+  double tuned_fts = 1e9;
+  for (int round = 0; round < 2; ++round) {
+    plain_fts = std::min(plain_fts, TimePlainFts(folder + "/delimited_bench_fts.db", texts, 0));
+    tuned_fts =
+        std::min(tuned_fts, TimePlainFts(folder + "/delimited_bench_fts.db", texts, 16 << 20));
+  }
 
   const double rows = imported.documents;
-  const double documents_only = imported.seconds - imported.index_seconds;
+  const double documents_only = best_documents_only;
   fmt::print("{}: {:.1f} MB; the import made {} documents\n", csv, megabytes, imported.documents);
   fmt::print("  sqlite3 .import --csv        {:7.3f} s  {:6.3f} M rows/s  {:6.1f} MB/s\n", shell,
              rows / shell / 1e6, megabytes / shell);
@@ -189,13 +210,16 @@ int main(int argc, char** argv) {
       "{:.2f}x .import\n",
       documents_only, rows / documents_only / 1e6, megabytes / documents_only,
       shell / documents_only);
-  fmt::print("  import's full-text index     {:7.3f} s  {:6.3f} M docs/s\n", imported.index_seconds,
-             rows / imported.index_seconds / 1e6);
+  fmt::print("  import's full-text index     {:7.3f} s  {:6.3f} M docs/s\n", best_index,
+             rows / best_index / 1e6);
   fmt::print(
       "  SQLite FTS5, same texts      {:7.3f} s  {:6.3f} M docs/s  (index {:.2f}x its time)\n",
-      plain_fts, rows / plain_fts / 1e6, imported.index_seconds / plain_fts);
-  fmt::print("  import in all                {:7.3f} s  {:6.3f} M rows/s\n", imported.seconds,
-             rows / imported.seconds / 1e6);
+      plain_fts, rows / plain_fts / 1e6, best_index / plain_fts);
+  fmt::print(
+      "  ... with the engine's 16 MB   {:7.3f} s  {:6.3f} M docs/s  (index {:.2f}x its time)\n",
+      tuned_fts, rows / tuned_fts / 1e6, best_index / tuned_fts);
+  fmt::print("  import in all                {:7.3f} s  {:6.3f} M rows/s\n", best_total,
+             rows / best_total / 1e6);
   fmt::print("  peak memory                  {:.1f} MB before the import, {:.1f} MB after\n",
              memory_before / 1024.0, memory_after / 1024.0);
   return 0;

@@ -79,10 +79,12 @@ bool CImportSession::SetAborted(uint32_t handle) {
   ImportHandleRecord* record = FindRecordLocked(handle);
   if (record == nullptr) return false;
   record->aborted = true;
+  any_abort_requested_.store(true, std::memory_order_release);
   return true;
 }
 
 bool CImportSession::IsAborted(uint32_t handle) {
+  if (!any_abort_requested_.load(std::memory_order_acquire)) return false;
   SessionLockGuard session(lock_);
   std::lock_guard data(data_mutex_);
   const ImportHandleRecord* record = FindRecordLocked(handle);
@@ -140,6 +142,17 @@ bool CImportSession::SetLastDocument(uint32_t handle, uint64_t document) {
   ImportHandleRecord* record = FindRecordLocked(handle);
   if (record == nullptr) return false;
   record->importer_value64 = static_cast<int64_t>(document);
+  return true;
+}
+
+bool CImportSession::RecordDocumentSaved(uint32_t handle, uint64_t document, uint32_t bytes) {
+  SessionLockGuard session(lock_);
+  std::lock_guard data(data_mutex_);
+  ImportHandleRecord* record = FindRecordLocked(handle);
+  if (record == nullptr) return false;
+  record->importer_value64 = static_cast<int64_t>(document);
+  record->documents_added = SaturatingAdd(record->documents_added, 1);
+  record->current_bytes = bytes;
   return true;
 }
 

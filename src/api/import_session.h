@@ -59,6 +59,10 @@ class CImportSession {
   // The last document the import wrote (the per-import 64-bit value), so
   // that the documents of the next file follow those of the last one.
   bool SetLastDocument(uint32_t handle, uint64_t document);
+  // A document saved: it becomes the last one, the count goes up by one and
+  // the progress moves to `bytes`, under one take of the lock (this runs
+  // once per imported row).
+  bool RecordDocumentSaved(uint32_t handle, uint64_t document, uint32_t bytes);
   uint32_t GetTotalBytes(uint32_t handle);
   uint32_t GetCurrentBytes(uint32_t handle);
   uint32_t GetDocumentsAdded(uint32_t handle);
@@ -140,6 +144,9 @@ class CImportSession {
   SessionLock lock_;
 
   std::mutex data_mutex_;
+  // Set once any import was ever asked to stop: until then the abort test,
+  // made for every record imported, needs no lock at all.
+  std::atomic<bool> any_abort_requested_{false};
   std::list<ImportHandleRecord> records_;     // guarded by data_mutex_
   std::list<SETDATA> queue_;                  // guarded by data_mutex_, in call order
   std::vector<tagIMPORTATTACH> attachments_;  // guarded by data_mutex_, in order

@@ -101,9 +101,7 @@ CDocumentWriter::Outcome CDocumentWriter::Finish(uint64_t source_position) {
   }
   last_document_ = id;
   ++documents_saved_;
-  Session().SetLastDocument(import_handle_, id);
-  Session().AddDocumentsAdded(import_handle_, 1);
-  Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+  Session().RecordDocumentSaved(import_handle_, id, static_cast<uint32_t>(source_position));
   return Outcome::kSaved;
 }
 

@@ -79,6 +79,11 @@ CREATE TABLE attachments(
 -- per-row token counts (results come in database order, never ranked);
 -- filled in bulk at commit points (see SearchIndex), never by trigger.
 CREATE VIRTUAL TABLE fts USING fts5(body, content='', columnsize=0);
+-- Terms are gathered in memory up to this many bytes before a segment is
+-- written (the default is 1 MB).  A bulk import then writes a few large
+-- segments instead of hundreds of small ones that must be merged again,
+-- which more than halves the time its index takes; the memory is bounded.
+INSERT INTO fts(fts, rank) VALUES('hashsize', 16777216);
 -- Documents to index that the watermark does not cover: placed below it
 -- since the last indexing, or changed after indexing (their old terms are
 -- already out of fts).

@@ -239,4 +239,16 @@ TEST(DelimitedFieldsSettings, AHugeFieldIsSplitWhole) {
   EXPECT_EQ(fields.Values()[1].size(), 8u << 20);
 }
 
+TEST(DelimitedSplitter, OneSplitterGivesEachRecordWhatAFreshOneWould) {
+  // The value strings are reused between records: nothing of a longer or
+  // quoted record may show through in the next.
+  CDelimitedFields fields;
+  fields.LoadSettings(Settings(","));
+  for (const std::string_view record :
+       {"alpha,\"b,c\",delta,echo", "x", "\"q\"\"q\",", "", "long value here,short", "a,b"}) {
+    fields.Split(record);
+    EXPECT_EQ(fields.Values(), Split(record)) << record;
+  }
+}
+
 }  // namespace

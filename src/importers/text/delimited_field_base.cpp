@@ -6,6 +6,7 @@
 #include "api/ks_imp_app.h"
 #include "api/message_texts.h"
 #include "importers/text/byte_source.h"
+#include "importers/text/record_pipeline.h"
 #include "importers/text/record_reader.h"
 #include "ks_eng5.h"
 
@@ -66,32 +67,32 @@ int CDelimitedFieldBase::Run(uint32_t import_handle) {
   return result;
 }
 
-int CDelimitedFieldBase::ReadRecords(char qualifier, const RecordSink& sink) {
+int CDelimitedFieldBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
+                                     const RecordStore& store) {
   using ks::text::RecordReader;
   SourceFileBytes bytes(Source());
-  RecordReader reader(bytes);
-  std::string record;
+  ks::text::RecordPipeline records(bytes, qualifier, prepare);
   uint64_t number = 0;
   while (!Aborted()) {
-    switch (reader.Read(qualifier, &record)) {
-      case RecordReader::Outcome::kRecord:
-        break;
-      case RecordReader::Outcome::kEmptyRecord:  // a blank line ends the file
-      case RecordReader::Outcome::kEndOfInput:
-        return 1;
-      case RecordReader::Outcome::kRecordTooLong:
-        // Usually a quote left open that runs on to the end of a large file.
-        Log(
-            fmt::format("Record {} of {} (from byte {}) is longer than {} MB; it and the rest of "
-                        "the file were not imported.",
-                        number + 1, Source().path(), reader.RecordOffset(),
-                        RecordReader::kDefaultMaxRecordBytes / (1024 * 1024)));
-        return 1;
-      case RecordReader::Outcome::kReadFailed:
-        return ReadFailed();
+    const ks::text::PreparedRecord* record = records.Next();
+    if (record == nullptr) {
+      switch (records.End()) {
+        case RecordReader::Outcome::kRecordTooLong:
+          // Usually a quote left open that runs on to the end of a large file.
+          Log(
+              fmt::format("Record {} of {} (from byte {}) is longer than {} MB; it and the rest of "
+                          "the file were not imported.",
+                          number + 1, Source().path(), records.EndRecordOffset(),
+                          RecordReader::kDefaultMaxRecordBytes / (1024 * 1024)));
+          return 1;
+        case RecordReader::Outcome::kReadFailed:
+          return ReadFailed();
+        default:  // the end, or a blank line that ends the file
+          return 1;
+      }
     }
     ++number;
-    if (!sink(record, reader.BytesConsumed())) return failed_ ? 0 : 1;
+    if (!store(*record)) return failed_ ? 0 : 1;
   }
   return 1;
 }

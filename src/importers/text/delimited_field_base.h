@@ -23,6 +23,7 @@
 #include "core/document_writer.h"
 #include "core/import_base.h"
 #include "core/oem_converter.h"
+#include "importers/text/record_pipeline.h"
 
 class CDelimitedFieldBase : public CIMPImportBase {
  public:
@@ -50,13 +51,18 @@ class CDelimitedFieldBase : public CIMPImportBase {
 
   // Reads the source record by record (records as the delimited reader cuts
   // them, with `qualifier` opening quoted text; 0 for none) until its end,
-  // its first blank line, an abort, or `sink` returning false.  `sink` gets
-  // each non-empty record and the count of source bytes read once it is
-  // taken.  A record too long to hold ends the reading with a log line
-  // saying where; a read failure is recorded (11024) and logged.  Returns 1,
-  // or 0 after a failure.
-  using RecordSink = std::function<bool(const std::string& record, uint64_t position)>;
-  int ReadRecords(char qualifier, const RecordSink& sink);
+  // its first blank line, an abort, or `store` returning false.  `prepare`
+  // makes each non-empty record ready to store (splits, converts, composes)
+  // on a reading thread of its own, ahead of the importing thread, so it may
+  // touch nothing but the state it alone uses; null keeps the record as its
+  // text.  `store` then gets the prepared records in order, on the importing
+  // thread, each with the count of source bytes read once it is taken.  A
+  // record too long to hold ends the reading with a log line saying where; a
+  // read failure is recorded (11024) and logged.  Returns 1, or 0 after a
+  // failure.
+  using RecordPrepare = ks::text::RecordPipeline::Prepare;
+  using RecordStore = std::function<bool(const ks::text::PreparedRecord& record)>;
+  int ReadRecords(char qualifier, const RecordPrepare& prepare, const RecordStore& store);
 
   // Hands a piece of a document to the document writer; `end_of_document`
   // is set on the last piece and `position` is the count of source bytes

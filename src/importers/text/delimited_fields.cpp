@@ -1,16 +1,11 @@
 #include "importers/text/delimited_fields.h"
 
+#include <cstring>
+
 #include "importers/text/fixed_width_fields.h"
 
-namespace {
-
-// Fields start with room for this much; they grow without bound beyond it.
-constexpr size_t kInitialFieldCapacity = 1024;
-
-}  // namespace
-
 CDelimitedFields::CDelimitedFields() {
-  field_.reserve(kInitialFieldCapacity);
+  RebuildStopTable();
 }
 
 void CDelimitedFields::LoadSettings(std::string_view column_header) {
@@ -19,6 +14,7 @@ void CDelimitedFields::LoadSettings(std::string_view column_header) {
     // Splitting goes on with the one delimiter there is; the caller sees the
     // error code and treats the records as plain text.
     delimiter_table_[static_cast<unsigned char>(primary_delimiter_)] = 1;
+    RebuildStopTable();
     return;
   }
   // Only the two quote characters can qualify text; anything else (or
@@ -30,6 +26,7 @@ void CDelimitedFields::LoadSettings(std::string_view column_header) {
   const std::string& delimiters = field_header_.Delimiters();
   primary_delimiter_ = delimiters.empty() ? '\0' : delimiters.front();
   for (const char c : delimiters) delimiter_table_[static_cast<unsigned char>(c)] = 1;
+  RebuildStopTable();
   values_.reserve(static_cast<size_t>(field_header_.FieldCount()));
 }
 
@@ -42,51 +39,78 @@ void CDelimitedFields::LoadFixedSettings(std::string_view column_header) {
   }
 }
 
-bool CDelimitedFields::ScanField(std::string_view record, size_t* at, bool* inside) {
-  field_.clear();
+void CDelimitedFields::RebuildStopTable() {
+  stop_table_ = delimiter_table_;
+  stop_table_[static_cast<unsigned char>('\r')] = 1;
+  stop_table_[static_cast<unsigned char>('\n')] = 1;
+  if (qualifier_ != '\0') stop_table_[static_cast<unsigned char>(qualifier_)] = 1;
+}
+
+bool CDelimitedFields::ScanField(std::string_view record, size_t* at, bool* inside,
+                                 std::string* field) const {
+  // Ordinary characters are taken a run at a time: outside quoted text up to
+  // the next character that means something there (stop_table_), inside it
+  // up to the next qualifier.
+  field->clear();
+  const char* const data = record.data();
   const size_t size = record.size();
-  while (*at < size) {
-    const char c = record[*at];
-    ++*at;
+  size_t i = *at;
+  while (i < size) {
+    if (*inside) {
+      const void* found = std::memchr(data + i, qualifier_, size - i);
+      const size_t end =
+          found != nullptr ? static_cast<size_t>(static_cast<const char*>(found) - data) : size;
+      field->append(data + i, end - i);
+      i = end;
+      if (i == size) break;
+      ++i;
+      // Closes quoted text; a second qualifier right after it is a literal
+      // one, and then reopens the quoted text.
+      if (i < size && data[i] == qualifier_) field->push_back(qualifier_);
+      *inside = false;
+      continue;
+    }
+    size_t end = i;
+    while (end < size && stop_table_[static_cast<unsigned char>(data[end])] == 0) ++end;
+    field->append(data + i, end - i);
+    i = end;
+    if (i == size) break;
+    const char c = data[i++];
     if (qualifier_ != '\0' && c == qualifier_) {
-      if (*inside) {
-        // Closes quoted text; a second qualifier right after it is a literal
-        // one, and then reopens the quoted text.
-        if (*at < size && record[*at] == qualifier_) field_ += c;
-        *inside = false;
-      } else {
-        *inside = true;
-      }
-    } else if (*inside) {
-      field_ += c;
+      *inside = true;
     } else if (c == '\r' || c == '\n') {
+      *at = i;
       return false;
-    } else if (IsDelimiter(c)) {
+    } else {  // a delimiter
       if (consecutive_as_one_ != 0) {
-        while (*at < size && IsDelimiter(record[*at])) ++*at;
+        while (i < size && IsDelimiter(data[i])) ++i;
       }
+      *at = i;
       return true;
-    } else {
-      field_ += c;
     }
   }
+  *at = i;
   return false;
 }
 
 void CDelimitedFields::Split(std::string_view record) {
   record = record.substr(0, record.find('\0'));
-  values_.clear();
   cursor_ = 0;
   bool inside = false;  // quoted text; it belongs to the record and can only stay open at its end
   bool after_delimiter = false;
   size_t at = 0;
+  size_t count = 0;
+  // The value strings are kept between records and refilled, so a record of
+  // the usual shape allocates nothing.
   // A field that ended at a delimiter is always followed by one more, even
   // at the end of the record.
   while (at < record.size() || after_delimiter) {
-    after_delimiter = ScanField(record, &at, &inside);
+    if (count == values_.size()) values_.emplace_back();
+    after_delimiter = ScanField(record, &at, &inside, &values_[count]);
+    ++count;
     if (at < record.size() && (record[at] == '\r' || record[at] == '\n')) ++at;
-    values_.push_back(field_);
   }
+  values_.resize(count);
 }
 
 void CDelimitedFields::CutFixedWidth(std::string_view line) {

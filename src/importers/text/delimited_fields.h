@@ -65,15 +65,18 @@ class CDelimitedFields {
   const CKSFieldHeader& FieldHeader() const { return field_header_; }
 
  private:
-  // Collects one field starting at record[*at]; leaves *at after it and says
-  // whether a delimiter ended it.
-  bool ScanField(std::string_view record, size_t* at, bool* inside);
+  // Collects one field starting at record[*at] into *field; leaves *at after
+  // it and says whether a delimiter ended it.
+  bool ScanField(std::string_view record, size_t* at, bool* inside, std::string* field) const;
+  // The characters that end a run of ordinary ones outside quoted text:
+  // delimiters, line ends and the qualifier.
+  void RebuildStopTable();
 
   std::array<uint8_t, 256> delimiter_table_{};  // 1 marks a delimiter, per character code
-  char primary_delimiter_ = ',';                // the one delimiter left when a load fails
+  std::array<uint8_t, 256> stop_table_{};
+  char primary_delimiter_ = ',';  // the one delimiter left when a load fails
   char qualifier_ = '"';
   uint32_t consecutive_as_one_ = 0;
-  std::string field_;  // the field being collected, reused between fields
   std::vector<std::string> values_;
   size_t cursor_ = 0;            // index of the value NextValue() hands out next
   std::vector<int32_t> widths_;  // fixed-width columns, when loaded that way

@@ -50,25 +50,33 @@ int CDelimitedImport::ImportSource() {
                      ks::text::FieldLineComposer::ValueGap::kDelimited);
   }
 
+  // Splitting and composing run ahead on the reading thread; storing stays
+  // here.
+  auto prepare = [&](const std::string& record, ks::text::PreparedRecord* out) {
+    if (!fielded) {
+      out->text.assign(FromSource(record, &scratch_));
+      return;
+    }
+    fields_.Split(record);
+    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
+    if (composer) {
+      composer->Compose(values, &out->text);
+    } else {
+      out->values.assign(values.begin(), values.end());
+    }
+  };
   int64_t line = 1;
-  return ReadRecords(qualifier, [&](const std::string& record, uint64_t position) {
+  return ReadRecords(qualifier, prepare, [&](const ks::text::PreparedRecord& record) {
     if (line < first_row) {
       ++line;
       return true;
     }
     ++line;
-    if (!fielded) return SaveDocument(FromSource(record, &scratch_), position);
-
-    fields_.Split(record);
-    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
-    if (composer) {
-      composer->Compose(values, &document_);
-      return SaveDocument(document_, position);
-    }
-    switch (entries->Add(header.Names(), values)) {
+    if (!entries) return SaveDocument(record.text, record.position);
+    switch (entries->Add(header.Names(), record.values)) {
       case ks::text::EntryFormRows::Outcome::kAdded:
         CKS_ImpApp::Instance().Session().AddDocumentsAdded(ImportHandle(), 1);
-        SetProgress(position);
+        SetProgress(record.position);
         return true;
       case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
         Fail(error_code::kCannotOpenEntryForm);

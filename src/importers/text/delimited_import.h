@@ -35,6 +35,5 @@ class CDelimitedImport : public CDelimitedFieldBase {
  private:
   CDelimitedFields fields_;
   std::vector<std::string> converted_;  // the values of a DOS (OEM) row, converted
-  std::string document_;                // the text of the row being stored
   std::string scratch_;
 };

@@ -45,30 +45,42 @@ int CIMPFixedImport::ImportSource() {
                      ks::text::FieldLineComposer::ValueGap::kFixedWidth);
   }
 
+  // Cutting and composing run ahead on the reading thread; storing stays
+  // here.
+  auto prepare = [&](const std::string& text, ks::text::PreparedRecord* out) {
+    if (!has_settings) {
+      out->text.assign(FromSource(text, &scratch_));
+      return;
+    }
+    if (!valid) return;
+    fields_.CutFixedWidth(text);
+    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
+    if (composer) {
+      composer->Compose(values, &out->text);
+    } else {
+      out->values.assign(values.begin(), values.end());
+    }
+  };
   int64_t line = 1;
-  return ReadRecords('\0', [&](const std::string& text, uint64_t position) {
+  return ReadRecords('\0', prepare, [&](const ks::text::PreparedRecord& record) {
     if (line < first_row) {
       ++line;
       return true;
     }
     ++line;
-    if (!has_settings) return SaveDocument(FromSource(text, &scratch_), position);
     if (!valid) {
-      // The columns are unknown: the line makes an empty document, which is
-      // not stored.
-      SetProgress(position);
-      return true;
+      if (has_settings) {
+        // The columns are unknown: the line makes an empty document, which
+        // is not stored.
+        SetProgress(record.position);
+        return true;
+      }
+      return SaveDocument(record.text, record.position);
     }
-
-    fields_.CutFixedWidth(text);
-    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
-    if (composer) {
-      composer->Compose(values, &document_);
-      return SaveDocument(document_, position);
-    }
-    switch (entries->Add(header.Names(), values)) {
+    if (!entries) return SaveDocument(record.text, record.position);
+    switch (entries->Add(header.Names(), record.values)) {
       case ks::text::EntryFormRows::Outcome::kAdded:
-        SetProgress(position);
+        SetProgress(record.position);
         return true;
       case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
         Fail(error_code::kCannotOpenEntryForm);

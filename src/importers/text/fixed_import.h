@@ -42,6 +42,5 @@ class CIMPFixedImport : public CDelimitedFieldBase {
  private:
   CDelimitedFields fields_;
   std::vector<std::string> converted_;  // the values of a DOS (OEM) line, converted
-  std::string document_;                // the text of the line being stored
   std::string scratch_;
 };

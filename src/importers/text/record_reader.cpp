@@ -7,6 +7,18 @@ RecordReader::RecordReader(ByteSource& source, size_t max_record_bytes)
       max_record_bytes_(max_record_bytes),
       block_(std::make_unique<char[]>(kBlockSize)) {}
 
+void RecordReader::BuildStopTables(char qualifier) {
+  stops_outside_.fill(0);
+  stops_inside_.fill(0);
+  for (auto* table : {&stops_outside_, &stops_inside_}) {
+    (*table)[0] = 1;
+    if (qualifier != 0) (*table)[static_cast<unsigned char>(qualifier)] = 1;
+  }
+  stops_outside_[static_cast<unsigned char>('\r')] = 1;
+  stops_outside_[static_cast<unsigned char>('\n')] = 1;
+  tables_qualifier_ = qualifier;
+}
+
 bool RecordReader::Fill() {
   if (begin_ < end_) return true;
   if (source_ended_ || source_failed_) return false;
@@ -36,7 +48,9 @@ RecordReader::Outcome RecordReader::Read(char qualifier, std::string* record) {
   record->clear();
   if (too_long_) return Outcome::kRecordTooLong;
   record_offset_ = consumed_;
+  if (qualifier != tables_qualifier_) BuildStopTables(qualifier);
   bool inside = false;  // within quoted text
+  const uint8_t* stops = stops_outside_.data();
   while (true) {
     if (!Fill()) {
       if (source_failed_) return Outcome::kReadFailed;
@@ -44,12 +58,18 @@ RecordReader::Outcome RecordReader::Read(char qualifier, std::string* record) {
     }
     const char* const data = block_.get();
     size_t at = begin_;
-    for (; at < end_; ++at) {
+    while (at < end_) {
+      // Runs of ordinary bytes are skipped through the table; only the
+      // bytes it marks need a look.
+      while (at < end_ && !stops[static_cast<unsigned char>(data[at])]) ++at;
+      if (at == end_) break;
       const char c = data[at];
       if (qualifier != 0 && c == qualifier) {
         inside = !inside;
-      } else if (c == '\0' || (!inside && (c == '\r' || c == '\n'))) {
-        break;
+        stops = inside ? stops_inside_.data() : stops_outside_.data();
+        ++at;
+      } else {
+        break;  // a NUL, or a line end outside quoted text
       }
     }
     const size_t run = at - begin_;

@@ -20,6 +20,7 @@
 // it always has, but is reported for what it is.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -63,6 +64,9 @@ class RecordReader {
  private:
   // Makes sure a byte is waiting in the block; false at the end or a failure.
   bool Fill();
+  // Marks the bytes that need a look: outside quoted text the qualifier, NUL,
+  // CR and LF; inside it the qualifier and NUL.
+  void BuildStopTables(char qualifier);
   // Takes the byte that pairs with `line_end` to make one line end, if next.
   void SkipPairedLineEnd(char line_end);
 
@@ -75,6 +79,9 @@ class RecordReader {
   bool source_failed_ = false;     // the source reported an error
   bool too_long_ = false;          // a record outgrew the limit
   uint64_t consumed_ = 0;
+  std::array<uint8_t, 256> stops_outside_{};
+  std::array<uint8_t, 256> stops_inside_{};
+  int tables_qualifier_ = -1;  // the qualifier the tables were built for; none yet
   uint64_t record_offset_ = 0;
 };
 
