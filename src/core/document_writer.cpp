@@ -46,12 +46,26 @@ int32_t CDocumentWriter::AddPiece(std::string_view text) {
     if (named > 0) anchor = static_cast<uint64_t>(named);
   }
   const auto length = static_cast<uint32_t>(text.size());
-  if (form_ != 0) {
-    return EngAddDocumentWithForm(database_, text.data(), 1, length, kind_,
-                                  options_.import_location, anchor, form_, nullptr, 0, 0, 0);
+  // Attachments go with the first piece of a document only.
+  std::vector<KSENG_ATTACHMENT> attachments;
+  if (!in_document_) {
+    for (const Attachment& file : attachments_) {
+      attachments.push_back(
+          {file.name.c_str(), KSENG_ATTACH_FILE, 0, file.content.data(), file.content.size()});
+    }
   }
-  return EngAddDocument(database_, text.data(), 1, length, kind_, options_.import_location, anchor,
-                        nullptr, 0);
+  const auto count = static_cast<uint32_t>(attachments.size());
+  const KSENG_ATTACHMENT* first = attachments.empty() ? nullptr : attachments.data();
+  int32_t status;
+  if (form_ != 0) {
+    status = EngAddDocumentWithForm(database_, text.data(), 1, length, kind_,
+                                    options_.import_location, anchor, form_, first, count, 0, 0);
+  } else {
+    status = EngAddDocument(database_, text.data(), 1, length, kind_, options_.import_location,
+                            anchor, first, count);
+  }
+  if (!in_document_) attachments_.clear();
+  return status;
 }
 
 CDocumentWriter::Outcome CDocumentWriter::Save(std::string_view text, bool end_of_document,

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/setdata.h"
 
@@ -35,6 +36,17 @@ class CDocumentWriter {
   // the import has come once this piece is stored (the current bytes).
   Outcome Save(std::string_view text, bool end_of_document, uint64_t source_position);
 
+  // A file to attach to a document: the name shown and the content.
+  struct Attachment {
+    std::string name;
+    std::string content;
+  };
+  // Attaches these files to the next document begun (they go with its first
+  // piece); a document never begun leaves them for the one after.
+  void AttachToNextDocument(std::vector<Attachment> attachments) {
+    attachments_ = std::move(attachments);
+  }
+
   // Drops a document that was begun and will not be finished.
   void Abandon();
 
@@ -55,4 +67,5 @@ class CDocumentWriter {
   uint64_t last_document_ = 0;  // the new documents go after this one
   bool in_document_ = false;    // the engine holds pieces of an unfinished document
   uint32_t documents_saved_ = 0;
+  std::vector<Attachment> attachments_;  // for the next document begun
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "importers/mail/mailbox_import.h"
 #include "importers/text/delimited_import.h"
 #include "importers/text/fixed_import.h"
 #include "importers/text/kestro_dos_import.h"
@@ -31,7 +32,7 @@ constexpr ImporterRow kImporterRows[] = {
     {1003, nullptr, nullptr, true},
     {1007, nullptr, nullptr, true},
     {1004, "CDelimitedImport", Create<CDelimitedImport>, false},
-    {1005, "CIMPEudoraImport", nullptr, false},
+    {1005, "CIMPEudoraImport", Create<CIMPEudoraImport>, false},
     {1008, "CIMPOutlookImport", nullptr, false},
     {1009, "CIMPWinThree", nullptr, false},
     {1010, "CIMPKestro4", nullptr, false},
@@ -39,7 +40,7 @@ constexpr ImporterRow kImporterRows[] = {
     {1057, "CIMPWordPerfectImport", nullptr, false},
     {1058, "CPDFImport", nullptr, false},
     {1059, "COutlookExpress", nullptr, false},
-    {1060, "CIMPEmailImport", nullptr, false},
+    {1060, "CIMPEmailImport", Create<CIMPEmailImport>, false},
     {1061, "COtherImport", nullptr, false},
     {1062, "CImapEmail", nullptr, false},
     {9999, "CIMPFixedImport", Create<CIMPFixedImport>, false},

@@ -26,6 +26,8 @@ struct QueuedFile {
   std::string entry_form;  // non-empty: documents are made from this entry form
   int32_t use_stored_settings = 0;
   std::string date_from;  // for delimited and fixed-width text: where the settings are
+  int32_t full_header = 0;
+  int32_t save_attachments = 0;
 };
 
 // A document as the engine keeps it, with the fields of an entry.
@@ -56,7 +58,8 @@ class ImportFixture : public ::testing::Test {
         handle, f.path.c_str(), f.type, f.location, f.entry_form.empty() ? 0 : 1,
         f.entry_form.c_str(), f.named_document.empty() ? 0 : 1, f.named_document.c_str(),
         f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(), f.origin_ansi, 0,
-        f.date_from.c_str(), 0, f.use_stored_settings, nullptr, 0, nullptr, 0, nullptr, nullptr, 0,
+        f.date_from.c_str(), 0, f.use_stored_settings, nullptr, f.full_header, nullptr,
+        f.save_attachments, nullptr, nullptr, 0,
         0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
   }
 

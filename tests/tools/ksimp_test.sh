@@ -83,5 +83,16 @@ check entry-import 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=3\
 check entry-docs 0 "$ksimp" docs "$fdb" --json
 contains entry-fields "$work/out" '"fields":{"Name":"Smith  "'
 
+# Mailboxes: one document per message, with attachments saved.
+printf 'attached' >"$work/a.txt"
+printf 'From a@x Tue Jun 01 12:00:00 2004\nSubject: one\nX-Attachments: %s\n\nfirst\nFrom b@x Wed Jun 02 12:00:00 2004\nSubject: two\n\nsecond\n' "$work/a.txt" >"$work/In.mbx"
+mdb=$work/m.kst
+check create-m 0 "$ksimp" create "$mdb"
+check mbx-import 0 "$ksimp" import "$mdb" "$work/In.mbx" --type mbx --save-attachments --quiet
+contains mbx-count "$work/out" "2 document(s) added"
+check mbx-docs 0 "$ksimp" docs "$mdb" --json
+contains mbx-fields "$work/out" '"text":"Subject[ two ]\r\nMailBox[ In ]\r\nMessage[ \r\n\r\nsecond\r\n ]"'
+contains mbx-attachment "$work/out" 'a.txt'
+
 echo "$passes passed, $failures failed"
 [ "$failures" -eq 0 ]

@@ -64,6 +64,11 @@ class CDelimitedFieldBase : public CIMPImportBase {
   using RecordStore = std::function<bool(const ks::text::PreparedRecord& record)>;
   int ReadRecords(char qualifier, const RecordPrepare& prepare, const RecordStore& store);
 
+  // Files to attach to the next document saved.
+  void AttachToNextDocument(std::vector<CDocumentWriter::Attachment> files) {
+    writer_->AttachToNextDocument(std::move(files));
+  }
+
   // Hands a piece of a document to the document writer; `end_of_document`
   // is set on the last piece and `position` is the count of source bytes
   // read once it is stored.  False when the import must stop: the engine

@@ -1,0 +1,320 @@
+#include "importers/mail/eudora_message.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cctype>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kHeaderEnd = "\r\n\r\n";
+
+bool IsLineEnd(char c) {
+  return c == '\r' || c == '\n';
+}
+
+bool IsLetter(char c) {
+  return std::isalpha(static_cast<unsigned char>(c)) != 0;
+}
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+std::string LowerAscii(std::string_view text) {
+  std::string lower(text);
+  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return lower;
+}
+
+// Where the value of `tag` starts in the header: after a tag at the start of
+// a line other than the first (the tag is searched with its CR LF in front).
+// Tags are matched without regard to case ("Message-Id: " and "CC: " are as
+// common as the forms stored), in `lower_header`, the header in lower case.
+std::optional<size_t> FindTag(std::string_view lower_header, std::string_view tag) {
+  const std::string with_line_end = "\r\n" + LowerAscii(tag);
+  const size_t at = lower_header.find(with_line_end);
+  if (at == std::string_view::npos) return std::nullopt;
+  return at + with_line_end.size();
+}
+
+std::string_view RestOfLine(std::string_view header, size_t start) {
+  size_t end = start;
+  while (end < header.size() && !IsLineEnd(header[end])) ++end;
+  return header.substr(start, end - start);
+}
+
+// An address field runs on over continuation lines: a following line whose
+// first word (up to its first blank) does not end in ":" belongs to it and
+// is appended as it stands.
+std::string AddressValue(std::string_view header, size_t start) {
+  std::string value(RestOfLine(header, start));
+  size_t at = start + value.size();
+  while (true) {
+    while (at < header.size() && IsLineEnd(header[at])) ++at;
+    if (at >= header.size()) break;
+    const std::string_view line = RestOfLine(header, at);
+    const std::string_view first_word = line.substr(0, line.find(' '));
+    if (!first_word.empty() && first_word.back() == ':') break;
+    value += line;
+    at += line.size();
+  }
+  return value;
+}
+
+std::string UpperAscii(std::string_view text) {
+  std::string upper(text);
+  for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return upper;
+}
+
+void AppendField(std::string* block, std::string_view name, char marker, std::string_view value) {
+  if (value.empty()) return;
+  *block += fmt::format("{}{} {} ]\r\n", name, marker, value);
+}
+
+}  // namespace
+
+void CEudoraMessage::SetRawText(std::string raw) {
+  raw_ = std::move(raw);
+  ExtractHeaderFields();
+  if (separator_date_ && date_.empty()) DateFromSeparatorLine();
+}
+
+std::string_view CEudoraMessage::Header() const {
+  const std::string_view raw = raw_;
+  return raw.substr(0, raw.find(kHeaderEnd));
+}
+
+std::optional<std::string_view> CEudoraMessage::Body() const {
+  const size_t end = raw_.find(kHeaderEnd);
+  if (end == std::string::npos) return std::nullopt;
+  return std::string_view(raw_).substr(end + kHeaderEnd.size());
+}
+
+void CEudoraMessage::ExtractHeaderFields() {
+  const std::string_view header = Header();
+  const std::string lower = LowerAscii(header);
+  auto address = [&](std::string_view tag) {
+    const std::optional<size_t> at = FindTag(lower, tag);
+    return at ? AddressValue(header, *at) : std::string();
+  };
+  auto single = [&](std::string_view tag) {
+    const std::optional<size_t> at = FindTag(lower, tag);
+    return at ? std::string(RestOfLine(header, *at)) : std::string();
+  };
+  to_ = address("To: ");
+  cc_ = address("Cc: ");
+  bcc_ = address("Bcc: ");
+  if (FindTag(lower, "From: ")) {
+    from_ = address("From: ");
+  } else if (lower.compare(0, 6, "from: ") == 0) {
+    from_ = AddressValue(header, 6);
+  } else {
+    from_.clear();
+  }
+  date_ = single("Date: ");
+  subject_ = single("Subject: ");
+  message_id_ = single("Message-ID: ");
+  in_reply_to_ = single("In-Reply-To: ");
+}
+
+void CEudoraMessage::DateFromSeparatorLine() {
+  // "From ???@??? Tue Jun 01 12:00:00 2004": the five words after the
+  // address, each cut to the room the date has for it.
+  std::vector<std::string_view> words;
+  std::string_view rest = separator_line_;
+  while (!rest.empty()) {
+    const size_t start = rest.find_first_not_of(' ');
+    if (start == std::string_view::npos) break;
+    rest.remove_prefix(start);
+    const size_t end = std::min(rest.find(' '), rest.size());
+    words.push_back(rest.substr(0, end));
+    rest.remove_prefix(end);
+  }
+  if (words.size() < 7) return;  // not a separator line with a date
+  constexpr std::array<size_t, 5> kRoom = {3, 3, 2, 8, 4};
+  std::array<std::string_view, 5> part;
+  for (size_t i = 0; i < part.size(); ++i) part[i] = words[i + 2].substr(0, kRoom[i]);
+  const auto& [weekday, month, day, time, year] = part;
+  date_ = fmt::format("{}, {} {} {} {}", weekday, day, month, year, time);
+}
+
+std::optional<CEudoraMessage::MessageDate> CEudoraMessage::ParseMessageDate(std::string_view date) {
+  static constexpr std::array<std::string_view, 12> kMonths = {
+      "JAN", "FEB", "MAR", "APR", "MAY", "JUN", "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
+  size_t at = 0;
+  auto read_number = [&](size_t most) {
+    int value = 0;
+    for (size_t n = 0; n < most && at < date.size() && IsDigit(date[at]); ++n, ++at) {
+      value = value * 10 + (date[at] - '0');
+    }
+    return value;
+  };
+  while (at < date.size() && !IsDigit(date[at])) ++at;
+  if (at == date.size()) return std::nullopt;
+  MessageDate day;
+  day.day = read_number(2);
+  while (at < date.size() && !IsLetter(date[at])) ++at;
+  const size_t month_start = at;
+  while (at < date.size() && at - month_start < 3 && IsLetter(date[at])) ++at;
+  const std::string month = UpperAscii(date.substr(month_start, at - month_start));
+  for (size_t i = 0; i < kMonths.size(); ++i) {
+    if (month == kMonths[i]) day.month = static_cast<int>(i) + 1;
+  }
+  while (at < date.size() && !IsDigit(date[at])) ++at;
+  if (day.month == 0 || at == date.size()) return std::nullopt;
+  day.year = read_number(4);
+  // Two steps, as dates have always been read: 00-09 are this century,
+  // then anything below 103 (two-digit years and years counted from 1900)
+  // is the last.
+  if (day.year < 10) day.year += 2000;
+  if (day.year < 103) day.year += 1900;
+  return day;
+}
+
+std::string CEudoraMessage::StandardHeaderBlock() const {
+  std::string block;
+  AppendField(&block, "To", marker_, to_);
+  AppendField(&block, "Cc", marker_, cc_);
+  AppendField(&block, "Bcc", marker_, bcc_);
+  AppendField(&block, "From", marker_, from_);
+  AppendField(&block, "Date", marker_, date_);
+  AppendField(&block, "DateSent", marker_, date_sent_);
+  AppendField(&block, "Subject", marker_, subject_);
+  AppendField(&block, "Message_Id", marker_, message_id_);
+  AppendField(&block, "In_Reply_To", marker_, in_reply_to_);
+  AppendField(&block, "MailBox", marker_, mailbox_);
+  return block;
+}
+
+std::string CEudoraMessage::FullHeaderBlock() const {
+  // The header with its terminating empty line, which the rewriting removes.
+  const size_t end = raw_.find(kHeaderEnd);
+  const std::string_view raw_header =
+      end == std::string::npos ? std::string_view(raw_)
+                               : std::string_view(raw_).substr(0, end + kHeaderEnd.size());
+  std::string text;
+  text.reserve(raw_header.size() + 64);
+  if (date_sent_prefix_) text += "DateSent[ ";  // "[" whatever the marker
+  for (const char c : raw_header) {
+    if (c != '[' && c != ']') text += c;
+  }
+  // A colon right after a letter opens a field when the walk back to the
+  // start of its line meets a CR before any blank; the field before it is
+  // closed with "]" just before that CR.  Text is inserted only behind the
+  // scan, so the scan goes from the end towards the start.
+  for (size_t colon = text.size(); colon-- > 1;) {
+    if (text[colon] != ':' || !IsLetter(text[colon - 1])) continue;
+    size_t back = colon;
+    bool at_line_start = false;
+    bool blank = false;
+    while (back > 0) {
+      --back;
+      if (text[back] == '\r') {
+        at_line_start = true;
+        break;
+      }
+      if (text[back] == ' ') {
+        blank = true;
+        break;
+      }
+    }
+    if (blank) continue;
+    text[colon] = marker_;
+    if (at_line_start) text.insert(back, 1, ']');
+  }
+  for (size_t at = text.find(kHeaderEnd); at != std::string::npos; at = text.find(kHeaderEnd, at)) {
+    text.erase(at, kHeaderEnd.size());
+  }
+  text += " ]\r\n";
+  AppendField(&text, "MailBox", marker_, mailbox_);
+  return text;
+}
+
+std::string CEudoraMessage::MessageField(std::string_view text) const {
+  const bool html = text.find("<x-html") != std::string_view::npos ||
+                    text.find("<html") != std::string_view::npos;
+  std::string field = fmt::format("Message{} ", marker_);
+  field += html ? "<BR><BR>" : "\r\n\r\n";
+  field += text;
+  field += " ]";
+  return field;
+}
+
+std::string CEudoraMessage::DocumentText() const {
+  std::string text = full_header_ ? FullHeaderBlock() : StandardHeaderBlock();
+  if (const std::optional<std::string_view> body = Body()) text += MessageField(*body);
+  return text;
+}
+
+namespace {
+
+constexpr size_t kLongestAttachmentName = 1024;
+
+std::string CutName(std::string_view name) {
+  const size_t first = name.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  const size_t last = name.find_last_not_of(" \t");
+  return std::string(name.substr(first, std::min(last - first + 1, kLongestAttachmentName)));
+}
+
+}  // namespace
+
+void CEudoraMessage::AppendHeaderNames(std::string_view tag,
+                                       std::vector<std::string>* names) const {
+  const std::string_view header = Header();
+  const std::optional<size_t> at = FindTag(LowerAscii(header), tag);
+  if (!at) return;
+  std::string_view rest = RestOfLine(header, *at);
+  while (!rest.empty()) {
+    const size_t comma = std::min(rest.find(','), rest.size());
+    std::string name = CutName(rest.substr(0, comma));
+    if (!name.empty()) names->push_back(std::move(name));
+    rest.remove_prefix(std::min(comma + 1, rest.size()));
+  }
+}
+
+std::vector<std::string> CEudoraMessage::AttachmentNames() const {
+  std::vector<std::string> names;
+  AppendHeaderNames("X-Attachments: ", &names);
+  constexpr std::string_view kConverted = "Attachment Converted: \"";
+  for (size_t at = raw_.find(kConverted); at != std::string::npos; at = raw_.find(kConverted, at)) {
+    at += kConverted.size();
+    const size_t quote = raw_.find('"', at);
+    const size_t end = quote == std::string::npos ? raw_.size() : quote;
+    std::string name = CutName(std::string_view(raw_).substr(at, end - at));
+    if (!name.empty()) names.push_back(std::move(name));
+    at = end;
+  }
+  return names;
+}
+
+std::vector<std::string> CStdMessage::AttachmentNames() const {
+  std::vector<std::string> names;
+  AppendHeaderNames("X-Attachments: ", &names);
+  AppendHeaderNames("X-Poco-Attachment: ", &names);
+  return names;
+}
+
+std::string CEudoraMessage::PlainTextAsHtml(std::string_view text) {
+  std::string html = "<html>";
+  html.reserve(text.size() + text.size() / 8 + 8);
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '<') {
+      html += "&lt;";
+    } else if (c == '>') {
+      html += "&gt;";
+    } else if (c == '\t') {
+      html += ' ';
+    } else if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+      html += "<br>";
+      ++i;
+    } else {
+      html += c;
+    }
+  }
+  return html;
+}

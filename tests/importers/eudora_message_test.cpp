@@ -1,0 +1,130 @@
+// The mailbox message composer: which header lines are found and how far
+// their values run, the two header blocks, the Message field's separator,
+// the dates read from Date lines and separator lines, and the field marker.
+#include "importers/mail/eudora_message.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+CEudoraMessage Message(std::string raw, char marker = '[') {
+  CEudoraMessage message;
+  message.SetFieldMarker(marker);
+  message.SetRawText(std::move(raw));
+  return message;
+}
+
+TEST(EudoraMessage, OnlyTheHeadersPresentAreWrittenInTheFixedOrder) {
+  const CEudoraMessage message = Message("From: Ann\r\nSubject: Hello\r\n\r\nHi there\r\n");
+  EXPECT_EQ(message.DocumentText(),
+            "From[ Ann ]\r\nSubject[ Hello ]\r\nMessage[ \r\n\r\nHi there\r\n ]");
+
+  CEudoraMessage all = Message(
+      "Received: x\r\nSubject: S\r\nIn-Reply-To: <r@x>\r\nMessage-ID: <m@x>\r\nDate: D\r\n"
+      "From: F\r\nBcc: B\r\nCc: C\r\nTo: T\r\n\r\nbody");
+  all.SetMailBox("Inbox");
+  all.SetDateSent("DS");
+  EXPECT_EQ(all.StandardHeaderBlock(),
+            "To[ T ]\r\nCc[ C ]\r\nBcc[ B ]\r\nFrom[ F ]\r\nDate[ D ]\r\nDateSent[ DS ]\r\n"
+            "Subject[ S ]\r\nMessage_Id[ <m@x> ]\r\nIn_Reply_To[ <r@x> ]\r\nMailBox[ Inbox ]\r\n");
+}
+
+TEST(EudoraMessage, TagsMatchOnlyAtALineStartAndInAnyCase) {
+  // Tags are found with the line end before them: on the first line only
+  // From is looked for.
+  EXPECT_EQ(Message("Subject: first line\r\n\r\n").Subject(), "");
+  const CEudoraMessage message =
+      Message("X-Note: To: nobody\r\nCC: c@x\r\nMessage-Id: <id>\r\nSubject: a Date: b\r\n\r\n");
+  EXPECT_EQ(message.To(), "");
+  EXPECT_EQ(message.Date(), "");
+  EXPECT_EQ(message.Cc(), "c@x");
+  EXPECT_EQ(message.MessageId(), "<id>");
+  EXPECT_EQ(message.Subject(), "a Date: b");
+  // A header may only start with From on its first line.
+  EXPECT_EQ(Message("From: first\r\nTo: t\r\n\r\n").From(), "first");
+  EXPECT_EQ(Message("To: t\r\nFrom: second\r\n\r\n").From(), "second");
+}
+
+TEST(EudoraMessage, AddressesRunOverContinuationLinesJoinedAsTheyStand) {
+  const CEudoraMessage message = Message(
+      "Received: r\r\nTo: a@x,\r\n b@x,\r\n\tc@x\r\nSubject: s\r\n  not joined\r\n\r\nbody");
+  EXPECT_EQ(message.To(), "a@x, b@x,\tc@x");
+  EXPECT_EQ(message.Subject(), "s") << "single-line fields stop at their line end";
+  // A line whose first word ends in a colon is the next header, even one
+  // that is not known; the header ends the last value.
+  EXPECT_EQ(Message("Received: r\r\nTo: a\r\nX-Any: b\r\n\r\n").To(), "a");
+  EXPECT_EQ(Message("Subject: s\r\nTo: a\r\n b").To(), "a b");
+}
+
+TEST(EudoraMessage, FullHeaderTurnsHeaderLinesIntoFields) {
+  CEudoraMessage message = Message("Date: Tue, 1 Jun 2004\r\nFrom: Ann\r\n\r\nbody");
+  message.SetMailBox("Inbox");
+  EXPECT_EQ(message.FullHeaderBlock(),
+            "Date[ Tue, 1 Jun 2004]\r\nFrom[ Ann ]\r\nMailBox[ Inbox ]\r\n");
+
+  // Brackets go; colons after a digit or behind a blank stay; folded lines
+  // are left alone; only the first colon of a line is converted.
+  CEudoraMessage rich =
+      Message("Subject: [list] Re: x\r\nReceived: by h; 12:00:01\r\n\tid 5: y\r\n\r\nbody", '#');
+  rich.SetFullHeader(true);
+  EXPECT_EQ(rich.DocumentText(),
+            "Subject# list Re: x]\r\nReceived# by h; 12:00:01\r\n\tid 5: y ]\r\n"
+            "Message# \r\n\r\nbody ]");
+
+  CEudoraMessage prefixed = Message("Date: d\r\nFrom: f\r\n\r\n");
+  prefixed.SetDateSentPrefix(true);
+  EXPECT_EQ(prefixed.FullHeaderBlock(), "DateSent[ Date: d]\r\nFrom[ f ]\r\n");
+}
+
+TEST(EudoraMessage, MessageFieldSeparatorFollowsHtmlAnywhereInTheBody) {
+  const CEudoraMessage message = Message("Subject: s\r\n\r\n", '#');
+  EXPECT_EQ(message.MessageField("plain"), "Message# \r\n\r\nplain ]");
+  EXPECT_EQ(message.MessageField("text then <html><body>x"),
+            "Message# <BR><BR>text then <html><body>x ]");
+  EXPECT_EQ(message.MessageField("<x-html>y"), "Message# <BR><BR><x-html>y ]");
+  EXPECT_EQ(Message("Received: r\r\nSubject: no body\r\n").DocumentText(),
+            "Subject[ no body ]\r\n");
+  EXPECT_EQ(CEudoraMessage::PlainTextAsHtml("a<b>\tc\r\nd"), "<html>a&lt;b&gt; c<br>d");
+}
+
+TEST(EudoraMessage, MessageDayReadsDayMonthAndTheTwoStepYear) {
+  using Day = CEudoraMessage::MessageDate;
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("Tue, 01 Jun 2004 12:00:00 +0000"), (Day{2004, 6, 1}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("5 dec 09"), (Day{2009, 12, 5}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("5 Dec 99"), (Day{1999, 12, 5}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("5 Dec 50"), (Day{1950, 12, 5}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("5 Dec 102"), (Day{2002, 12, 5}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("5 Dec 103"), (Day{103, 12, 5}));
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("Mon, 5 Foo 2004"), std::nullopt);
+  EXPECT_EQ(CEudoraMessage::ParseMessageDate("no date"), std::nullopt);
+  EXPECT_EQ(Message("Received: r\r\nDate: 7 Mar 2001\r\n\r\n").MessageDay(), (Day{2001, 3, 7}));
+}
+
+TEST(EudoraMessage, SeparatorLineGivesTheDateOnlyWhenAskedAndMissing) {
+  CEudoraMessage message;
+  message.SetSeparatorDate(true);
+  message.SetSeparatorLine("From ???@??? Tue Jun 01 12:00:00 2004");
+  message.SetRawText("Subject: s\r\n\r\nbody");
+  EXPECT_EQ(message.Date(), "Tue, 01 Jun 2004 12:00:00");
+  EXPECT_NE(message.StandardHeaderBlock().find("Date[ Tue, 01 Jun 2004 12:00:00 ]\r\n"),
+            std::string::npos);
+
+  message.SetRawText("Received: r\r\nDate: own\r\n\r\n");
+  EXPECT_EQ(message.Date(), "own");
+  // Overlong words of a malformed line are cut to their room.
+  message.SetSeparatorLine("From a@b Tuesday June 011 12:00:00:99 20045");
+  message.SetRawText("Subject: s\r\n\r\n");
+  EXPECT_EQ(message.Date(), "Tue, 01 Jun 2004 12:00:00");
+  message.SetSeparatorLine("From a@b");
+  message.SetRawText("Subject: s\r\n\r\n");
+  EXPECT_EQ(message.Date(), "");
+
+  CEudoraMessage not_asked;
+  not_asked.SetSeparatorLine("From ???@??? Tue Jun 01 12:00:00 2004");
+  not_asked.SetRawText("Subject: s\r\n\r\n");
+  EXPECT_EQ(not_asked.Date(), "");
+}
+
+}  // namespace

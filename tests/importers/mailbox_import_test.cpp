@@ -1,0 +1,169 @@
+// The mailbox importers (file types 1005 and 1060): where messages begin in
+// each separator mode, recognition by the first bytes, and whole mailboxes
+// imported through the exported interface: one document per message, the
+// separator date, the full header, saved attachment files and the log line
+// for a missing one, and the real mailboxes of the corpus.
+#include "importers/mail/mailbox_import.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "api/write_file.h"
+#include "import_fixture.h"
+
+namespace {
+
+using Docs = std::vector<std::string>;
+
+constexpr int32_t kEudora = 1005;
+constexpr int32_t kStandard = 1060;
+
+std::vector<std::string> RawTexts(const std::string& text, MailboxReader::Mode mode) {
+  MailboxReader reader(text, mode);
+  std::vector<std::string> raws;
+  while (auto message = reader.Next()) raws.emplace_back(message->raw_text);
+  EXPECT_DOUBLE_EQ(reader.Progress(), 1.0);
+  return raws;
+}
+
+TEST(MailboxReader, StandardMessagesBeginAtALineStartingWithFrom) {
+  const std::string mailbox =
+      "From a@x Tue Jun 01 12:00:00 2004\r\nSubject: one\r\n\r\nsee From here\r\n"
+      "From b@x Wed Jun 02 12:00:00 2004\r\nSubject: two\r\n\r\nlast";
+  EXPECT_EQ(RawTexts(mailbox, MailboxReader::Mode::kStandard),
+            (Docs{" Tue Jun 01 12:00:00 2004\r\nSubject: one\r\n\r\nsee From here\r\n",
+                  " Wed Jun 02 12:00:00 2004\r\nSubject: two\r\n\r\nlast"}));
+  // Eudora only splits at its own separator, wherever it stands.
+  EXPECT_EQ(RawTexts(mailbox, MailboxReader::Mode::kEudora).size(), 1u);
+  EXPECT_EQ(RawTexts("From ???@??? d1\r\nFrom x\r\nb1\r\nFrom ???@??? d2\r\nb2",
+                     MailboxReader::Mode::kEudora),
+            (Docs{" d1\r\nFrom x\r\nb1\r\n", " d2\r\nb2"}));
+}
+
+TEST(MailboxReader, LineEndsBecomeCrLfAndLeadingJunkIsSkipped) {
+  EXPECT_EQ(
+      RawTexts("\nFrom a d\nS: 1\n\nx\nFrom b d\rS: 2\r\ry\r", MailboxReader::Mode::kStandard),
+      (Docs{" d\r\nS: 1\r\n\r\nx\r\n", " d\r\nS: 2\r\n\r\ny\r\n"}));
+  // A separator line with only an address keeps the next line whole.
+  EXPECT_EQ(RawTexts("From 123@xxx\r\nSubject: s\r\n\r\nb", MailboxReader::Mode::kStandard),
+            (Docs{"\r\nSubject: s\r\n\r\nb"}));
+  EXPECT_TRUE(RawTexts("no separator at all", MailboxReader::Mode::kStandard).empty());
+  EXPECT_TRUE(RawTexts("", MailboxReader::Mode::kEudora).empty());
+}
+
+TEST(MailboxRecognition, EachTypeKnowsItsFirstBytes) {
+  TempDir dir;
+  CIMPEudoraImport eudora;
+  CIMPEmailImport standard;
+  const std::string eudora_file = WriteFile(dir, "in.mbx", "From ???@??? Tue\r\n");
+  const std::string standard_file = WriteFile(dir, "std.mbx", "From a@b Tue\r\n");
+  const std::string leading_line_end = WriteFile(dir, "crlf.mbx", "\r\nFrom a@b\r\n");
+  const std::string text = WriteFile(dir, "text.mbx", "Subject: x\r\n");
+  EXPECT_EQ(eudora.CheckFile(eudora_file), 1);
+  EXPECT_EQ(eudora.CheckFile(standard_file), 0);
+  EXPECT_EQ(standard.CheckFile(eudora_file), 1);
+  EXPECT_EQ(standard.CheckFile(standard_file), 1);
+  EXPECT_EQ(standard.CheckFile(leading_line_end), 1);
+  EXPECT_EQ(standard.CheckFile(text), 0);
+  EXPECT_EQ(standard.CheckFile(dir.file("absent.mbx")), 0);
+}
+
+class MailboxImport : public ImportFixture {
+ protected:
+  QueuedFile Mailbox(const std::string& name, const std::string& content, int32_t type) {
+    return {WriteFile(dir_, name, content), type};
+  }
+};
+
+TEST_F(MailboxImport, EachMessageBecomesADocumentOfItsFields) {
+  const ImportOutcome outcome = Import({Mailbox(
+      "In.mbx",
+      "From ???@??? Tue Jun 01 12:00:00 2004\r\nFrom: Ann\r\nSubject: Hello\r\n\r\nHi\r\n"
+      "From ???@??? Wed Jun 02 08:30:00 2004\r\nDate: 3 Jun 2004\r\nSubject: Two\r\n\r\nBye\r\n",
+      kEudora)});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 2u);
+  EXPECT_EQ(Documents(),
+            (Docs{"From[ Ann ]\r\nDate[ Tue, 01 Jun 2004 12:00:00 ]\r\nSubject[ Hello ]\r\n"
+                  "MailBox[ In ]\r\nMessage[ \r\n\r\nHi\r\n ]",
+                  "Date[ 3 Jun 2004 ]\r\nSubject[ Two ]\r\nMailBox[ In ]\r\n"
+                  "Message[ \r\n\r\nBye\r\n ]"}));
+}
+
+TEST_F(MailboxImport, FullHeaderRewritesTheHeaderAndMissingHeadersFallBack) {
+  QueuedFile file = Mailbox("box.mbox",
+                            "From a@x Tue Jun 01 12:00:00 2004\nSubject: s\n\nbody\n"
+                            "From b@x Tue Jun 01 12:00:00 2004\nno header end",
+                            kStandard);
+  file.full_header = 1;
+  const ImportOutcome outcome = Import({file});
+  EXPECT_EQ(outcome.documents_added, 2u);
+  // The rest of the separator line is the first header line.
+  EXPECT_EQ(Documents(), (Docs{" Tue Jun 01 12:00:00 2004]\r\nSubject[ s ]\r\nMailBox[ box ]\r\n"
+                               "Message[ \r\n\r\nbody\r\n ]",
+                               "MailBox[ box ]\r\n"}));
+  EXPECT_NE(outcome.log.find("An error occurred while accessing the message header.  A normal "
+                             "import was done\r\n"),
+            std::string::npos);
+}
+
+TEST_F(MailboxImport, NamedAttachmentFilesAreSavedAndMissingOnesLogged) {
+  const std::string report = WriteFile(dir_, "files/report.txt", "report bytes");
+  const std::string missing = dir_.file("files/gone.pdf");
+  QueuedFile file = Mailbox("std.mbx",
+                            "From a@x d\r\nX-Attachments: " + report + ", " + missing +
+                                "\r\nSubject: Files\r\n\r\nsee attached\r\n",
+                            kStandard);
+  file.save_attachments = 1;
+  const ImportOutcome outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.log,
+            "Could not open attachment file \"" + missing + "\" for message \"Files\"\r\n");
+
+  const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  const uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS);
+  ASSERT_EQ(EngGetAttachmentCount(db, id), 1u);
+  char name[256] = {};
+  uint32_t kind = 0;
+  uint64_t size = 0;
+  ASSERT_EQ(EngGetAttachmentInfo(db, id, 0, name, sizeof name, &kind, &size), 1);
+  EXPECT_STREQ(name, "report.txt");
+  std::string content(size, '\0');
+  EXPECT_EQ(EngReadAttachment(db, id, 0, content.data(), size), 1);
+  EXPECT_EQ(content, "report bytes");
+  EngCloseDatabase(db);
+
+  // Without the option nothing is read or attached.
+  file.save_attachments = 0;
+  EXPECT_EQ(Import({file}).log, "");
+}
+
+TEST_F(MailboxImport, CorpusMailboxesGiveOneDocumentPerMessage) {
+  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus";
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
+  struct Case {
+    const char* file;
+    int32_t type;
+    uint32_t messages;
+  };
+  for (const Case& c : {Case{"eudora/In-win-eudora71.mbx", kEudora, 5},
+                        Case{"mbox/mailarc-1-dos.mbox", kStandard, 16},
+                        Case{"mbox/eudora2unix-test1.mbox", kStandard, 5},
+                        Case{"mbox/mailarc-3.mbox", kStandard, 17},
+                        Case{"mbox/malformed-pipermail.mbox", kStandard, 54},
+                        Case{"mbox/netscape-content-length.mbox", kStandard, 29}}) {
+    const std::string path = (corpus / c.file).string();
+    if (!std::filesystem::exists(path)) continue;
+    const ImportOutcome outcome = Import({QueuedFile(path, c.type)});
+    EXPECT_EQ(outcome.result, 1u) << c.file;
+    EXPECT_EQ(outcome.documents_added, c.messages) << c.file;
+  }
+  const Docs documents = Documents();
+  ASSERT_FALSE(documents.empty());
+  EXPECT_EQ(documents.front().rfind("To[ ", 0), 0u) << documents.front().substr(0, 80);
+}
+
+}  // namespace
