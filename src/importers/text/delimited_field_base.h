@@ -1,5 +1,5 @@
 // CDelimitedFieldBase: the run frame that the importers of delimited,
-// fixed-width and DOS export text share.  For one source file it
+// fixed-width and DOS export text, and of mailboxes, share.  For one source file it
 //  - stops at once when the import was aborted before the file began;
 //  - asks the engine to take additions and learns the database's field
 //    marker (EngBeginAdd), then looks up the import's entry form, if any;
