@@ -10,8 +10,25 @@ constexpr std::string_view kStandardSeparator = "\r\nFrom ";
 
 }  // namespace
 
+namespace {
+
+// Whether every line end is already CR LF, so the text can be kept as read.
+bool AllCrLf(std::string_view text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r') {
+      if (i + 1 == text.size() || text[i + 1] != '\n') return false;
+      ++i;
+    } else if (text[i] == '\n') {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 MailboxReader::MailboxReader(std::string text, Mode mode)
-    : text_(WithCrLfLineEnds(text)), mode_(mode) {}
+    : text_(AllCrLf(text) ? std::move(text) : WithCrLfLineEnds(text)), mode_(mode) {}
 
 std::string MailboxReader::WithCrLfLineEnds(std::string_view text) {
   std::string out;
