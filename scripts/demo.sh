@@ -21,6 +21,9 @@ if [ -d "$corpus" ]; then
   set -x
   # Web pages and rich-text files written by other software, one document each.
   "$ksimp" import "$db" "$corpus"/html/*.html "$corpus"/rtf/*.rtf
+  # A mailing-list mailbox, one document per message with its header fields.
+  mailbox=$corpus/mbox/mailarc-1-dos.mbox
+  if [ -f "$mailbox" ]; then "$ksimp" import "$db" "$mailbox" --type mbx; fi
   { set +x; } 2>/dev/null
 fi
 set -x
