@@ -157,3 +157,34 @@ int CDelimitedFieldBase::ReadFailed() {
   Log(Source().ErrorText());
   return 0;
 }
+
+void CDelimitedFieldBase::PrepareRow(std::span<const std::string> values,
+                                     const std::optional<ks::text::FieldLineComposer>& composer,
+                                     ks::text::PreparedRecord* out) {
+  values = FromSource(values, &converted_);
+  if (composer) {
+    composer->Compose(values, &out->text);
+  } else {
+    out->values.assign(values.begin(), values.end());
+  }
+}
+
+bool CDelimitedFieldBase::StoreEntry(ks::text::EntryFormRows& entries,
+                                     std::span<const std::string> names,
+                                     const ks::text::PreparedRecord& record, bool counted) {
+  switch (entries.Add(names, record.values)) {
+    case ks::text::EntryFormRows::Outcome::kAdded:
+      if (counted) Session().AddDocumentsAdded(ImportHandle(), 1);
+      SetProgress(record.position);
+      return true;
+    case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
+      Fail(error_code::kCannotOpenEntryForm);
+      if (LogsMissingEntryForm()) Log(MessageText(error_code::kCannotOpenEntryForm));
+      return false;
+    case ks::text::EntryFormRows::Outcome::kNoPlace:
+    case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+      Fail(error_code::kCannotSaveDocument);
+      return false;
+  }
+  return false;
+}

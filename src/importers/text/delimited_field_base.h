@@ -23,6 +23,8 @@
 #include "core/document_writer.h"
 #include "core/import_base.h"
 #include "core/oem_converter.h"
+#include "importers/text/entry_form_rows.h"
+#include "importers/text/field_line_composer.h"
 #include "importers/text/record_pipeline.h"
 
 class CDelimitedFieldBase : public CIMPImportBase {
@@ -103,7 +105,20 @@ class CDelimitedFieldBase : public CIMPImportBase {
   // Records and logs a failed read of the source; returns 0.
   int ReadFailed();
 
+  // On the reading thread: a row's values, converted from the source, made
+  // ready to store: the document composed from them when there is a
+  // composer, else the values themselves (for an entry).
+  void PrepareRow(std::span<const std::string> values,
+                  const std::optional<ks::text::FieldLineComposer>& composer,
+                  ks::text::PreparedRecord* out);
+  // On the importing thread: a prepared row stored as an entry of the
+  // import's form, with the columns `names`.  `counted` adds the entry to the
+  // documents added.  False when the import must stop (the error recorded).
+  bool StoreEntry(ks::text::EntryFormRows& entries, std::span<const std::string> names,
+                  const ks::text::PreparedRecord& record, bool counted);
+
  private:
+  std::vector<std::string> converted_;  // a DOS (OEM) row's values, converted
   uint32_t database_ = 0;
   char marker_ = '[';
   uint64_t progress_base_ = 0;  // what the files before this one brought the counter to

@@ -5,8 +5,6 @@
 #include <optional>
 
 #include "api/error_codes.h"
-#include "api/ks_imp_app.h"
-#include "api/message_texts.h"
 #include "importers/text/column_header_source.h"
 #include "importers/text/entry_form_rows.h"
 #include "importers/text/field_line_composer.h"
@@ -58,12 +56,7 @@ int CDelimitedImport::ImportSource() {
       return;
     }
     fields_.Split(record);
-    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
-    if (composer) {
-      composer->Compose(values, &out->text);
-    } else {
-      out->values.assign(values.begin(), values.end());
-    }
+    PrepareRow(fields_.Values(), composer, out);
   };
   int64_t line = 1;
   return ReadRecords(qualifier, prepare, [&](const ks::text::PreparedRecord& record) {
@@ -73,20 +66,6 @@ int CDelimitedImport::ImportSource() {
     }
     ++line;
     if (!entries) return SaveDocument(record.text, record.position);
-    switch (entries->Add(header.Names(), record.values)) {
-      case ks::text::EntryFormRows::Outcome::kAdded:
-        CKS_ImpApp::Instance().Session().AddDocumentsAdded(ImportHandle(), 1);
-        SetProgress(record.position);
-        return true;
-      case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
-        Fail(error_code::kCannotOpenEntryForm);
-        Log(MessageText(error_code::kCannotOpenEntryForm));
-        return false;
-      case ks::text::EntryFormRows::Outcome::kNoPlace:
-      case ks::text::EntryFormRows::Outcome::kFieldsRefused:
-        Fail(error_code::kCannotSaveDocument);
-        return false;
-    }
-    return false;
+    return StoreEntry(*entries, header.Names(), record, true);
   });
 }

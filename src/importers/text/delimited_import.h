@@ -34,6 +34,5 @@ class CDelimitedImport : public CDelimitedFieldBase {
 
  private:
   CDelimitedFields fields_;
-  std::vector<std::string> converted_;  // the values of a DOS (OEM) row, converted
   std::string scratch_;
 };

@@ -54,12 +54,7 @@ int CIMPFixedImport::ImportSource() {
     }
     if (!valid) return;
     fields_.CutFixedWidth(text);
-    const std::span<const std::string> values = FromSource(fields_.Values(), &converted_);
-    if (composer) {
-      composer->Compose(values, &out->text);
-    } else {
-      out->values.assign(values.begin(), values.end());
-    }
+    PrepareRow(fields_.Values(), composer, out);
   };
   int64_t line = 1;
   return ReadRecords('\0', prepare, [&](const ks::text::PreparedRecord& record) {
@@ -78,18 +73,7 @@ int CIMPFixedImport::ImportSource() {
       return SaveDocument(record.text, record.position);
     }
     if (!entries) return SaveDocument(record.text, record.position);
-    switch (entries->Add(header.Names(), record.values)) {
-      case ks::text::EntryFormRows::Outcome::kAdded:
-        SetProgress(record.position);
-        return true;
-      case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
-        Fail(error_code::kCannotOpenEntryForm);
-        return false;
-      case ks::text::EntryFormRows::Outcome::kNoPlace:
-      case ks::text::EntryFormRows::Outcome::kFieldsRefused:
-        Fail(error_code::kCannotSaveDocument);
-        return false;
-    }
-    return false;
+    // Entries of a fixed-width file have never counted as documents added.
+    return StoreEntry(*entries, header.Names(), record, false);
   });
 }

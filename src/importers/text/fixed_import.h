@@ -41,6 +41,5 @@ class CIMPFixedImport : public CDelimitedFieldBase {
 
  private:
   CDelimitedFields fields_;
-  std::vector<std::string> converted_;  // the values of a DOS (OEM) line, converted
   std::string scratch_;
 };
