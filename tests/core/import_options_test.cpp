@@ -106,12 +106,6 @@ TEST(ImportOptionsForcedToMask, OfferedOptionsKeepTheirValues) {
   EXPECT_EQ(OptionsWithEverySet().ForcedToMask(kEverything), OptionsWithEverySet());
 }
 
-TEST(ImportOptionsForcedToMask, NoOfferedOptionLeavesOnlyDefaults) {
-  ImportOptions expected;
-  expected.delete_after_import = true;  // not an option of the mask
-  EXPECT_EQ(OptionsWithEverySet().ForcedToMask(0), expected);
-}
-
 TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnOption) {
   const ImportOptions defaults;
   const ImportOptions all = OptionsWithEverySet();
@@ -182,13 +176,6 @@ TEST(ImportOptionsForcedToMask, DefaultsAreThoseUsersAreTold) {
   EXPECT_EQ(o.filter_name, "");
 }
 
-TEST(ImportOptionsForcedToMask, TypeWithoutOriginAlwaysImportsAsAnsi) {
-  ImportOptions oem;
-  oem.file_origin_ansi = false;
-  EXPECT_TRUE(oem.ForcedToMask(kKestroFileMask).file_origin_ansi);
-  EXPECT_FALSE(oem.ForcedToMask(kPlainTextMask).file_origin_ansi);
-}
-
 TEST(ImportOptionsForcedToMask, TypeWithoutLocationImportsAtTheEndWhateverTheCode) {
   const uint32_t no_location = kEverything & ~static_cast<uint32_t>(ImportOption::kImportLocation);
   for (const int32_t code : {0, -3, 2, 3, 4, 6}) {
@@ -196,30 +183,6 @@ TEST(ImportOptionsForcedToMask, TypeWithoutLocationImportsAtTheEndWhateverTheCod
     o.import_location = code;
     EXPECT_EQ(o.ForcedToMask(no_location).import_location, 1) << "code " << code;
   }
-}
-
-TEST(ImportOptionsForcedToMask, OfferedLocationIsKeptAsGiven) {
-  ImportOptions o;
-  o.import_location = 6;
-  EXPECT_EQ(o.ForcedToMask(kKestroFileMask).import_location, 6);
-}
-
-TEST(ImportOptionsForcedToMask, NothingFromAnEarlierSourceSurvivesATypeChange) {
-  // The dialog keeps one set of options while the user moves from a plain
-  // text source, where a delimiter and a filter were chosen, to a Kestro
-  // file and then to a mailbox.
-  ImportOptions dialog = OptionsWithEverySet().ForcedToMask(kPlainTextMask);
-  dialog = dialog.ForcedToMask(kKestroFileMask);
-  dialog = dialog.ForcedToMask(kMailboxMask);
-  EXPECT_EQ(dialog.delimiter_flags, 0);
-  EXPECT_EQ(dialog.delimiter_lines, 0);
-  EXPECT_EQ(dialog.delimiter_string, "");
-  EXPECT_TRUE(dialog.file_origin_ansi);
-  EXPECT_FALSE(dialog.use_entry_form);
-  EXPECT_FALSE(dialog.save_attachments);
-  EXPECT_FALSE(dialog.full_header);
-  EXPECT_EQ(dialog.message_date_from, "");
-  EXPECT_EQ(dialog.filter_name, "");
 }
 
 }  // namespace
