@@ -9,9 +9,6 @@
 namespace ks::core {
 namespace {
 
-constexpr uint32_t kPlainTextMask = 1151;
-constexpr uint32_t kKestroFileMask = 114;
-constexpr uint32_t kMailboxMask = 1915;
 constexpr uint32_t kEverything = 4095;
 
 // A queue record whose every option differs from its default.
