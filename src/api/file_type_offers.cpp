@@ -34,16 +34,15 @@ void RememberLastUsedFileType(uint32_t database, int32_t file_type) {
   char path[4096] = {};
   if (!EngGetDatabaseName(database, path, sizeof path)) return;
   try {
-    ks::core::ConfigStore store = ks::core::ConfigStore::Load();
-    const auto installed =
-        ks::core::FindInstalledHelpers(store.values(), ks::core::OdbcConfigFolder());
-    for (const auto& filter : ks::core::DefaultImportFilters(installed)) {
-      if (filter.file_type != file_type) continue;
-      if (ks::core::LastUsedFilter(store.values(), path) == filter.name) return;
-      ks::core::RememberLastUsedFilter(store.values(), path, filter.name);
-      store.Save();
-      return;
-    }
+    ks::core::ConfigStore::Update([&](ks::core::ProfileFile& configuration) {
+      const auto installed =
+          ks::core::FindInstalledHelpers(configuration, ks::core::OdbcConfigFolder());
+      for (const auto& filter : ks::core::DefaultImportFilters(installed)) {
+        if (filter.file_type != file_type) continue;
+        ks::core::RememberLastUsedFilter(configuration, path, filter.name);
+        return;
+      }
+    });
   } catch (const ks::core::ConfigError&) {
     // Reported where the configuration is read for the import itself.
   }

@@ -1,6 +1,7 @@
 #include "core/config_store.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -54,18 +55,53 @@ ConfigStore ConfigStore::Load(const fs::path& path) {
   return store;
 }
 
-void ConfigStore::Save() const {
+namespace {
+
+void CreateFolderOf(const fs::path& path) {
   std::error_code ec;
-  fs::create_directories(path_.parent_path(), ec);
+  fs::create_directories(path.parent_path(), ec);
   if (ec) {
     throw ConfigError(
-        fmt::format("cannot create {}: {}", path_.parent_path().string(), ec.message()));
+        fmt::format("cannot create {}: {}", path.parent_path().string(), ec.message()));
   }
+}
+
+// An exclusive lock held on "<file>.lock" for the lifetime of the object.
+class ConfigLock {
+ public:
+  explicit ConfigLock(const fs::path& path) {
+    CreateFolderOf(path);
+    const std::string lock_path = path.string() + ".lock";
+    fd_ = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd_ < 0) {
+      throw ConfigError(fmt::format("cannot lock {}: {}", lock_path, std::strerror(errno)));
+    }
+    while (::flock(fd_, LOCK_EX) != 0) {
+      if (errno == EINTR) continue;
+      const std::string reason = std::strerror(errno);
+      ::close(fd_);
+      throw ConfigError(fmt::format("cannot lock {}: {}", lock_path, reason));
+    }
+  }
+  ~ConfigLock() { ::close(fd_); }
+  ConfigLock(const ConfigLock&) = delete;
+  ConfigLock& operator=(const ConfigLock&) = delete;
+
+ private:
+  int fd_ = -1;
+};
+
+}  // namespace
+
+void ConfigStore::Save() const {
+  CreateFolderOf(path_);
   const std::string text = values_.Serialize();
-  const fs::path temporary = path_.string() + ".tmp";
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  // A name of its own, so that a second process saving at the same moment
+  // never writes into this one's half-written file.
+  std::string temporary = path_.string() + ".XXXXXX";
+  const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
   if (fd < 0) {
-    throw ConfigError(fmt::format("cannot write {}: {}", temporary.string(), std::strerror(errno)));
+    throw ConfigError(fmt::format("cannot write {}: {}", temporary, std::strerror(errno)));
   }
   size_t written = 0;
   while (written < text.size()) {
@@ -88,6 +124,14 @@ void ConfigStore::Save() const {
     ::fsync(dir);
     ::close(dir);
   }
+}
+
+void ConfigStore::Update(const std::function<void(ProfileFile&)>& change, const fs::path& path) {
+  const ConfigLock lock(path);
+  ConfigStore store = Load(path);
+  const std::string before = store.values_.Serialize();
+  change(store.values_);
+  if (store.values_.Serialize() != before) store.Save();
 }
 
 std::string FileSettingsKey(std::string_view database_path) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -32,9 +33,17 @@ class ConfigStore {
   ProfileFile& values() { return values_; }
   const ProfileFile& values() const { return values_; }
 
-  // Writes the store atomically (temporary file, flush to disk, rename).
-  // Throws ConfigError on failure, leaving the previous file intact.
+  // Writes the store atomically (a temporary file of its own, flushed to
+  // disk, renamed over the old one).  Throws ConfigError on failure, leaving
+  // the previous file intact.
   void Save() const;
+
+  // Reads the file, applies `change` and saves when the change altered
+  // anything, all under an exclusive lock on the file: two processes (two
+  // hosts, or a host and its library) updating at once both keep their
+  // change.  Throws ConfigError as Load and Save do.
+  static void Update(const std::function<void(ProfileFile&)>& change,
+                     const std::filesystem::path& path = DefaultPath());
 
  private:
   std::filesystem::path path_;

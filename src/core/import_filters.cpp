@@ -9,11 +9,14 @@ namespace ks::core {
 
 CImportFilters CImportFilters::Build(const std::filesystem::path& config_path,
                                      const std::filesystem::path& odbc_folder) {
-  ConfigStore store = ConfigStore::Load(config_path);
-  const InstalledHelpers installed = FindInstalledHelpers(store.values(), odbc_folder);
-  CImportFilters list(DefaultImportFilters(installed));
-  StoreFilterList(store.values(), list.filters_);
-  store.Save();
+  CImportFilters list({});
+  ConfigStore::Update(
+      [&](ProfileFile& configuration) {
+        const InstalledHelpers installed = FindInstalledHelpers(configuration, odbc_folder);
+        list.filters_ = DefaultImportFilters(installed);
+        StoreFilterList(configuration, list.filters_);
+      },
+      config_path);
   return list;
 }
 

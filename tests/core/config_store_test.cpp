@@ -4,6 +4,8 @@
 #include <stdlib.h>
 
 #include <fstream>
+#include <thread>
+#include <vector>
 
 #include "temp_dir.h"
 
@@ -25,7 +27,34 @@ TEST(ConfigStore, MissingFileIsEmptyAndSaveCreatesIt) {
   EXPECT_EQ(ConfigStore::Load(path).values().Get("software\\kestro\\windows\\5.0\\kestro\\filters",
                                                  "numfilters"),
             "13");
-  EXPECT_FALSE(std::filesystem::exists(path.string() + ".tmp"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(path.parent_path()), {}), 1)
+      << "nothing but the file is left beside it";
+}
+
+TEST(ConfigStore, UpdatesAtTheSameTimeAllKeepTheirChange) {
+  // Each updater opens, locks and saves on its own, as separate hosts would.
+  TempDir dir;
+  const auto path = dir.path() / "kestro.conf";
+  constexpr int kUpdaters = 8, kUpdatesEach = 25;
+  std::vector<std::thread> updaters;
+  for (int u = 0; u < kUpdaters; ++u) {
+    updaters.emplace_back([&, u] {
+      for (int i = 0; i < kUpdatesEach; ++i) {
+        ConfigStore::Update(
+            [&](ProfileFile& values) {
+              values.Set("s", "k" + std::to_string(u) + "_" + std::to_string(i), "v");
+            },
+            path);
+      }
+    });
+  }
+  for (auto& updater : updaters) updater.join();
+  const ConfigStore store = ConfigStore::Load(path);
+  for (int u = 0; u < kUpdaters; ++u) {
+    for (int i = 0; i < kUpdatesEach; ++i) {
+      EXPECT_EQ(store.values().Get("s", "k" + std::to_string(u) + "_" + std::to_string(i)), "v");
+    }
+  }
 }
 
 TEST(ConfigStore, DamagedFileIsReportedAndLeftAsItIs) {
