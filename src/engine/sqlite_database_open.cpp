@@ -154,6 +154,12 @@ void SqliteDatabase::Create(const std::string& path, std::string_view login_grou
   {
     Connection connection(FileUri(temporary.path(), false), SQLITE_OPEN_READWRITE);
     connection.Exec(kWriterPragmas);
+    // 16 KB pages (SQLite's default is 4 KB): a quarter of the pages, b-tree
+    // levels and writes for the same documents.  Adding documents and
+    // indexing them both run markedly faster; a page is still small next to
+    // a typical document, so reading one costs little more.  It can only be
+    // chosen before the first table exists.
+    connection.Exec("PRAGMA page_size = 16384");
     connection.Exec("BEGIN");
     CreateSchema(connection);
     SettingsStore(connection).Seed(login_group, hash);
