@@ -49,7 +49,10 @@ int CIMPImportBase::RunBlockLoop(uint32_t import_handle, BlockMode mode, int32_t
   CDocumentWriter writer(import_handle, database, options, document_kind);
   if (!writer.Begin()) return 0;
   std::unique_ptr<ks::core::OemConverter> oem;
-  if (options.file_origin_ansi == 0) oem = std::make_unique<ks::core::OemConverter>();
+  // A file that declares Unicode is read as what it declares.
+  if (options.file_origin_ansi == 0 && !Source().DeclaresUnicode()) {
+    oem = std::make_unique<ks::core::OemConverter>();
+  }
   ks::core::DocumentSplitter splitter(
       mode == BlockMode::kSplitByDelimiter ? DelimiterOf(options) : ks::core::DocumentDelimiter{});
 
@@ -69,7 +72,7 @@ int CIMPImportBase::RunBlockLoop(uint32_t import_handle, BlockMode mode, int32_t
       oem->AppendConverted(piece, converted);
       piece = converted;
     }
-    switch (writer.Save(piece, end_of_document, progress_base + position)) {
+    switch (writer.Save(piece, end_of_document, progress_base + Source().FileOffsetOf(position))) {
       case CDocumentWriter::Outcome::kSaved:
         in_document = !end_of_document;
         return true;

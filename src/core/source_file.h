@@ -1,14 +1,22 @@
 // SourceFile: a source file opened for reading block by block.  A failure
 // keeps its cause, so the import log can say in the usual words which file
 // failed and why.
+//
+// A file that opens with a Unicode byte-order mark says what its text is:
+// UTF-16 (either byte order) is handed out as UTF-8, the system's character
+// set, and the mark of a UTF-8 file is dropped.  Every other file is handed
+// out byte for byte.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
+#include <deque>
+#include <memory>
 #include <string>
 
 #include "api/file_error_text.h"
+#include "core/utf16_decoder.h"
 
 class SourceFile {
  public:
@@ -25,6 +33,15 @@ class SourceFile {
   // Reads up to `size` bytes: the count read, 0 at the end, -1 on a failure.
   ssize_t Read(char* buffer, size_t size);
 
+  // True when the file declared its encoding with a byte-order mark; its
+  // text is then UTF-8 already and no code page conversion applies.
+  bool DeclaresUnicode() const { return mark_size_ != 0; }
+
+  // Where in the file the byte `position` of the text handed out by Read
+  // came from, for progress and reports in the file's own bytes.  For UTF-16
+  // it is exact at the ends of the blocks decoded, close in between.
+  uint64_t FileOffsetOf(uint64_t position) const;
+
   uint64_t size() const { return size_; }
   const std::string& path() const { return path_; }
   // The reason of the last failure, in the words of the import log.
@@ -32,8 +49,29 @@ class SourceFile {
 
  private:
   void Fail(FileErrorCause cause);
+  // Reads what the file holds, without decoding.
+  ssize_t ReadRaw(char* buffer, size_t size);
+  // Hands out UTF-8 decoded from UTF-16 blocks of the file.
+  ssize_t ReadDecoded(char* buffer, size_t size);
+  // Looks for a byte-order mark and sets the reading up after it.
+  void TakeByteOrderMark();
+
+  // A block of the file decoded: the text positions and file offsets it spans.
+  struct DecodedBlock {
+    uint64_t text_begin;
+    uint64_t text_end;
+    uint64_t file_begin;
+    uint64_t file_end;
+  };
 
   int fd_ = -1;
+  size_t mark_size_ = 0;  // bytes of the byte-order mark, 0 without one
+  std::unique_ptr<ks::core::Utf16Decoder> utf16_;  // set for UTF-16 files
+  std::string decoded_;         // decoded text not yet handed out
+  size_t decoded_begin_ = 0;    // first byte of decoded_ not yet handed out
+  uint64_t text_handed_out_ = 0;
+  uint64_t file_read_ = 0;
+  std::deque<DecodedBlock> blocks_;  // recent blocks, for FileOffsetOf
   uint64_t size_ = 0;
   std::string path_;
   std::string error_text_;

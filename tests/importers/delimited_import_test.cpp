@@ -144,6 +144,21 @@ TEST_F(DelimitedImport, OemValuesAreConvertedAndNamesAreNot) {
   EXPECT_EQ(Documents(), Docs{"Stra\u00DFe[ Stra\u00DFe ]\r\nPrice[ \u00A35 ]\r\n"});
 }
 
+TEST_F(DelimitedImport, Utf16FileArrivesAsUtf8WhateverTheOriginChosen) {
+  // What a spreadsheet saves as "Unicode text": UTF-16LE with a mark, tabs.
+  std::string utf16 = "\xFF\xFE";
+  for (const char16_t c : std::u16string(u"Stra\u00DFe\t\u20AC5\r\nx\ty\r\n")) {
+    utf16 += static_cast<char>(c & 0xFF);
+    utf16 += static_cast<char>(c >> 8);
+  }
+  QueuedFile file = Delimited("unicode.txt", utf16,
+                              Settings("N=2\r\nNA1=Street\r\nNA2=Price\r\nD=\t\r\nTC=0"));
+  file.origin_ansi = 0;  // the mark outweighs the origin chosen
+  EXPECT_EQ(Import({file}).result, 1u);
+  EXPECT_EQ(Documents(), (Docs{"Street[ Stra\u00DFe ]\r\nPrice[ \u20AC5 ]\r\n",
+                               "Street[ x ]\r\nPrice[ y ]\r\n"}));
+}
+
 // ---- Where the settings come from ----
 
 TEST_F(DelimitedImport, SettingsFileBesideTheSourceIsReadByDefault) {

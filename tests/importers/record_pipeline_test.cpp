@@ -70,6 +70,23 @@ TEST(RecordPipeline, GivesTheReadersRecordsAndPositionsInOrder) {
   }
 }
 
+TEST(RecordPipeline, PositionsAreInTheFilesOwnBytesWhenTheSourceDecodes) {
+  // As if every byte handed out had taken two bytes of the file.
+  struct DecodingSource : StringSource {
+    using StringSource::StringSource;
+    uint64_t FileOffsetOf(uint64_t position) const override { return 2 * position; }
+  };
+  const std::string text = ManyRows();
+  const Taken expected = Sequential(text, '"');
+  DecodingSource source(text);
+  RecordPipeline pipeline(source, '"', nullptr);
+  const Taken taken = Piped(pipeline);
+  ASSERT_EQ(taken.positions.size(), expected.positions.size());
+  for (size_t i = 0; i < taken.positions.size(); ++i) {
+    ASSERT_EQ(taken.positions[i], 2 * expected.positions[i]) << "record " << i;
+  }
+}
+
 TEST(RecordPipeline, PrepareRunsOnEveryRecordInOrder) {
   const std::string text = ManyRows();
   StringSource source(text);

@@ -3,9 +3,7 @@
 // limit, and the real sources (file descriptor, stream).
 #include "importers/text/record_reader.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -252,17 +250,16 @@ TEST(RecordReaderSources, AReadFailureStopsTheFileAndIsReported) {
   EXPECT_EQ(reader.Read('"', &record), Outcome::kReadFailed);
 }
 
-TEST(RecordReaderSources, AFileDescriptorIsReadBlockByBlock) {
+TEST(RecordReaderSources, ASourceFileIsReadBlockByBlock) {
   TempDir dir;
   const std::string path = dir.file("rows.csv");
   std::string text;
   for (int i = 0; i < 20000; ++i) text += "row " + std::to_string(i) + ",\"x\r\ny\"\r\n";
   std::ofstream(path, std::ios::binary) << text;
-  const int fd = ::open(path.c_str(), O_RDONLY);
-  ASSERT_GE(fd, 0);
-  FileDescriptorSource source(fd);
+  SourceFile file;
+  ASSERT_TRUE(file.Open(path));
+  SourceFileBytes source(file);
   const ReadResult result = ReadAll(source, '"', RecordReader::kDefaultMaxRecordBytes);
-  ::close(fd);
   ASSERT_EQ(result.records.size(), 20000u);
   EXPECT_EQ(result.records[19999], "row 19999,\"x\r\ny\"");
   EXPECT_EQ(result.last, Outcome::kEndOfInput);

@@ -1,19 +1,9 @@
 #include "importers/text/byte_source.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 namespace ks::text {
-
-ssize_t FileDescriptorSource::Read(char* buffer, size_t size) {
-  while (true) {
-    const ssize_t count = ::read(fd_, buffer, size);
-    if (count >= 0 || errno != EINTR) return count < 0 ? -1 : count;
-  }
-}
 
 ssize_t StreamSource::Read(char* buffer, size_t size) {
   if (stream_.bad()) return -1;

@@ -1,5 +1,5 @@
 // ByteSource: where the text readers get their bytes, one block at a time.
-// A file descriptor and a stream are the real sources; a string lets tests
+// A source file and a stream are the real sources; a string lets tests
 // (and previews of a few lines) feed text, optionally in tiny pieces to
 // exercise every block boundary.
 #pragma once
@@ -7,8 +7,11 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <string_view>
+
+#include "core/source_file.h"
 
 namespace ks::text {
 
@@ -18,16 +21,21 @@ class ByteSource {
   // Reads up to `size` bytes into `buffer`: the count read, 0 at the end of
   // the input, -1 when reading failed.
   virtual ssize_t Read(char* buffer, size_t size) = 0;
+  // Where in the underlying file the byte `position` of what Read handed
+  // out came from; the same number unless the source decodes its file.
+  virtual uint64_t FileOffsetOf(uint64_t position) const { return position; }
 };
 
-// Reads an open file descriptor, which stays the caller's to close.
-class FileDescriptorSource : public ByteSource {
+// Reads a source file the caller opened, as the importers do: text that
+// declares Unicode arrives as UTF-8 (see SourceFile).
+class SourceFileBytes : public ByteSource {
  public:
-  explicit FileDescriptorSource(int fd) : fd_(fd) {}
-  ssize_t Read(char* buffer, size_t size) override;
+  explicit SourceFileBytes(SourceFile& file) : file_(file) {}
+  ssize_t Read(char* buffer, size_t size) override { return file_.Read(buffer, size); }
+  uint64_t FileOffsetOf(uint64_t position) const override { return file_.FileOffsetOf(position); }
 
  private:
-  int fd_;
+  SourceFile& file_;
 };
 
 // Reads a stream opened by the caller (in binary mode, so that line ends

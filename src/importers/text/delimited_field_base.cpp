@@ -16,16 +16,6 @@ CImportSession& Session() {
   return CKS_ImpApp::Instance().Session();
 }
 
-// The record reader takes its bytes from the source file the base opened.
-class SourceFileBytes : public ks::text::ByteSource {
- public:
-  explicit SourceFileBytes(SourceFile& file) : file_(file) {}
-  ssize_t Read(char* buffer, size_t size) override { return file_.Read(buffer, size); }
-
- private:
-  SourceFile& file_;
-};
-
 }  // namespace
 
 int CDelimitedFieldBase::CheckFile(const std::string&) {
@@ -51,7 +41,10 @@ int CDelimitedFieldBase::Run(uint32_t import_handle) {
     return 0;
   }
   marker_ = marker != '\0' ? marker : '[';
-  if (Options().file_origin_ansi == 0) oem_ = std::make_unique<ks::core::OemConverter>();
+  // A file that declares Unicode is read as what it declares.
+  if (Options().file_origin_ansi == 0 && !Source().DeclaresUnicode()) {
+    oem_ = std::make_unique<ks::core::OemConverter>();
+  }
 
   writer_.emplace(import_handle, database_, Options(), KSENG_KIND_TEXT);
   if (!writer_->Begin()) {
@@ -70,7 +63,7 @@ int CDelimitedFieldBase::Run(uint32_t import_handle) {
 int CDelimitedFieldBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
                                      const RecordStore& store) {
   using ks::text::RecordReader;
-  SourceFileBytes bytes(Source());
+  ks::text::SourceFileBytes bytes(Source());
   ks::text::RecordPipeline records(bytes, qualifier, prepare);
   uint64_t number = 0;
   while (!Aborted()) {

@@ -87,13 +87,13 @@ void RecordPipeline::ReadAll(char qualifier, size_t max_record_bytes) {
         const RecordReader::Outcome outcome = reader.Read(qualifier, &record);
         if (outcome != RecordReader::Outcome::kRecord) {
           end = outcome;
-          offset = reader.RecordOffset();
+          offset = source_.FileOffsetOf(reader.RecordOffset());
           ended = true;
           break;
         }
         if (batch->count == batch->records.size()) batch->records.emplace_back();
         PreparedRecord& out = batch->records[batch->count];
-        out.position = reader.BytesConsumed();
+        out.position = source_.FileOffsetOf(reader.BytesConsumed());
         if (prepare_) {
           prepare_(record, &out);
         } else {
