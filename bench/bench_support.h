@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -25,9 +26,14 @@ inline double Seconds(Clock::time_point since) {
   std::exit(1);
 }
 
-// The folder for a benchmark's databases: the given one, else TMPDIR, else /tmp.
+// The folder for a benchmark's databases: the given one (made when it is not
+// there yet), else TMPDIR, else /tmp.
 inline std::string WorkFolder(const char* given) {
-  if (given != nullptr && *given != '\0') return given;
+  if (given != nullptr && *given != '\0') {
+    std::error_code ignored;  // a folder that cannot be made fails at its first file
+    std::filesystem::create_directories(given, ignored);
+    return given;
+  }
   const char* tmp = std::getenv("TMPDIR");
   return tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
 }

@@ -78,6 +78,10 @@ check csv-docs 0 "$ksimp" docs "$fdb" --json
 contains csv-fields "$work/out" '"text":"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n"'
 check bad-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=0' --quiet
 contains bad-columns-warning "$work/err" "message 13003"
+check one-line-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'N=2'
+contains one-line-columns-rows "$work/out" "2 document(s) added"
+if grep -q "could not be located" "$work/out"; then  # taken for a settings file's name
+  echo "FAIL one-line-columns-not-a-file"; failures=$((failures + 1)); else passes=$((passes + 1)); fi
 check form-create 0 "$ksimp" form create "$fdb" Person --fields 'Name,Home Phone'
 check entry-import 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=3\nNA1=Name\nNA2=Skip\nNA3=Home Phone\nP1=1\nP2=2\nP3=3\nD=,\nS=2' --form Person --quiet
 check entry-docs 0 "$ksimp" docs "$fdb" --json

@@ -74,6 +74,9 @@ std::string NormalizeColumnHeader(const std::string& typed) {
       out += typed[i];
     }
   }
+  // The import takes settings without a line break for a settings file's
+  // name; a string typed on one line must still arrive as a string.
+  if (out.find("\r\n") == std::string::npos) out += "\r\n";
   return out;
 }
 
