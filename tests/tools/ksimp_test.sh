@@ -78,6 +78,8 @@ check csv-docs 0 "$ksimp" docs "$fdb" --json
 contains csv-fields "$work/out" '"text":"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n"'
 check bad-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=0' --quiet
 contains bad-columns-warning "$work/err" "message 13003"
+check missing-settings 1 "$ksimp" import "$fdb" "$work/p.csv" --settings "$work/nowhere.ksi"
+contains missing-settings-said "$work/err" "nowhere.ksi is not a settings file that exists"
 check one-line-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'N=2'
 contains one-line-columns-rows "$work/out" "2 document(s) added"
 if grep -q "could not be located" "$work/out"; then  # taken for a settings file's name

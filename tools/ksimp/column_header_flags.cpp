@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <vector>
 
 #include "database.h"
@@ -82,6 +83,11 @@ std::string NormalizeColumnHeader(const std::string& typed) {
 
 std::string ColumnHeaderFlags::ColumnHeader() const {
   if (!settings.empty()) {
+    // The library reads a missing file as its defaults; a mistyped name must
+    // stop the command instead of importing every row as plain text.
+    if (!std::filesystem::is_regular_file(settings)) {
+      throw HostError(fmt::format("{} is not a settings file that exists", settings));
+    }
     std::vector<char> text(1 << 16);
     while (
         !KSIMP_ReadSettingsFile(settings.c_str(), text.data(), static_cast<int32_t>(text.size()))) {
