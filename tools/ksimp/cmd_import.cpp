@@ -134,9 +134,10 @@ struct ImportCommand {
   std::vector<std::string> given;  // the options given, in command-line order
 
   // A delimited or fixed-width layout travels as the import's stored
-  // settings: a .ksi path, or the column header string itself.  A string that
-  // does not parse is reported now; the import still runs, keeping each row
-  // as it stands.
+  // settings, as the column header string itself (a settings file is read
+  // here, so that --first-row can outweigh it).  A string that does not
+  // parse is reported now; the import still runs, keeping each row as it
+  // stands.
   void UseColumns() {
     if (!columns.Given()) return;
     if (!date_range.empty()) {
@@ -144,7 +145,7 @@ struct ImportCommand {
     }
     request.stored_settings = true;
     const std::string header = columns.ColumnHeader();
-    request.date_from = columns.settings.empty() ? header : columns.settings;
+    request.date_from = header;
     const uint32_t code = KSIMP_CheckColumnHeader(header.c_str());
     if (code != 0) {
       std::vector<char> text(4096);

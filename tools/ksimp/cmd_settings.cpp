@@ -32,6 +32,11 @@ void AddSettingsCommand(CLI::App& parent) {
     const uint32_t code = KSIMP_WriteSettingsFile(write->path.c_str(), header.c_str());
     if (code != 0) throw HostError(fmt::format("cannot write {} (error {})", write->path, code));
     fmt::print("Wrote {}\n", write->path);
+    if (write->flags.first_row) {
+      fmt::print(stderr,
+                 "note: a settings file does not keep the first row; give --first-row again "
+                 "when you import with it.\n");
+    }
   });
 
   auto show_path = std::make_shared<std::string>();

@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 #include "database.h"
@@ -36,6 +39,27 @@ std::string UnescapeDelimiters(const std::string& typed) {
     }
   }
   return out;
+}
+
+// True when a line of the column header string has `key` before its "=",
+// compared without regard to case as the library looks keys up.
+bool HasKey(const std::string& header, std::string_view key) {
+  size_t start = 0;
+  while (start < header.size()) {
+    size_t end = header.find_first_of("\r\n", start);
+    if (end == std::string::npos) end = header.size();
+    const std::string_view line(header.data() + start, end - start);
+    const size_t equals = line.find('=');
+    if (equals == key.size() &&
+        std::equal(key.begin(), key.end(), line.begin(), [](char a, char b) {
+          return std::tolower(static_cast<unsigned char>(a)) ==
+                 std::tolower(static_cast<unsigned char>(b));
+        })) {
+      return true;
+    }
+    start = end + 1;
+  }
+  return false;
 }
 
 std::string MessageText(uint32_t code) {
@@ -81,7 +105,7 @@ std::string NormalizeColumnHeader(const std::string& typed) {
   return out;
 }
 
-std::string ColumnHeaderFlags::ColumnHeader() const {
+std::string ColumnHeaderFlags::DescribedColumnHeader() const {
   if (!settings.empty()) {
     // The library reads a missing file as its defaults; a mistyped name must
     // stop the command instead of importing every row as plain text.
@@ -105,7 +129,7 @@ std::string ColumnHeaderFlags::ColumnHeader() const {
   const bool fixed = !column_widths.empty();
   const size_t count = std::max(column_names.size(), column_widths.size());
   std::string header =
-      fmt::format("T={}\r\nN={}\r\nS={}\r\n", fixed ? "FXD" : "CSV", count, first_row);
+      fmt::format("T={}\r\nN={}\r\n", fixed ? "FXD" : "CSV", count);
   for (size_t i = 0; i < count; ++i) {
     header += fmt::format("NA{}={}\r\n", i + 1, i < column_names.size() ? column_names[i] : "");
     if (fixed) {
@@ -123,6 +147,18 @@ std::string ColumnHeaderFlags::ColumnHeader() const {
                           qualifier == "none" ? "" : qualifier, consecutive ? 1 : 0);
   }
   return header;
+}
+
+std::string ColumnHeaderFlags::ColumnHeader() const {
+  std::string header = DescribedColumnHeader();
+  if (header.empty() || !first_row) return header;
+  // The first occurrence of a key counts, so a leading S line wins.  A
+  // column without a position takes the first row as its position (old
+  // settings depend on that), which then fails as lying beyond the columns:
+  // fixed-width settings carry no positions, so column 1 is given its own.
+  std::string lines = fmt::format("S={}\r\n", *first_row);
+  if (!HasKey(header, "P1")) lines += "P1=1\r\n";
+  return lines + header;
 }
 
 void RequireValidColumnHeader(const std::string& column_header) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 namespace ksimp {
@@ -14,7 +15,7 @@ struct ColumnHeaderFlags {
   std::string delimiters;
   std::string qualifier = "\"";
   bool consecutive = false;
-  int first_row = 1;
+  std::optional<int> first_row;  // --first-row N
   std::string widths;  // --widths 10,5,8
 
   // Adds the flags to a command; `with_settings` adds --settings too.
@@ -22,8 +23,13 @@ struct ColumnHeaderFlags {
   // True when any flag describes columns.
   bool Given() const;
   // The column header string the flags describe ("" when none), with CR LF
-  // between its lines.  A settings file is read through the library.
+  // between its lines.  A settings file is read through the library; a first
+  // row given as a flag outweighs the one a string or file holds.
   std::string ColumnHeader() const;
+
+ private:
+  // The string the settings file, the typed string or the flags give.
+  std::string DescribedColumnHeader() const;
 };
 
 // A column header string typed on a command line: "\n" (two characters) or
