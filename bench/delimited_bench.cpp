@@ -21,6 +21,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -191,6 +192,9 @@ int main(int argc, char** argv) {
   }
   const long memory_after = PeakResidentKilobytes();
   const std::vector<std::string> texts = DocumentTexts(database);
+  std::error_code size_error;
+  const double database_megabytes =
+      static_cast<double>(std::filesystem::file_size(database, size_error)) / 1e6;
   unlink(database.c_str());
   double plain_fts = 1e9;
   double tuned_fts = 1e9;
@@ -220,6 +224,8 @@ int main(int argc, char** argv) {
       tuned_fts, rows / tuned_fts / 1e6, best_index / tuned_fts);
   fmt::print("  import in all                {:7.3f} s  {:6.3f} M rows/s\n", best_total,
              rows / best_total / 1e6);
+  fmt::print("  database file                {:7.1f} MB ({:.1f}x the CSV)\n", database_megabytes,
+             database_megabytes / megabytes);
   fmt::print("  peak memory                  {:.1f} MB before the import, {:.1f} MB after\n",
              memory_before / 1024.0, memory_after / 1024.0);
   return 0;
