@@ -17,21 +17,12 @@ TEST(DatePattern, EveryPairOfCodesGivesItsPattern) {
   }
 }
 
-TEST(DatePattern, SeparatorMayBeAnyText) {
+TEST(DatePattern, SeparatorLowByteAndFallbackRules) {
   EXPECT_EQ(DatePattern(10, " - "), "%Y - %m - %d");
   EXPECT_EQ(DatePattern(0, ""), "%m%d%y");
-}
-
-TEST(DatePattern, NamedFormatsIgnoreTheSeparator) {
-  EXPECT_EQ(DatePattern(12, "/"), "%b %d, %Y");
-}
-
-TEST(DatePattern, OnlyTheLowByteCounts) {
-  EXPECT_EQ(DatePattern(0x100 + 18, "."), "%B %d, %Y");
-}
-
-TEST(DatePattern, UnlistedCodesUseTheFirstPattern) {
-  EXPECT_EQ(DatePattern(30, "-"), "%m-%d-%y");
+  EXPECT_EQ(DatePattern(12, "-"), "%b %d, %Y") << "named formats ignore the separator";
+  EXPECT_EQ(DatePattern(0x100 + 18, "."), "%B %d, %Y") << "only the low byte counts";
+  EXPECT_EQ(DatePattern(30, "-"), "%m-%d-%y") << "unlisted codes use the first pattern";
   EXPECT_EQ(DatePattern(255, "-"), "%m-%d-%y");
 }
 

@@ -28,6 +28,13 @@ class EngineDatabaseTest : public ::testing::Test {
     char name[1024];
     return EngGetDatabaseName(database, name, sizeof name) != 0;
   }
+  uint32_t Open(uint32_t access) const {
+    return EngOpenDatabase(path_.c_str(), access, KSENG_SHARE_READWRITE);
+  }
+  uint32_t ImportOneFile(uint32_t handle) {
+    session_.Queue(QueuedFile(handle, "a.txt"));
+    return session_.Import(handle, 0, 0, nullptr, nullptr);
+  }
 
   TempDir dir_;
   std::string path_;
@@ -35,25 +42,19 @@ class EngineDatabaseTest : public ::testing::Test {
   CImportSession session_;
 };
 
-TEST_F(EngineDatabaseTest, DatabaseOpenedByFileNameIsClosedWhenTheImportEnds) {
+TEST_F(EngineDatabaseTest, OnlyADatabaseOpenedByFileNameIsClosedWhenTheImportEnds) {
   const uint32_t handle = session_.InitImportUsingFileName(path_.c_str());
   ASSERT_NE(handle, 0u);
-  const uint32_t database = session_.GetHandleRecord(handle)->database;
-  ASSERT_TRUE(IsOpen(database));
-  session_.Queue(QueuedFile(handle, "a.txt"));
-  session_.Import(handle, 0, 0, nullptr, nullptr);
-  EXPECT_FALSE(IsOpen(database));
-}
+  const uint32_t opened = session_.GetHandleRecord(handle)->database;
+  ASSERT_TRUE(IsOpen(opened));
+  ImportOneFile(handle);
+  EXPECT_FALSE(IsOpen(opened));
 
-TEST_F(EngineDatabaseTest, HostDatabaseStaysOpenAfterTheImport) {
-  const uint32_t database =
-      EngOpenDatabase(path_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
-  ASSERT_NE(database, 0u);
-  const uint32_t handle = session_.InitImportUsingFileHandle(database);
-  session_.Queue(QueuedFile(handle, "a.txt"));
-  session_.Import(handle, 0, 0, nullptr, nullptr);
-  EXPECT_TRUE(IsOpen(database));
-  EngCloseDatabase(database);
+  const uint32_t host = Open(KSENG_ACCESS_READWRITE);
+  ASSERT_NE(host, 0u);
+  ImportOneFile(session_.InitImportUsingFileHandle(host));
+  EXPECT_TRUE(IsOpen(host));
+  EngCloseDatabase(host);
 }
 
 TEST_F(EngineDatabaseTest, MissingDatabaseFileIsRefusedWith92) {
@@ -62,8 +63,7 @@ TEST_F(EngineDatabaseTest, MissingDatabaseFileIsRefusedWith92) {
 }
 
 TEST_F(EngineDatabaseTest, DocumentsAnImporterAddedAreCommittedAtTheEndOfItsFile) {
-  const uint32_t database =
-      EngOpenDatabase(path_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  const uint32_t database = Open(KSENG_ACCESS_READWRITE);
   ASSERT_NE(database, 0u);
   script_.while_running = [database](uint32_t, const SETDATA&) {
     char marker = '[';
@@ -73,12 +73,10 @@ TEST_F(EngineDatabaseTest, DocumentsAnImporterAddedAreCommittedAtTheEndOfItsFile
         KSENG_STATUS_TAKEN);
     ASSERT_NE(EngSaveDocument(database, nullptr, nullptr, 1, nullptr), 0);
   };
-  const uint32_t handle = session_.InitImportUsingFileHandle(database);
-  session_.Queue(QueuedFile(handle, "a.txt"));
-  EXPECT_EQ(session_.Import(handle, 0, 0, nullptr, nullptr), 1u);
+  EXPECT_EQ(ImportOneFile(session_.InitImportUsingFileHandle(database)), 1u);
 
   // A second connection sees only committed documents.
-  const uint32_t reader = EngOpenDatabase(path_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READWRITE);
+  const uint32_t reader = Open(KSENG_ACCESS_READ);
   ASSERT_NE(reader, 0u);
   EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 1u);
   EngCloseDatabase(reader);

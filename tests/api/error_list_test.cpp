@@ -8,24 +8,14 @@
 
 namespace {
 
-TEST(ImportErrorList, FirstErrorOfAHandleWins) {
+TEST(ImportErrorList, FirstErrorOfEachHandleWinsAndAHandleWithoutOneGetsTheInternalError) {
   ImportErrorList errors;
   errors.Record(7, 98);
+  errors.Record(8, 92);
   errors.Record(7, 11024);
   EXPECT_EQ(errors.LastError(7), 98u);
-}
-
-TEST(ImportErrorList, HandleWithoutErrorsReportsTheInternalErrorNotNoError) {
-  ImportErrorList errors;
-  errors.Record(8, 95);
-  EXPECT_EQ(errors.LastError(7), error_code::kInternal);
-}
-
-TEST(ImportErrorList, ErrorsOfOtherHandlesDoNotInterfere) {
-  ImportErrorList errors;
-  errors.Record(1, 92);
-  errors.Record(2, 98);
-  EXPECT_EQ(errors.LastError(2), 98u);
+  EXPECT_EQ(errors.LastError(8), 92u);
+  EXPECT_EQ(errors.LastError(9), error_code::kInternal) << "not the no-error code";
 }
 
 TEST(ImportErrorList, ErrorsOutliveTheHandleRecord) {

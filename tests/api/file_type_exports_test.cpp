@@ -4,27 +4,27 @@
 #include <cstring>
 #include <string>
 
+#include "core/default_filters.h"
 #include "ks_imp.h"
 
 namespace {
 
-TEST(FileTypeExports, ListThirteenTypesInOrderWithoutAFoxProDriver) {
-  ASSERT_EQ(KSIMP_GetFileTypeCount(), 13u);
+TEST(FileTypeExports, ListTheDefaultTypesInOrderWithoutAFoxProDriver) {
+  const auto expected = ks::core::DefaultImportFilters({});
+  ASSERT_EQ(KSIMP_GetFileTypeCount(), expected.size());
   int32_t type = 0;
   uint32_t mask = 0;
   char name[256], extensions[256], description[1024];
-  ASSERT_EQ(KSIMP_GetFileTypeInfo(5, &type, &mask, name, sizeof name, extensions, sizeof extensions,
-                                  description, sizeof description),
-            1u);
-  EXPECT_EQ(type, 1004);
-  EXPECT_EQ(mask, 251u);
-  EXPECT_STREQ(name, "Text Delimited (*.csv, *.dat, *.prn *.txt)");
-  EXPECT_STREQ(extensions, "csv dat prn txt");
-  EXPECT_EQ(std::string(description)
-                .rfind("ASCII text files that contain fielded information.  "
-                       "Fields could be sperated (delimited) by a comma",
-                       0),
-            0u);
+  for (uint32_t i = 0; i < expected.size(); ++i) {
+    ASSERT_EQ(KSIMP_GetFileTypeInfo(i, &type, &mask, name, sizeof name, extensions,
+                                    sizeof extensions, description, sizeof description),
+              1u);
+    EXPECT_EQ(type, expected[i].file_type) << i;
+    EXPECT_EQ(mask, expected[i].option_mask) << i;
+    EXPECT_EQ(name, expected[i].name) << i;
+    EXPECT_EQ(extensions, expected[i].extensions) << i;
+    EXPECT_EQ(description, expected[i].description) << i;
+  }
   EXPECT_EQ(KSIMP_GetFileTypeInfo(13, &type, nullptr, nullptr, 0, nullptr, 0, nullptr, 0), 0u);
 }
 

@@ -27,48 +27,35 @@ TEST(ImportLog, ReadJoinsTheHandlesTextsAndRemovesTheNewestEntryOfAnyHandle) {
   EXPECT_FALSE(log.HasText(2));
 }
 
-TEST(ImportLog, TextLongerThanSizePlusOneReturns3AndKeepsEverything) {
+TEST(ImportLog, TextUpToSizePlusOnePassesButIsCutToTheBufferAndLongerReturns3) {
   ImportLog log;
   log.Add(1, "abcd");
   log.Add(1, "efgh");
-  char buffer[6];
-  EXPECT_EQ(log.Read(1, buffer, sizeof buffer), 3u);
-  EXPECT_STREQ(buffer, "abcd") << "texts copied before the overflow stay";
-  EXPECT_EQ(log.EntryCount(), 2u);
-}
-
-TEST(ImportLog, TextOfSizePlusOnePassesTheTestButIsCutToTheBuffer) {
-  ImportLog log;
-  log.Add(1, "abcdefg");  // 7 characters: accepted for a buffer of 6
   char memory[10];
   std::memset(memory, '#', sizeof memory);
-  EXPECT_EQ(log.Read(1, memory, 6), 1u);
-  EXPECT_STREQ(memory, "abcde");
-  EXPECT_EQ(std::string(memory + 6, 4), "####") << "nothing written past the buffer";
-  EXPECT_EQ(log.EntryCount(), 0u);
+  EXPECT_EQ(log.Read(1, memory, 6), 3u) << "8 characters do not pass for 6";
+  EXPECT_STREQ(memory, "abcd") << "texts copied before the overflow stay";
+  EXPECT_EQ(log.EntryCount(), 2u);
+
+  std::memset(memory, '#', sizeof memory);
+  EXPECT_EQ(log.Read(1, memory, 7), 1u) << "8 characters pass for 7";
+  EXPECT_STREQ(memory, "abcdef");
+  EXPECT_EQ(std::string(memory + 7, 3), "###") << "nothing written past the buffer";
+  EXPECT_EQ(log.EntryCount(), 1u);
 }
 
-TEST(ImportLog, EmptyLogLeavesTheBufferUntouched) {
+TEST(ImportLog, NothingToReadReturns0AndZeroesTheBufferOnlyWhenTheLogHasEntries) {
   ImportLog log;
   char buffer[8] = "keep";
   EXPECT_EQ(log.Read(1, buffer, sizeof buffer), 0u);
   EXPECT_STREQ(buffer, "keep");
-}
 
-TEST(ImportLog, NoTextForTheHandleReturns0WithAZeroedBufferAndRemovesNothing) {
-  ImportLog log;
   log.Add(2, "other");
   log.Add(1, "");
-  char buffer[8] = "keep";
+  EXPECT_FALSE(log.HasText(1)) << "empty entries are no text";
   EXPECT_EQ(log.Read(1, buffer, sizeof buffer), 0u);
   EXPECT_EQ(std::string(buffer, sizeof buffer), std::string(sizeof buffer, '\0'));
-  EXPECT_EQ(log.EntryCount(), 2u);
-}
-
-TEST(ImportLog, HasTextIgnoresEmptyEntries) {
-  ImportLog log;
-  log.Add(1, "");
-  EXPECT_FALSE(log.HasText(1));
+  EXPECT_EQ(log.EntryCount(), 2u) << "nothing removed";
   log.Add(1, "x");
   EXPECT_TRUE(log.HasText(1));
 }

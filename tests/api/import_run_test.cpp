@@ -1,11 +1,11 @@
 // The import run: one importer per file name, in queue order, with the
 // result, carry, first-file and delete-after rules hosts rely on.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 
 #include "api/import_session.h"
+#include "core/scoped_env.h"
 #include "stub_importer.h"
 #include "write_file.h"
 
@@ -17,12 +17,20 @@ class ImportRunTest : public ::testing::Test {
  protected:
   void SetUp() override {
     session_.SetImporterFactory(StubFactory(script_));
+    NewHandle();
+  }
+
+  void NewHandle() {
     handle_ = session_.InitImportUsingFileHandle(kHostDatabase);
     ASSERT_NE(handle_, 0u);
   }
 
   void QueueName(const std::string& name, int32_t type = 1000) {
     ASSERT_TRUE(session_.Queue(QueuedFile(handle_, name, type)));
+  }
+
+  uint32_t Import(int64_t* carry = nullptr, uint32_t* added = nullptr) {
+    return session_.Import(handle_, 0, 0, carry, added);
   }
 
   std::vector<std::string> NamesImported() const {
@@ -38,69 +46,55 @@ class ImportRunTest : public ::testing::Test {
 
 using Names = std::vector<std::string>;
 
-TEST_F(ImportRunTest, ImportsEachNameOfABarJoinedRecordDroppingTheBlankAfterTheBar) {
-  QueueName("a.txt| b.txt");
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, nullptr), 1u);
-  EXPECT_EQ(NamesImported(), (Names{"a.txt", "b.txt"}));
-}
-
-TEST_F(ImportRunTest, RecordAfterATwoNameRecordIsRemovedUnimported) {
+TEST_F(ImportRunTest, BarJoinedRecordImportsEachNameAndIsTheLastRecordImported) {
+  // The blank after the bar is dropped, only the first file is told it is
+  // first, and the record after a two-name record goes unimported.
   QueueName("a.txt| b.txt");
   QueueName("c.txt");
-  session_.Import(handle_, 0, 0, nullptr, nullptr);
+  session_.AddTotalBytes(handle_, 10);
+  EXPECT_EQ(Import(), 1u);
   EXPECT_EQ(NamesImported(), (Names{"a.txt", "b.txt"}));
+  EXPECT_TRUE(script_.seen[0].first_file);
+  EXPECT_FALSE(script_.seen[1].first_file);
+  // The handle is gone with the run, and its queue and counters with it.
+  EXPECT_FALSE(session_.HandleExists(handle_));
+  EXPECT_EQ(session_.QueuedCount(handle_), 0u);
+  EXPECT_EQ(session_.GetTotalBytes(handle_), 0u);
 }
 
-TEST_F(ImportRunTest, SingleNameRecordsAreAllImportedInQueueOrder) {
+TEST_F(ImportRunTest, SingleNameRecordsAreAllImportedInQueueOrderAndTheLastResultCounts) {
+  script_.run_results = {0, 0, 1};
   QueueName("a.txt");
   QueueName("b.txt");
   QueueName("c.txt");
-  session_.Import(handle_, 0, 0, nullptr, nullptr);
+  EXPECT_EQ(Import(), 1u);
   EXPECT_EQ(NamesImported(), (Names{"a.txt", "b.txt", "c.txt"}));
 }
 
 TEST_F(ImportRunTest, PrepareReturningZeroSkipsTheFileAndMakesTheResultZero) {
   script_.prepare_result = 0;
   QueueName("a.txt");
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, nullptr), 0u);
+  EXPECT_EQ(Import(), 0u);
   ASSERT_EQ(script_.seen.size(), 1u);
   EXPECT_FALSE(script_.seen[0].ran);
 }
 
-TEST_F(ImportRunTest, ReturnsTheResultOfTheLastImporter) {
-  script_.run_results = {0, 1};
-  QueueName("a.txt");
-  QueueName("b.txt");
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, nullptr), 1u);
-}
-
-TEST_F(ImportRunTest, PositiveCarryIsHandedInAndEachImportersCarryComesBack) {
+TEST_F(ImportRunTest, OnlyAPositiveCarryIsHandedInButEachImportersCarryComesBack) {
   script_.carry_out = 9;
   QueueName("a.txt");
   QueueName("b.txt");
-  int64_t carry = 5;
-  session_.Import(handle_, 0, 0, &carry, nullptr);
-  ASSERT_EQ(script_.seen.size(), 2u);
+  int64_t positive = 5;
+  Import(&positive);
+  NewHandle();
+  QueueName("c.txt");
+  int64_t negative = -7;
+  Import(&negative);
+  ASSERT_EQ(script_.seen.size(), 3u);
   EXPECT_EQ(script_.seen[0].carry_in, 5);
   EXPECT_EQ(script_.seen[1].carry_in, 9);
-  EXPECT_EQ(carry, 9);
-}
-
-TEST_F(ImportRunTest, CarryOfZeroOrLessIsNotHandedInButIsOverwritten) {
-  script_.carry_out = 3;
-  QueueName("a.txt");
-  int64_t carry = -7;
-  session_.Import(handle_, 0, 0, &carry, nullptr);
-  EXPECT_EQ(script_.seen[0].carry_in, 0);
-  EXPECT_EQ(carry, 3);
-}
-
-TEST_F(ImportRunTest, OnlyTheFirstFileOfTheRunIsToldItIsFirst) {
-  QueueName("a.txt| b.txt");
-  session_.Import(handle_, 0, 0, nullptr, nullptr);
-  ASSERT_EQ(script_.seen.size(), 2u);
-  EXPECT_TRUE(script_.seen[0].first_file);
-  EXPECT_FALSE(script_.seen[1].first_file);
+  EXPECT_EQ(script_.seen[2].carry_in, 0);
+  EXPECT_EQ(positive, 9);
+  EXPECT_EQ(negative, 9);
 }
 
 TEST_F(ImportRunTest, AliasTypesAreMappedBeforeTheImporterIsCreated) {
@@ -108,7 +102,7 @@ TEST_F(ImportRunTest, AliasTypesAreMappedBeforeTheImporterIsCreated) {
   QueueName("b", 1219);
   QueueName("c", 1300);
   QueueName("d", 1000);
-  session_.Import(handle_, 0, 0, nullptr, nullptr);
+  Import();
   EXPECT_EQ(script_.types_asked, (std::vector<int32_t>{770, 21, 703, 1000}));
   EXPECT_EQ(script_.seen[0].file_type, 770);
 }
@@ -118,7 +112,7 @@ TEST_F(ImportRunTest, DocumentsAddedAreWrittenEvenWhenTheLastFileFails) {
   script_.while_running = [this](uint32_t h, const SETDATA&) { session_.SetDocumentsAdded(h, 4); };
   QueueName("a.txt");
   uint32_t added = 99;
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, &added), 0u);
+  EXPECT_EQ(Import(nullptr, &added), 0u);
   EXPECT_EQ(added, 4u);
 }
 
@@ -127,7 +121,7 @@ TEST_F(ImportRunTest, UnknownFileTypeEndsTheRunAndTheHandleIsStillReleased) {
   QueueName("a.txt", 1001);
   QueueName("b.txt", 1003);
   uint32_t added = 77;
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, &added), 0u);
+  EXPECT_EQ(Import(nullptr, &added), 0u);
   EXPECT_EQ(added, 77u) << "an early end leaves the result unwritten";
   EXPECT_FALSE(session_.HandleExists(handle_));
   EXPECT_EQ(session_.QueuedCount(handle_), 0u);
@@ -138,21 +132,15 @@ TEST_F(ImportRunTest, TypesAcceptedWithoutAnImporterCountAsSuccess) {
   QueueName("a.txt", 1003);
   QueueName("b.txt", 1007);
   uint32_t added = 77;
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, &added), 1u);
+  EXPECT_EQ(Import(nullptr, &added), 1u);
   EXPECT_EQ(added, 0u);
 }
 
-TEST_F(ImportRunTest, HandleIsUnknownAfterImport) {
-  QueueName("a.txt");
-  session_.AddTotalBytes(handle_, 10);
-  session_.Import(handle_, 0, 0, nullptr, nullptr);
-  EXPECT_FALSE(session_.HandleExists(handle_));
-  EXPECT_EQ(session_.GetTotalBytes(handle_), 0u);
-}
-
-TEST_F(ImportRunTest, UnknownHandleImportsNothing) {
+TEST_F(ImportRunTest, UnknownHandleOrEmailModeRunsNothing) {
   QueueName("a.txt");
   EXPECT_EQ(session_.Import(handle_ + 1, 0, 0, nullptr, nullptr), 0u);
+  session_.SetEmailMode(true);  // the call is passed on to the mail import
+  EXPECT_EQ(Import(), 0u);
   EXPECT_TRUE(script_.seen.empty());
 }
 
@@ -168,59 +156,23 @@ TEST_F(ImportRunTest, HostValuesAreKeptWhileTheImportRuns) {
   EXPECT_EQ(seen2, 22);
 }
 
-TEST_F(ImportRunTest, EmailModePassesTheCallOnAndRunsNothing) {
-  QueueName("a.txt");
-  session_.SetEmailMode(true);
-  EXPECT_EQ(session_.Import(handle_, 0, 0, nullptr, nullptr), 0u);
-  EXPECT_TRUE(script_.seen.empty());
-}
-
-// Deleting after the import touches real files in $TMPDIR.
-class DeleteAfterImportTest : public ImportRunTest {
- protected:
-  void SetUp() override {
-    const char* old = getenv("TMPDIR");
-    old_tmpdir_ = old ? old : "";
-    had_tmpdir_ = old != nullptr;
-    setenv("TMPDIR", dir_.path().c_str(), 1);
-    ImportRunTest::SetUp();
-  }
-  void TearDown() override {
-    if (had_tmpdir_) {
-      setenv("TMPDIR", old_tmpdir_.c_str(), 1);
-    } else {
-      unsetenv("TMPDIR");
-    }
-  }
-
-  bool ImportAndCheckDeleted(const std::string& file, int32_t flag, int run_result) {
-    SETDATA record = QueuedFile(handle_, file);
+TEST_F(ImportRunTest, DeleteAfterImportRemovesOnlyASuccessfulFileInTheTempImportFolder) {
+  TempDir dir;  // $TMPDIR points here, so the temp import folder is inside
+  ScopedEnv tmpdir("TMPDIR", dir.path().string());
+  const auto deleted = [&](const std::string& name, int32_t flag, int run_result) {
+    NewHandle();
+    SETDATA record = QueuedFile(handle_, WriteFile(dir, name, "x"));
     record.delete_after_import = flag;
     session_.Queue(record);
     script_.run_results = {run_result};
-    session_.Import(handle_, 0, 0, nullptr, nullptr);
-    return !std::filesystem::exists(file);
-  }
-
-  TempDir dir_;
-  std::string old_tmpdir_;
-  bool had_tmpdir_ = false;
-};
-
-TEST_F(DeleteAfterImportTest, DeletesASuccessfulFileInsideTheTempImportFolder) {
-  EXPECT_TRUE(ImportAndCheckDeleted(WriteFile(dir_, "KSTmpImp/a.txt", "x"), 1, 1));
-}
-
-TEST_F(DeleteAfterImportTest, KeepsAFileThatFailedToImport) {
-  EXPECT_FALSE(ImportAndCheckDeleted(WriteFile(dir_, "KSTmpImp/a.txt", "x"), 1, 0));
-}
-
-TEST_F(DeleteAfterImportTest, KeepsAFileOutsideTheTempImportFolder) {
-  EXPECT_FALSE(ImportAndCheckDeleted(WriteFile(dir_, "other/a.txt", "x"), 1, 1));
-}
-
-TEST_F(DeleteAfterImportTest, KeepsAFileWhoseFlagIsNotExactlyOne) {
-  EXPECT_FALSE(ImportAndCheckDeleted(WriteFile(dir_, "KSTmpImp/a.txt", "x"), 2, 1));
+    script_.runs = 0;
+    Import();
+    return !std::filesystem::exists(record.file_name);
+  };
+  EXPECT_TRUE(deleted("KSTmpImp/a.txt", 1, 1));
+  EXPECT_FALSE(deleted("KSTmpImp/b.txt", 1, 0)) << "failed to import";
+  EXPECT_FALSE(deleted("other/c.txt", 1, 1)) << "outside the folder";
+  EXPECT_FALSE(deleted("KSTmpImp/d.txt", 2, 1)) << "flag not exactly 1";
 }
 
 }  // namespace

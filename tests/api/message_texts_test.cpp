@@ -1,5 +1,7 @@
-// Golden texts: every message exactly as hosts show it, read through
-// KSIMP_ImportErrorToString, and the buffer-size rule of that call.
+// Golden texts: every message exactly as hosts have always seen it, slips
+// included (misspellings, double or trailing blanks, a missing full stop,
+// raw placeholders), read through KSIMP_ImportErrorToString, and the
+// buffer-size rule of that call.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -77,6 +79,9 @@ TEST(MessageTexts, EveryCodeHasItsExactText) {
       {14001, "Could not open entry form."},
       {14003, "The %1 database contains no tables and will not be imported."},
       {14004, "This file contains no table and will not be imported."},
+      {14045,
+       "You cannot set the Save Attachments option  when a document Delimiter is defined.\n\nSet "
+       "the Document Delimiter to \"None\" before selecting the Save Attachments option."},
       {14049, "Encryped PDF file encountered.  Unable to import the file."},
       {14127, "Importing Attachment(s)"},
   };
@@ -89,29 +94,21 @@ TEST(MessageTexts, CodesWithoutTextGiveTheInternalErrorText) {
   }
 }
 
-TEST(ImportErrorToString, BufferExactlyOneByteLongerThanTheTextFailsAndStaysUntouched) {
-  const size_t length = std::strlen(kInternal);
+TEST(ImportErrorToString, BufferMustBeAtLeastTwoBytesLongerThanTheTextAndIsNeverOverrun) {
+  const int32_t length = static_cast<int32_t>(std::strlen(kInternal));
   char buffer[64];
   std::memset(buffer, '#', sizeof buffer);
-  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, static_cast<int32_t>(length + 1)), 0u);
+  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, length + 1), 0u);
   EXPECT_EQ(std::string(buffer, sizeof buffer), std::string(sizeof buffer, '#'));
-}
-
-TEST(ImportErrorToString, BufferTwoBytesLongerThanTheTextSucceeds) {
-  const size_t length = std::strlen(kInternal);
-  char buffer[64];
-  std::memset(buffer, '#', sizeof buffer);
-  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, static_cast<int32_t>(length + 2)), 1u);
+  EXPECT_EQ(KSIMP_ImportErrorToString(11001, buffer, length + 2), 1u);
   EXPECT_STREQ(buffer, kInternal);
   EXPECT_EQ(buffer[length + 1], '#') << "nothing is written after the terminator";
-}
 
-TEST(ImportErrorToString, NullBufferOrNonPositiveSizeFails) {
-  char buffer[8] = "keep";
+  char kept[8] = "keep";
   EXPECT_EQ(KSIMP_ImportErrorToString(90, nullptr, 100), 0u);
-  EXPECT_EQ(KSIMP_ImportErrorToString(90, buffer, 0), 0u);
-  EXPECT_EQ(KSIMP_ImportErrorToString(90, buffer, -5), 0u);
-  EXPECT_STREQ(buffer, "keep");
+  EXPECT_EQ(KSIMP_ImportErrorToString(90, kept, 0), 0u);
+  EXPECT_EQ(KSIMP_ImportErrorToString(90, kept, -5), 0u);
+  EXPECT_STREQ(kept, "keep");
 }
 
 }  // namespace

@@ -14,22 +14,18 @@ std::string Read(const std::string& path) {
   return text;
 }
 
-TEST(SettingsFileExports, DelimitedLayoutSurvivesTheSettingsFile) {
+TEST(SettingsFileExports, DelimitedAndFixedLayoutsSurviveTheSettingsFile) {
   TempDir dir;
-  const std::string path = dir.file("people.ksi");
-  const char* header =
-      "T=CSV\r\nN=2\r\nNA1=Name\r\nNA2=Skip\r\nP1=1\r\nP2=2\r\nD=\t;\r\nTQ='\r\nTC=0";
-  ASSERT_EQ(KSIMP_WriteSettingsFile(path.c_str(), header), 0u);
-  EXPECT_EQ(Read(path),
+  const std::string csv = dir.file("people.ksi"), fxd = dir.file("fixed.ksi");
+  ASSERT_EQ(KSIMP_WriteSettingsFile(
+                csv.c_str(),
+                "T=CSV\r\nN=2\r\nNA1=Name\r\nNA2=Skip\r\nP1=1\r\nP2=2\r\nD=\t;\r\nTQ='\r\nTC=0"),
+            0u);
+  EXPECT_EQ(Read(csv),
             "T=CSV\r\nN=2\r\nD=\t;\r\nTQ='\r\nTC=0\r\nNA1=Name\r\nP1=1\r\nNA2=Skip\r\nP2=2");
-}
-
-TEST(SettingsFileExports, FixedLayoutSurvivesTheSettingsFile) {
-  TempDir dir;
-  const std::string path = dir.file("fixed.ksi");
-  ASSERT_EQ(
-      KSIMP_WriteSettingsFile(path.c_str(), "T=FXD\r\nN=2\r\nNA1=a\r\nL1=10\r\nNA2=b\r\nL2=5"), 0u);
-  EXPECT_EQ(Read(path), "T=FXD\r\nN=2\r\nNA1=a\r\nL1=10\r\nNA2=b\r\nL2=5");
+  const char* fixed = "T=FXD\r\nN=2\r\nNA1=a\r\nL1=10\r\nNA2=b\r\nL2=5";
+  ASSERT_EQ(KSIMP_WriteSettingsFile(fxd.c_str(), fixed), 0u);
+  EXPECT_EQ(Read(fxd), fixed);
 }
 
 TEST(SettingsFileExports, BadStringsAreRefusedWithTheirMessageAndWriteNothing) {

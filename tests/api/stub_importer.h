@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/import_base.h"
@@ -76,4 +77,17 @@ inline SETDATA QueuedFile(uint32_t handle, std::string file_name, int32_t file_t
   record.file_name = std::move(file_name);
   record.file_type = file_type;
   return record;
+}
+
+// Every field of a queue record in argument order, so that whole records
+// compare (and print) at once.
+inline auto Fields(const SETDATA& r) {
+  return std::tie(r.import_handle, r.file_name, r.file_type, r.import_location, r.use_entry_form,
+                  r.entry_form_name, r.use_named_document, r.named_document, r.delimiter_flags,
+                  r.delimiter_lines, r.delimiter_string, r.file_origin_ansi,
+                  r.auto_field_recognition, r.date_from, r.sort_order, r.use_stored_settings,
+                  r.date_to, r.full_header, r.message_date_from, r.save_attachments,
+                  r.message_date_to, r.filter_name, r.delete_after_import, r.reserved,
+                  r.imap_server, r.imap_user, r.imap_password, r.imap_mailbox, r.firewall_server,
+                  r.firewall_user, r.firewall_password, r.firewall_type, r.imap_port);
 }

@@ -1,16 +1,25 @@
-// Writes a small source file for a test, making its folders as needed.
+// Writes and reads small files for a test, making folders as needed.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "temp_dir.h"
 
-inline std::string WriteFile(const TempDir& dir, const std::string& name,
-                             const std::string& content) {
-  const std::filesystem::path file = dir.path() / name;
+inline std::string WriteFile(const std::filesystem::path& file, const std::string& content) {
   std::filesystem::create_directories(file.parent_path());
   std::ofstream(file, std::ios::binary) << content;
   return file.string();
+}
+
+inline std::string WriteFile(const TempDir& dir, const std::string& name,
+                             const std::string& content) {
+  return WriteFile(dir.path() / name, content);
+}
+
+inline std::string ReadFile(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }

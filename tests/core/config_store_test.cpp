@@ -1,21 +1,15 @@
 #include "core/config_store.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <fstream>
 #include <thread>
 #include <vector>
 
-#include "temp_dir.h"
+#include "api/write_file.h"
+#include "scoped_env.h"
 
 namespace ks::core {
 namespace {
-
-std::string ReadAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 TEST(ConfigStore, MissingFileIsEmptyAndSaveCreatesIt) {
   TempDir dir;
@@ -60,30 +54,20 @@ TEST(ConfigStore, UpdatesAtTheSameTimeAllKeepTheirChange) {
 TEST(ConfigStore, DamagedFileIsReportedAndLeftAsItIs) {
   TempDir dir;
   const auto path = dir.path() / "kestro.conf";
-  {
-    std::ofstream out(path, std::ios::binary);
-    out << "[ok]\nkey=value\n\x01\x02 garbage line\n";
-  }
-  const std::string before = ReadAll(path);
+  const std::string before = "[ok]\nkey=value\n\x01\x02 garbage line\n";
+  WriteFile(path, before);
   try {
     ConfigStore::Load(path);
     FAIL() << "a damaged file was accepted";
   } catch (const ConfigError& e) {
     EXPECT_NE(std::string(e.what()).find("line 3"), std::string::npos) << e.what();
   }
-  EXPECT_EQ(ReadAll(path), before);
+  EXPECT_EQ(ReadFile(path), before);
 }
 
 TEST(ConfigStore, DefaultPathFollowsTheEnvironment) {
-  const char* old = getenv("KESTRO_CONFIG_DIR");
-  const std::string saved = old ? old : "";
-  setenv("KESTRO_CONFIG_DIR", "/somewhere", 1);
+  ScopedEnv config_dir("KESTRO_CONFIG_DIR", "/somewhere");
   EXPECT_EQ(ConfigStore::DefaultPath(), std::filesystem::path("/somewhere/kestro.conf"));
-  if (old) {
-    setenv("KESTRO_CONFIG_DIR", saved.c_str(), 1);
-  } else {
-    unsetenv("KESTRO_CONFIG_DIR");
-  }
 }
 
 TEST(ConfigStore, FileSettingsKeyReplacesBothSeparators) {

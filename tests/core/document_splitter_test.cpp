@@ -44,53 +44,37 @@ DocumentDelimiter Delimiter(uint32_t flags, int32_t lines = 0, std::string text 
 
 using Docs = std::vector<std::string>;
 
-TEST(DocumentSplitter, NoDelimiterKeepsTheWholeSourceAsOneDocument) {
-  const std::string source = "one\r\n\r\ntwo\fthree\r\nlast line without end";
-  EXPECT_EQ(SplitSource(Delimiter(0), source, 4096).documents, Docs{source});
-  EXPECT_EQ(SplitSource(Delimiter(0), source, 3).documents, Docs{source});
-}
-
-TEST(DocumentSplitter, PageBreakAloneOnItsLineDropsTheLine) {
-  const std::string source = "Page one\r\n\f\r\nPage two\r\n\f\r\nPage three";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak), source, 4096).documents,
-            (Docs{"Page one\r\n", "Page two\r\n", "Page three"}));
-}
-
-TEST(DocumentSplitter, PageBreakInsideALineStartsTheNextDocumentAfterIt) {
-  const std::string source = "a\nb\fc\nd\f\fe";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak), source, 4096).documents,
-            (Docs{"a\nb", "c\nd", "e"}));
-}
-
-TEST(DocumentSplitter, BlankLinesEndDocumentsAndEmptyDocumentsAreDropped) {
-  const std::string source = "\r\n\r\nfirst\r\nstill first\r\n \t\r\n\r\nsecond\r\n\r\n";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kBlankLine), source, 4096).documents,
-            (Docs{"first\r\nstill first\r\n", "second\r\n"}));
-}
-
-TEST(DocumentSplitter, EveryNLinesCountsLinesOfAnyLineEnd) {
-  const std::string source = "1\r\n2\n3\r4\r\n5";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 2), source, 4096).documents,
-            (Docs{"1\r\n2\n", "3\r4\r\n", "5"}));
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 0), "a\nb\n", 4096).documents,
-            (Docs{"a\n", "b\n"}));
-}
-
-TEST(DocumentSplitter, EndStringIsInNeitherDocument) {
-  const std::string source = "alpha\r\n----\r\nbeta ---- gamma\r\n----";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kString, 0, "----"), source, 4096).documents,
-            (Docs{"alpha\r\n", "beta ", " gamma\r\n"}));
-  // An empty string never matches.
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kString, 0, ""), source, 4096).documents,
-            Docs{source});
-}
-
-TEST(DocumentSplitter, CombinedFlagsCutAtEachOfThem) {
-  const std::string source = "a\r\n\r\nb\r\n\f\r\nc";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kPageBreak | DocumentDelimiter::kBlankLine),
-                        source, 4096)
-                .documents,
+TEST(DocumentSplitter, EachDelimiterCutsWhereItShould) {
+  using D = DocumentDelimiter;
+  const auto split = [](const DocumentDelimiter& delimiter, const std::string& source,
+                        size_t block = 4096) {
+    return SplitSource(delimiter, source, block).documents;
+  };
+  const std::string whole = "one\r\n\r\ntwo\fthree\r\nlast line without end";
+  EXPECT_EQ(split(Delimiter(0), whole), Docs{whole}) << "no delimiter: one document";
+  EXPECT_EQ(split(Delimiter(0), whole, 3), Docs{whole});
+  EXPECT_EQ(split(Delimiter(D::kPageBreak), "Page one\r\n\f\r\nPage two\r\n\f\r\nPage three"),
+            (Docs{"Page one\r\n", "Page two\r\n", "Page three"}))
+      << "a page break alone on its line drops the line";
+  EXPECT_EQ(split(Delimiter(D::kPageBreak), "a\nb\fc\nd\f\fe"), (Docs{"a\nb", "c\nd", "e"}))
+      << "a page break inside a line starts the next document after it";
+  EXPECT_EQ(
+      split(Delimiter(D::kBlankLine), "\r\n\r\nfirst\r\nstill first\r\n \t\r\n\r\nsecond\r\n\r\n"),
+      (Docs{"first\r\nstill first\r\n", "second\r\n"}))
+      << "blank lines end documents and empty documents are dropped";
+  EXPECT_EQ(split(Delimiter(D::kEveryNLines, 2), "1\r\n2\n3\r4\r\n5"),
+            (Docs{"1\r\n2\n", "3\r4\r\n", "5"}))
+      << "lines of any line end count";
+  EXPECT_EQ(split(Delimiter(D::kEveryNLines, 0), "a\nb\n"), (Docs{"a\n", "b\n"}));
+  const std::string strings = "alpha\r\n----\r\nbeta ---- gamma\r\n----";
+  EXPECT_EQ(split(Delimiter(D::kString, 0, "----"), strings),
+            (Docs{"alpha\r\n", "beta ", " gamma\r\n"}))
+      << "the end string is in neither document";
+  EXPECT_EQ(split(Delimiter(D::kString, 0, ""), strings), Docs{strings}) << "never matches";
+  EXPECT_EQ(split(Delimiter(D::kPageBreak | D::kBlankLine), "a\r\n\r\nb\r\n\f\r\nc"),
             (Docs{"a\r\n", "b\r\n", "c"}));
+  // "\r" ends a block, "\n" starts the next: one CR LF line end, not two.
+  EXPECT_EQ(split(Delimiter(D::kEveryNLines, 1), "a\r\nb\r\nc", 2), (Docs{"a\r\n", "b\r\n", "c"}));
 }
 
 TEST(DocumentSplitter, PiecesOfALongDocumentEndAtLineEnds) {
@@ -104,13 +88,6 @@ TEST(DocumentSplitter, PiecesOfALongDocumentEndAtLineEnds) {
     if (piece.empty()) continue;
     EXPECT_EQ(piece.back(), '\n') << "piece " << i << " splits a line";
   }
-}
-
-TEST(DocumentSplitter, CarriageReturnAtABlockEndWaitsForItsLineFeed) {
-  // "\r" ends a block, "\n" starts the next: one CR LF line end, not two.
-  const std::string source = "a\r\nb\r\nc";
-  EXPECT_EQ(SplitSource(Delimiter(DocumentDelimiter::kEveryNLines, 1), source, 2).documents,
-            (Docs{"a\r\n", "b\r\n", "c"}));
 }
 
 TEST(DocumentSplitter, ALineLongerThanTheHoldLimitIsCutWithoutLoss) {

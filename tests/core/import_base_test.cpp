@@ -14,8 +14,10 @@ class MinimalImporter : public CIMPImportBase {
   using CIMPImportBase::Options;
 };
 
-TEST(ImportBase, PrepareKeepsTheHandleAndTheRecordAndRunsTheFile) {
+TEST(ImportBase, PrepareKeepsHandleAndRecordWhileCarryAndFirstFileStartClearAndKeepWhatIsSet) {
   MinimalImporter importer;
+  EXPECT_EQ(importer.GetCarry(), 0);
+  EXPECT_FALSE(importer.IsFirstFile());
   SETDATA record;
   record.file_name = "a.txt";
   record.delimiter_flags = 2;
@@ -23,12 +25,6 @@ TEST(ImportBase, PrepareKeepsTheHandleAndTheRecordAndRunsTheFile) {
   EXPECT_EQ(importer.ImportHandle(), 77u);
   EXPECT_EQ(importer.Options().file_name, "a.txt");
   EXPECT_EQ(importer.Options().delimiter_flags, 2);
-}
-
-TEST(ImportBase, CarryAndFirstFileStartClearAndKeepWhatIsSet) {
-  MinimalImporter importer;
-  EXPECT_EQ(importer.GetCarry(), 0);
-  EXPECT_FALSE(importer.IsFirstFile());
   importer.SetCarry(-12);
   importer.SetFirstFile(true);
   EXPECT_EQ(importer.GetCarry(), -12);

@@ -5,26 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
+#include "api/write_file.h"
 #include "core/database_import_settings.h"
 #include "core/default_filters.h"
 #include "core/filter_list_store.h"
 #include "scoped_env.h"
-#include "temp_dir.h"
 
 namespace ks::core {
 namespace {
-
-void WriteFile(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary);
-  out << text;
-}
-
-std::string ReadAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 // Points the configuration and the ODBC folder at temporary folders, so that
 // no test sees or changes the user's own settings or the system's drivers.
@@ -38,35 +26,16 @@ class ImportFiltersTest : public testing::Test {
   std::filesystem::path ConfigFile() const { return ConfigStore::DefaultPath(); }
 };
 
-TEST_F(ImportFiltersTest, BuildKeepsTheListAndALaterSessionReadsItBack) {
-  WriteFile(odbc_dir_.path() / "odbcinst.ini", "[Visual FoxPro]\nDriver=vfp.so\n");
+TEST_F(ImportFiltersTest, BuildKeepsTheListForLaterSessionsAndAShorterOneReplacesItCompletely) {
+  const auto odbcinst = odbc_dir_.path() / "odbcinst.ini";
+  WriteFile(odbcinst, "[Visual FoxPro]\nDriver=vfp.so\n");
   const CImportFilters built = CImportFilters::Build();
   ASSERT_EQ(built.filters().size(), 14u);
   EXPECT_EQ(ConfigFile().parent_path(), config_dir_.path());
   EXPECT_EQ(CImportFilters::ReadKept().filters(), built.filters());
   EXPECT_EQ(ConfigStore::Load(ConfigFile()).values().Get(kFiltersKey, "NumFilters"), "14");
-}
 
-TEST_F(ImportFiltersTest, KeptTextsKeepTheirTrailingBlanks) {
-  CImportFilters::Build();
-  const CImportFilters kept = CImportFilters::ReadKept();
-  ASSERT_NE(kept.FindByFileType(1002), nullptr);
-  EXPECT_EQ(kept.FindByFileType(1002)->name, "Kestro DOS (*.txt) ");
-  EXPECT_EQ(kept.FindByFileType(1056)->description.substr(
-                kept.FindByFileType(1056)->description.size() - 3),
-            ".  ");
-}
-
-TEST_F(ImportFiltersTest, WithoutAFoxProDriverThirteenAreKept) {
-  EXPECT_EQ(CImportFilters::Build().filters().size(), 13u);
-  EXPECT_EQ(CImportFilters::ReadKept().filters().size(), 13u);
-  EXPECT_EQ(CImportFilters::ReadKept().FindByFileType(1114), nullptr);
-}
-
-TEST_F(ImportFiltersTest, ShorterListReplacesALongerOneCompletely) {
-  WriteFile(odbc_dir_.path() / "odbc.ini", "[Micosoft FoxPro]\nDriver=fox.so\n");
-  ASSERT_EQ(CImportFilters::Build().filters().size(), 14u);
-  std::filesystem::remove(odbc_dir_.path() / "odbc.ini");
+  std::filesystem::remove(odbcinst);
   const CImportFilters rebuilt = CImportFilters::Build();
   ASSERT_EQ(rebuilt.filters().size(), 13u);
   EXPECT_EQ(CImportFilters::ReadKept().filters(), rebuilt.filters());
@@ -89,10 +58,6 @@ TEST_F(ImportFiltersTest, FilterProgramFolderInTheConfigurationAddsUseFilter) {
       program_dir.path().string());
 }
 
-TEST_F(ImportFiltersTest, NothingKeptReadsAsAnEmptyList) {
-  EXPECT_TRUE(CImportFilters::ReadKept().filters().empty());
-}
-
 TEST_F(ImportFiltersTest, DamagedConfigurationIsReportedAndNotOverwritten) {
   const std::string damaged = "[SOFTWARE\\Kestro\\Windows\\5.0\\Kestro]\nthis is not a value\n";
   WriteFile(ConfigFile(), damaged);
@@ -103,7 +68,7 @@ TEST_F(ImportFiltersTest, DamagedConfigurationIsReportedAndNotOverwritten) {
     EXPECT_NE(std::string(e.what()).find("damaged"), std::string::npos) << e.what();
     EXPECT_NE(std::string(e.what()).find(ConfigFile().string()), std::string::npos) << e.what();
   }
-  EXPECT_EQ(ReadAll(ConfigFile()), damaged);
+  EXPECT_EQ(ReadFile(ConfigFile()), damaged);
   EXPECT_THROW(CImportFilters::ReadKept(), ConfigError);
 }
 
@@ -123,7 +88,8 @@ TEST_F(ImportFiltersTest, DamagedKeptListNamesTheEntryAndValue) {
   }
 }
 
-TEST_F(ImportFiltersTest, MissingEntryOfTheKeptListIsReported) {
+TEST_F(ImportFiltersTest, NothingKeptReadsAsAnEmptyListButAMissingEntryIsReported) {
+  EXPECT_TRUE(CImportFilters::ReadKept().filters().empty());
   ConfigStore store = ConfigStore::Load(ConfigFile());
   store.values().Set(kFiltersKey, "NumFilters", "2");
   store.Save();

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <iterator>
+
 #include "core/option_mask.h"
 
 namespace ks::core {
@@ -11,166 +14,116 @@ namespace {
 
 constexpr uint32_t kEverything = 4095;
 
-// A queue record whose every option differs from its default.
-SETDATA RecordWithEveryOptionSet() {
-  SETDATA record;
-  record.import_handle = 77;
-  record.file_name = "a.txt|b.txt";
-  record.file_type = 1000;
-  record.import_location = 3;
-  record.use_entry_form = 1;
-  record.entry_form_name = "Contacts";
-  record.use_named_document = 1;
-  record.named_document = "Minutes";
-  record.delimiter_flags = 4;
-  record.delimiter_lines = 12;
-  record.delimiter_string = "----";
-  record.file_origin_ansi = 0;
-  record.auto_field_recognition = 1;
-  record.date_from = "01/01/2001";
-  record.sort_order = 1;
-  record.use_stored_settings = 1;
-  record.date_to = "12/31/2001";
-  record.full_header = 1;
-  record.message_date_from = "02/01/2001";
-  record.save_attachments = 1;
-  record.message_date_to = "02/28/2001";
-  record.filter_name = "Clean up";
-  record.delete_after_import = 1;
-  record.imap_server = "mail.example.org";
-  return record;
-}
+// A queue record whose every option differs from its default, and the
+// options it carries.
+const SETDATA kEveryOptionSet = [] {
+  SETDATA r;
+  r.import_handle = 77;
+  r.file_name = "a.txt|b.txt";
+  r.file_type = 1000;
+  r.import_location = 3;
+  r.use_entry_form = 1;
+  r.entry_form_name = "Contacts";
+  r.use_named_document = 1;
+  r.named_document = "Minutes";
+  r.delimiter_flags = 4;
+  r.delimiter_lines = 12;
+  r.delimiter_string = "----";
+  r.file_origin_ansi = 0;
+  r.auto_field_recognition = 1;
+  r.date_from = "01/01/2001";
+  r.sort_order = 1;
+  r.use_stored_settings = 1;
+  r.date_to = "12/31/2001";
+  r.full_header = 1;
+  r.message_date_from = "02/01/2001";
+  r.save_attachments = 1;
+  r.message_date_to = "02/28/2001";
+  r.filter_name = "Clean up";
+  r.delete_after_import = 1;
+  r.imap_server = "mail.example.org";
+  return r;
+}();
+const ImportOptions kEverySet = [] {
+  ImportOptions o;
+  o.file_origin_ansi = false;
+  o.import_location = 3;
+  o.use_named_document = true;
+  o.named_document = "Minutes";
+  o.delimiter_flags = 4;
+  o.delimiter_lines = 12;
+  o.delimiter_string = "----";
+  o.use_entry_form = true;
+  o.entry_form_name = "Contacts";
+  o.auto_field_recognition = true;
+  o.date_from = "01/01/2001";
+  o.date_to = "12/31/2001";
+  o.message_date_from = "02/01/2001";
+  o.message_date_to = "02/28/2001";
+  o.sort_order = SortOrder::kDescending;
+  o.use_stored_settings = true;
+  o.full_header = true;
+  o.save_attachments = true;
+  o.filter_name = "Clean up";
+  o.delete_after_import = true;
+  return o;
+}();
 
-ImportOptions OptionsWithEverySet() {
-  return ImportOptions::FromSetData(RecordWithEveryOptionSet());
-}
-
-TEST(ImportOptionsFromSetData, TakesEachArgumentAsItsOption) {
-  const ImportOptions o = OptionsWithEverySet();
-  EXPECT_FALSE(o.file_origin_ansi);
-  EXPECT_EQ(o.import_location, 3);
-  EXPECT_TRUE(o.use_named_document);
-  EXPECT_EQ(o.named_document, "Minutes");
-  EXPECT_EQ(o.delimiter_flags, 4);
-  EXPECT_EQ(o.delimiter_lines, 12);
-  EXPECT_EQ(o.delimiter_string, "----");
-  EXPECT_TRUE(o.use_entry_form);
-  EXPECT_EQ(o.entry_form_name, "Contacts");
-  EXPECT_TRUE(o.auto_field_recognition);
-  EXPECT_EQ(o.date_from, "01/01/2001");
-  EXPECT_EQ(o.date_to, "12/31/2001");
-  EXPECT_EQ(o.message_date_from, "02/01/2001");
-  EXPECT_EQ(o.message_date_to, "02/28/2001");
-  EXPECT_EQ(o.sort_order, SortOrder::kDescending);
-  EXPECT_TRUE(o.use_stored_settings);
-  EXPECT_TRUE(o.full_header);
-  EXPECT_TRUE(o.save_attachments);
-  EXPECT_EQ(o.filter_name, "Clean up");
-  EXPECT_TRUE(o.delete_after_import);
-}
-
-TEST(ImportOptionsFromSetData, IgnoresNamesWhoseFlagsAreOff) {
-  SETDATA record = RecordWithEveryOptionSet();
-  record.use_entry_form = 0;
-  record.use_named_document = 0;
-  const ImportOptions o = ImportOptions::FromSetData(record);
-  EXPECT_EQ(o.entry_form_name, "");
-  EXPECT_EQ(o.named_document, "");
-}
-
-TEST(ImportOptionsFromSetData, DefaultRecordGivesDefaultOptions) {
+TEST(ImportOptionsFromSetData, TakesEachArgumentAsItsOptionAndDefaultsFromADefaultRecord) {
+  EXPECT_EQ(ImportOptions::FromSetData(kEveryOptionSet), kEverySet);
   EXPECT_EQ(ImportOptions::FromSetData(SETDATA{}), ImportOptions{});
 }
 
 TEST(ImportOptionsWriteTo, RoundTripsEveryOptionAndLeavesOtherFieldsAlone) {
-  const SETDATA original = RecordWithEveryOptionSet();
   SETDATA written;
   written.import_handle = 5;
   written.file_name = "other.txt";
   written.file_type = 19;
   written.imap_server = "kept";
-  OptionsWithEverySet().WriteTo(written);
-  EXPECT_EQ(ImportOptions::FromSetData(written), OptionsWithEverySet());
+  kEverySet.WriteTo(written);
+  EXPECT_EQ(ImportOptions::FromSetData(written), kEverySet);
   EXPECT_EQ(written.import_handle, 5u);
   EXPECT_EQ(written.file_name, "other.txt");
   EXPECT_EQ(written.file_type, 19);
   EXPECT_EQ(written.imap_server, "kept");
-  EXPECT_EQ(written.sort_order, original.sort_order);
+  EXPECT_EQ(written.sort_order, 1);
   EXPECT_EQ(written.file_origin_ansi, 0);
 }
 
-TEST(ImportOptionsForcedToMask, OfferedOptionsKeepTheirValues) {
-  EXPECT_EQ(OptionsWithEverySet().ForcedToMask(kEverything), OptionsWithEverySet());
+TEST(ImportOptionsForcedToMask, FullMaskKeepsEveryValueAndEmptyMaskGivesEveryDefault) {
+  EXPECT_EQ(kEverySet.ForcedToMask(kEverything), kEverySet);
+  ImportOptions defaults;
+  defaults.delete_after_import = true;  // a property of the file, not an option
+  EXPECT_EQ(kEverySet.ForcedToMask(0), defaults);
 }
 
-TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnOption) {
-  const ImportOptions defaults;
-  const ImportOptions all = OptionsWithEverySet();
-  for (const ImportOption option : kOptionsInMaskOrder) {
-    const ImportOptions o = all.ForcedToMask(kEverything & ~static_cast<uint32_t>(option));
-    ImportOptions expected = all;
-    switch (option) {
-      case ImportOption::kFileOrigin:
-        expected.file_origin_ansi = defaults.file_origin_ansi;
-        break;
-      case ImportOption::kImportLocation:
-        expected.import_location = defaults.import_location;
-        expected.use_named_document = defaults.use_named_document;
-        expected.named_document = defaults.named_document;
-        break;
-      case ImportOption::kDocumentDelimiter:
-        expected.delimiter_flags = defaults.delimiter_flags;
-        expected.delimiter_lines = defaults.delimiter_lines;
-        expected.delimiter_string = defaults.delimiter_string;
-        break;
-      case ImportOption::kEntryForm:
-        expected.use_entry_form = defaults.use_entry_form;
-        expected.entry_form_name = defaults.entry_form_name;
-        break;
-      case ImportOption::kAutoFieldRecognition:
-        expected.auto_field_recognition = defaults.auto_field_recognition;
-        break;
-      case ImportOption::kDateRange:
-        expected.date_from = defaults.date_from;
-        expected.date_to = defaults.date_to;
-        break;
-      case ImportOption::kSortOrder:
-        expected.sort_order = defaults.sort_order;
-        break;
-      case ImportOption::kUseStoredSettings:
-        expected.use_stored_settings = defaults.use_stored_settings;
-        break;
-      case ImportOption::kMessageDateRange:
-        expected.message_date_from = defaults.message_date_from;
-        expected.message_date_to = defaults.message_date_to;
-        break;
-      case ImportOption::kFullHeader:
-        expected.full_header = defaults.full_header;
-        break;
-      case ImportOption::kSaveAttachments:
-        expected.save_attachments = defaults.save_attachments;
-        break;
-      case ImportOption::kUseFilter:
-        expected.filter_name = defaults.filter_name;
-        break;
-    }
-    EXPECT_EQ(o, expected) << OptionRowLabel(option);
+TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnFieldsToTheirDefaults) {
+  using enum ImportOption;
+  using O = ImportOptions;
+  const auto reset = [](auto... fields) {
+    return std::function<void(O&)>([=](O& o) { ((o.*fields = O{}.*fields), ...); });
+  };
+  const std::pair<ImportOption, std::function<void(O&)>> own_fields[] = {
+      {kFileOrigin, reset(&O::file_origin_ansi)},
+      {kImportLocation, reset(&O::import_location, &O::use_named_document, &O::named_document)},
+      {kDocumentDelimiter, reset(&O::delimiter_flags, &O::delimiter_lines, &O::delimiter_string)},
+      {kEntryForm, reset(&O::use_entry_form, &O::entry_form_name)},
+      {kAutoFieldRecognition, reset(&O::auto_field_recognition)},
+      {kDateRange, reset(&O::date_from, &O::date_to)},
+      {kSortOrder, reset(&O::sort_order)},
+      {kUseStoredSettings, reset(&O::use_stored_settings)},
+      {kMessageDateRange, reset(&O::message_date_from, &O::message_date_to)},
+      {kFullHeader, reset(&O::full_header)},
+      {kSaveAttachments, reset(&O::save_attachments)},
+      {kUseFilter, reset(&O::filter_name)},
+  };
+  ASSERT_EQ(std::size(own_fields), std::size(kOptionsInMaskOrder));
+  for (const auto& [option, reset_own_fields] : own_fields) {
+    ImportOptions expected = kEverySet;
+    reset_own_fields(expected);
+    EXPECT_EQ(kEverySet.ForcedToMask(kEverything & ~static_cast<uint32_t>(option)), expected)
+        << OptionRowLabel(option);
   }
-}
-
-TEST(ImportOptionsForcedToMask, DefaultsAreThoseUsersAreTold) {
-  const ImportOptions o = OptionsWithEverySet().ForcedToMask(0);
-  EXPECT_TRUE(o.file_origin_ansi);
-  EXPECT_EQ(o.import_location, 1);
-  EXPECT_EQ(o.delimiter_flags, 0);
-  EXPECT_FALSE(o.use_entry_form);
-  EXPECT_EQ(o.entry_form_name, "");
-  EXPECT_FALSE(o.auto_field_recognition);
-  EXPECT_EQ(o.sort_order, SortOrder::kAscending);
-  EXPECT_FALSE(o.use_stored_settings);
-  EXPECT_FALSE(o.full_header);
-  EXPECT_FALSE(o.save_attachments);
-  EXPECT_EQ(o.filter_name, "");
 }
 
 TEST(ImportOptionsForcedToMask, TypeWithoutLocationImportsAtTheEndWhateverTheCode) {

@@ -4,64 +4,40 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <optional>
 
+#include "api/write_file.h"
 #include "scoped_env.h"
-#include "temp_dir.h"
 
 namespace ks::core {
 namespace {
-
-void WriteFile(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream out(path, std::ios::binary);
-  out << text;
-}
 
 const char kVisualFoxProIni[] =
     "[PostgreSQL]\nDriver=/usr/lib/psqlodbcw.so\n\n[Visual FoxPro]\nDriver=/usr/lib/vfp.so\n";
 const char kOlderFoxProIni[] = "[Micosoft FoxPro]\r\nDriver=/usr/lib/fox.so\r\n";
 const char kNoFoxProIni[] = "[PostgreSQL]\nDriver=/usr/lib/psqlodbcw.so\n";
 
-TEST(FindFoxProDriver, NoOdbcFilesMeansNoDriver) {
-  TempDir odbc;
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kNone);
-}
-
-TEST(FindFoxProDriver, FindsVisualFoxProInOdbcIni) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbc.ini", kVisualFoxProIni);
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kVisualFoxPro);
-}
-
-TEST(FindFoxProDriver, FindsTheOlderDriverUnderItsOwnSpelling) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbcinst.ini", kOlderFoxProIni);
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kFoxPro);
-}
-
-TEST(FindFoxProDriver, CorrectlySpeltOlderNameIsNotTheDriver) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbcinst.ini", "[Microsoft FoxPro]\nDriver=x\n");
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kNone);
-}
-
-TEST(FindFoxProDriver, VisualFoxProWinsWhenBothAreListed) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbcinst.ini", std::string(kOlderFoxProIni) + kVisualFoxProIni);
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kVisualFoxPro);
-}
-
-TEST(FindFoxProDriver, OdbcinstIniIsReadOnlyWhenOdbcIniDoesNotExist) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbc.ini", kNoFoxProIni);
-  WriteFile(odbc.path() / "odbcinst.ini", kVisualFoxProIni);
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kNone);
-}
-
-TEST(FindFoxProDriver, OddLinesInAnOdbcFileAreSkipped) {
-  TempDir odbc;
-  WriteFile(odbc.path() / "odbcinst.ini", std::string("stray line\n") + kVisualFoxProIni);
-  EXPECT_EQ(FindFoxProDriver(odbc.path()), FoxProDriver::kVisualFoxPro);
+TEST(FindFoxProDriver, DriverIsFoundByItsSectionInTheOdbcFiles) {
+  const std::string vfp = kVisualFoxProIni, older = kOlderFoxProIni;
+  const struct {
+    const char* what;
+    std::optional<std::string> odbc_ini, odbcinst_ini;
+    FoxProDriver driver;
+  } cases[] = {
+      {"no ODBC files", {}, {}, FoxProDriver::kNone},
+      {"Visual FoxPro in odbc.ini", vfp, {}, FoxProDriver::kVisualFoxPro},
+      {"the older driver under its own spelling", {}, older, FoxProDriver::kFoxPro},
+      {"a correctly spelt older name", {}, "[Microsoft FoxPro]\nDriver=x\n", FoxProDriver::kNone},
+      {"Visual FoxPro wins over the older", {}, older + vfp, FoxProDriver::kVisualFoxPro},
+      {"odbcinst.ini only without odbc.ini", kNoFoxProIni, vfp, FoxProDriver::kNone},
+      {"odd lines are skipped", {}, "stray line\n" + vfp, FoxProDriver::kVisualFoxPro},
+  };
+  for (const auto& c : cases) {
+    TempDir odbc;
+    if (c.odbc_ini) WriteFile(odbc.path() / "odbc.ini", *c.odbc_ini);
+    if (c.odbcinst_ini) WriteFile(odbc.path() / "odbcinst.ini", *c.odbcinst_ini);
+    EXPECT_EQ(FindFoxProDriver(odbc.path()), c.driver) << c.what;
+  }
 }
 
 TEST(OdbcConfigFolder, FollowsOdbcsysini) {

@@ -8,15 +8,8 @@
 namespace ks::engine::test {
 namespace {
 
-class AddingTest : public EngineTest {
- protected:
-  void SetUp() override { db_ = CreateAndOpen(Path()); }
-  void TearDown() override {
-    if (db_ != 0) EngCloseDatabase(db_);
-  }
-
-  uint32_t db_ = 0;
-};
+using AddingTest = DatabaseTest;
+using Texts = std::vector<std::string>;
 
 // Deterministic text with CR LF line ends and every byte value but NUL, so a
 // lost, doubled or moved byte shows.
@@ -99,134 +92,79 @@ TEST_F(AddingTest, EachSavedDocumentCanBeReadAndChangedAtOnce) {
   EXPECT_EQ(Search(db_, "document").size(), 150u);
 }
 
-TEST_F(AddingTest, DocumentIsInvisibleToOtherHandlesUntilCommitted) {
-  char marker;
-  ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
-  ASSERT_NE(AddDocument(db_, "one"), 0u);
-  uint32_t reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  ASSERT_NE(reader, 0u) << LastError();
-  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 0u);
-  uint32_t added = 0;
-  ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1);
-  EXPECT_EQ(added, 1u);
-  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 1u);
-  EngCloseDatabase(reader);
-}
-
-TEST_F(AddingTest, EndAddCountsTheDocumentsOfItsRun) {
+TEST_F(AddingTest, RunIsInvisibleToOtherHandlesUntilEndAddCommitsAndCountsIt) {
   char marker;
   ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
   EXPECT_EQ(marker, '[');
   for (int i = 0; i < 5; ++i) ASSERT_NE(AddDocument(db_, "d"), 0u);
+  uint32_t reader = OpenForReading(Path());
+  ASSERT_NE(reader, 0u) << LastError();
+  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 0u);
+  // An unknown last document fails the call before it commits anything.
+  EXPECT_FAILS(EngEndAdd(db_, KSENG_KIND_TEXT, 424242, marker, nullptr), 0, KSENG_ERR_NO_DOCUMENT);
+  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 0u);
   uint32_t added = 0;
   ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1);
   EXPECT_EQ(added, 5u);
+  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 5u);
+  EngCloseDatabase(reader);
+  // The next run counts only its own.
   ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
   ASSERT_NE(AddDocument(db_, "e"), 0u);
   ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1);
   EXPECT_EQ(added, 1u);
 }
 
-TEST_F(AddingTest, EndAddWithAnUnknownDocumentFails) {
-  char marker;
-  ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
-  EXPECT_EQ(EngEndAdd(db_, KSENG_KIND_TEXT, 424242, marker, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
-}
-
-TEST_F(AddingTest, SaveWithNothingAddedIsOutOfOrder) {
+TEST_F(AddingTest, SaveWithNothingPendingIsOutOfOrderEvenAfterARefusedKind) {
   uint64_t id = 0;
-  EXPECT_EQ(EngSaveDocument(db_, nullptr, "text", 1, &id), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
-  EXPECT_EQ(EngSaveDocument(db_, nullptr, nullptr, 0, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
+  EXPECT_FAILS(EngSaveDocument(db_, nullptr, "text", 1, &id), 0, KSENG_ERR_STATE);
+  EXPECT_FAILS(EngSaveDocument(db_, nullptr, nullptr, 0, nullptr), 0, KSENG_ERR_STATE);
+  // An unknown kind is refused before anything is pending.
+  EXPECT_FAILS(AddPiece(db_, "x", KSENG_KIND_FORM), 0, KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngSaveDocument(db_, nullptr, nullptr, 1, nullptr), 0, KSENG_ERR_STATE);
 }
 
-TEST_F(AddingTest, FirstPieceFixesTheDocumentAndLaterPiecesOnlyAddText) {
-  ASSERT_EQ(EngAddDocument(db_, "rich ", 1, 0, KSENG_KIND_RICHTEXT, KSENG_LOC_END, 0, nullptr, 0),
+TEST_F(AddingTest, PiecesAddTheirGivenLengthAndOnlyTheFirstFixesKindAndPlace) {
+  // A length takes part of the buffer; 0 takes it up to its NUL.
+  ASSERT_EQ(EngAddDocument(db_, "abcdef", 1, 3, KSENG_KIND_RICHTEXT, KSENG_LOC_END, 0, nullptr, 0),
             KSENG_STATUS_TAKEN);
+  ASSERT_EQ(AddPiece(db_, "xyz"), KSENG_STATUS_TAKEN);
   // A later piece's kind and location are ignored.
-  ASSERT_EQ(EngAddDocument(db_, "text", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_TOP, 0, nullptr, 0),
-            KSENG_STATUS_TAKEN);
-  uint64_t id = 0;
-  ASSERT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), KSENG_STATUS_TAKEN);
+  ASSERT_EQ(AddPiece(db_, " text", KSENG_KIND_TEXT, KSENG_LOC_TOP), KSENG_STATUS_TAKEN);
+  uint64_t id = SaveFinal(db_);
   EXPECT_EQ(EngGetDocumentKind(db_, id), KSENG_KIND_RICHTEXT);
-  EXPECT_EQ(DocumentText(db_, id), "rich text");
+  EXPECT_EQ(DocumentText(db_, id), "abcxyz text");
 }
 
-TEST_F(AddingTest, LengthSelectsPartOfTheBufferAndZeroMeansStrlen) {
-  ASSERT_EQ(EngAddDocument(db_, "abcdef", 1, 3, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
-            KSENG_STATUS_TAKEN);
-  ASSERT_EQ(EngAddDocument(db_, "xyz", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
-            KSENG_STATUS_TAKEN);
-  uint64_t id = 0;
-  ASSERT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 1);
-  EXPECT_EQ(DocumentText(db_, id), "abcxyz");
-}
-
-TEST_F(AddingTest, BadPieceDropsThePendingDocument) {
-  ASSERT_EQ(EngAddDocument(db_, "part one", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
-            KSENG_STATUS_TAKEN);
-  EXPECT_EQ(EngAddDocument(db_, "part two", 2, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
-            0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  uint64_t id = AddDocument(db_, "fresh");
-  ASSERT_NE(id, 0u);
-  EXPECT_EQ(WalkTexts(db_), std::vector<std::string>{"fresh"});
-}
-
-TEST_F(AddingTest, CancelledDocumentLeavesNothingBehind) {
+TEST_F(AddingTest, BadPieceCancelAndCloseEachDropThePendingDocumentWithoutATrace) {
   std::string big = BigText(3 * 1024 * 1024);
-  ASSERT_EQ(EngAddDocument(db_, big.c_str(), 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
-            KSENG_STATUS_SAVE_FIRST);
+  ASSERT_EQ(AddPiece(db_, big.c_str()), KSENG_STATUS_SAVE_FIRST);
   ASSERT_EQ(EngSaveDocument(db_, nullptr, nullptr, 0, nullptr), KSENG_STATUS_TAKEN);
   EXPECT_EQ(EngCancelDocument(db_), 1);
   EXPECT_EQ(EngCancelDocument(db_), 1);  // nothing pending is fine too
-  EXPECT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
+  EXPECT_FAILS(EngSaveDocument(db_, nullptr, nullptr, 1, nullptr), 0, KSENG_ERR_STATE);
+  EXPECT_FAILS(EngCancelDocument(db_ + 1), 0, KSENG_ERR_HANDLE);
+
+  ASSERT_EQ(AddPiece(db_, "part one"), KSENG_STATUS_TAKEN);
+  EXPECT_FAILS(EngAddDocument(db_, "part two", 2, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0),
+               0, KSENG_ERR_ARGUMENT);
   uint64_t id = AddDocument(db_, "after");
-  EXPECT_EQ(WalkTexts(db_), std::vector<std::string>{"after"});
+  EXPECT_EQ(WalkTexts(db_), Texts{"after"});
   EXPECT_EQ(DocumentText(db_, id), "after");
-  EXPECT_EQ(EngCancelDocument(db_ + 1), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_HANDLE));
-}
 
-TEST_F(AddingTest, UnknownKindIsRefusedBeforeAnythingIsPending) {
-  EXPECT_EQ(EngAddDocument(db_, "x", 1, 0, KSENG_KIND_FORM, KSENG_LOC_END, 0, nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  EXPECT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
-}
-
-TEST_F(AddingTest, DocumentsSurviveCloseAndReopen) {
-  for (int i = 0; i < 100; ++i) ASSERT_NE(AddDocument(db_, "doc " + std::to_string(i)), 0u);
-  ASSERT_EQ(EngCloseDatabase(db_), 1);
-  db_ = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  ASSERT_NE(db_, 0u);
-  std::vector<std::string> texts = WalkTexts(db_);
-  ASSERT_EQ(texts.size(), 100u);
-  EXPECT_EQ(texts[0], "doc 0");
-  EXPECT_EQ(texts[99], "doc 99");
-  EXPECT_EQ(Search(db_, "99").size(), 1u);
-}
-
-TEST_F(AddingTest, PendingDocumentIsDroppedAtClose) {
-  ASSERT_NE(AddDocument(db_, "kept"), 0u);
-  ASSERT_EQ(EngAddDocument(db_, "unsaved", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0), 1);
-  ASSERT_EQ(EngCloseDatabase(db_), 1);
-  db_ = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  EXPECT_EQ(WalkTexts(db_), std::vector<std::string>{"kept"});
+  ASSERT_EQ(AddPiece(db_, "unsaved"), KSENG_STATUS_TAKEN);
+  Reopen(KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  EXPECT_EQ(WalkTexts(db_), Texts{"after"});
 }
 
 TEST_F(AddingTest, BatchesCommitOnTheirOwnDuringALongRun) {
-  EngCloseDatabase(db_);
   EngineTuning tuning;
   tuning.batch.documents = 10;
-  db_ = OpenTuned(Path(), KSENG_ACCESS_READWRITE, tuning);
+  ReopenTuned(tuning);
   char marker;
   ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
   for (int i = 0; i < 25; ++i) ASSERT_NE(AddDocument(db_, "doc"), 0u);
-  uint32_t reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t reader = OpenForReading(Path());
   EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 20u);
   uint32_t added = 0;
   ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1);
@@ -237,10 +175,8 @@ TEST_F(AddingTest, BatchesCommitOnTheirOwnDuringALongRun) {
 
 TEST_F(AddingTest, FieldMarkerIsTheDatabasesAndKeptInTheFile) {
   ASSERT_EQ(EngSetFieldMarker(db_, '#'), 1);
-  EXPECT_EQ(EngSetFieldMarker(db_, ' '), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  ASSERT_EQ(EngCloseDatabase(db_), 1);
-  db_ = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  EXPECT_FAILS(EngSetFieldMarker(db_, ' '), 0, KSENG_ERR_ARGUMENT);
+  Reopen();
   char marker = '[';
   ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
   EXPECT_EQ(marker, '#');

@@ -5,19 +5,16 @@
 namespace ks::engine::test {
 namespace {
 
-class AttachmentsTest : public EngineTest {
+class AttachmentsTest : public DatabaseTest {
  protected:
-  void SetUp() override { db_ = CreateAndOpen(Path()); }
-  void TearDown() override { EngCloseDatabase(db_); }
-
   uint64_t AddWith(const std::vector<KSENG_ATTACHMENT>& attachments,
                    int32_t location = KSENG_LOC_END, uint64_t anchor = 0) {
     EXPECT_EQ(EngAddDocument(db_, "with files", 1, 0, KSENG_KIND_TEXT, location, anchor,
                              attachments.data(), static_cast<uint32_t>(attachments.size())),
               1)
         << LastError();
-    uint64_t id = 0;
-    EXPECT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 1) << LastError();
+    uint64_t id = SaveFinal(db_);
+    EXPECT_NE(id, 0u) << LastError();
     return id;
   }
 
@@ -28,20 +25,17 @@ class AttachmentsTest : public EngineTest {
     EXPECT_EQ(EngReadAttachment(db_, id, index, data.data(), size), 1) << LastError();
     return data;
   }
-
-  uint32_t db_ = 0;
 };
 
 TEST_F(AttachmentsTest, NamesKindsAndBytesRoundTrip) {
   std::string binary("\0\x01\xff\r\n\0tail", 10);
   std::string large(300 * 1024, 'q');
   for (size_t i = 0; i < large.size(); i += 997) large[i] = static_cast<char>(i);
-  std::vector<KSENG_ATTACHMENT> attachments{
+  uint64_t id = AddWith({
       {"report.bin", KSENG_ATTACH_FILE, 0, binary.data(), binary.size()},
       {"empty.txt", 7, 0, nullptr, 0},
       {"large.dat", KSENG_ATTACH_FILE, 0, large.data(), large.size()},
-  };
-  uint64_t id = AddWith(attachments);
+  });
   ASSERT_EQ(EngGetAttachmentCount(db_, id), 3u);
   char name[64];
   uint32_t kind = 0;
@@ -56,18 +50,19 @@ TEST_F(AttachmentsTest, NamesKindsAndBytesRoundTrip) {
   EXPECT_EQ(DocumentText(db_, id), "with files");
 }
 
-TEST_F(AttachmentsTest, TooSmallBufferAndMissingIndexFail) {
+TEST_F(AttachmentsTest, MissingAttachmentsAndTooSmallBuffersFail) {
   std::string data = "12345";
   uint64_t id = AddWith({{"five", KSENG_ATTACH_FILE, 0, data.data(), data.size()}});
   char buffer[4] = {'?', '?', '?', '?'};
-  EXPECT_EQ(EngReadAttachment(db_, id, 0, buffer, sizeof buffer), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUFFER));
+  EXPECT_FAILS(EngReadAttachment(db_, id, 0, buffer, sizeof buffer), 0, KSENG_ERR_BUFFER);
   EXPECT_EQ(buffer[0], '?');
-  EXPECT_EQ(EngGetAttachmentInfo(db_, id, 1, nullptr, 0, nullptr, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_FAILS(EngGetAttachmentInfo(db_, id, 1, nullptr, 0, nullptr, nullptr), 0,
+               KSENG_ERR_ARGUMENT);
   char small[3];
-  EXPECT_EQ(EngGetAttachmentInfo(db_, id, 0, small, sizeof small, nullptr, nullptr), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUFFER));
+  EXPECT_FAILS(EngGetAttachmentInfo(db_, id, 0, small, sizeof small, nullptr, nullptr), 0,
+               KSENG_ERR_BUFFER);
+  EXPECT_EQ(EngGetAttachmentCount(db_, AddDocument(db_, "plain")), 0u);
+  EXPECT_FAILS(EngGetAttachmentCount(db_, 999), 0u, KSENG_ERR_NO_DOCUMENT);
 }
 
 TEST_F(AttachmentsTest, AttachmentsOfAnAppendJoinTheDocumentAppendedTo) {
@@ -78,13 +73,6 @@ TEST_F(AttachmentsTest, AttachmentsOfAnAppendJoinTheDocumentAppendedTo) {
   ASSERT_EQ(EngGetAttachmentCount(db_, id), 2u);
   EXPECT_EQ(Read(id, 1), "2");
   EXPECT_EQ(DocumentText(db_, id), "with fileswith files");
-}
-
-TEST_F(AttachmentsTest, DocumentWithoutAttachmentsHasNone) {
-  uint64_t id = AddDocument(db_, "plain");
-  EXPECT_EQ(EngGetAttachmentCount(db_, id), 0u);
-  EXPECT_EQ(EngGetAttachmentCount(db_, 999), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
 }
 
 }  // namespace

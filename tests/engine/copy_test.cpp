@@ -47,7 +47,7 @@ TEST_F(CopyTest, EverythingOfEachDocumentArrives) {
   ASSERT_EQ(
       EngAddDocument(source_, "with file", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, &attachment, 1),
       1);
-  ASSERT_EQ(EngSaveDocument(source_, nullptr, nullptr, 1, nullptr), 1);
+  ASSERT_NE(SaveFinal(source_), 0u);
 
   std::vector<uint64_t> copies = CopyAll(KSENG_LOC_END);
   ASSERT_EQ(copies.size(), 4u);
@@ -76,12 +76,10 @@ TEST_F(CopyTest, EverythingOfEachDocumentArrives) {
 }
 
 TEST_F(CopyTest, PrepareCopyCreatesOnlyMissingForms) {
-  const char* a_fields[] = {"A"};
-  const char* b_fields[] = {"B1", "B2"};
-  EngCreateForm(source_, "FormA", a_fields, 1);
-  EngCreateForm(source_, "FormB", b_fields, 2);
-  const char* other[] = {"Other"};
-  uint64_t existing = EngCreateForm(target_, "FormA", other, 1);
+  const char* fields[] = {"B1", "B2"};
+  EngCreateForm(source_, "FormA", fields, 1);
+  EngCreateForm(source_, "FormB", fields, 2);
+  uint64_t existing = EngCreateForm(target_, "FormA", fields + 1, 1);  // other fields
   ASSERT_EQ(EngPrepareCopy(source_, target_), 1) << LastError();
   ASSERT_EQ(EngPrepareCopy(source_, target_), 1);  // a second time changes nothing
   std::vector<uint64_t> forms = WalkIds(target_, KSENG_WALK_FORMS);
@@ -112,7 +110,7 @@ TEST_F(CopyTest, CopyToEndOfCurrentAppendsToThatDocument) {
 
 TEST_F(CopyTest, ReadOnlySourceAndEmptySourceWork) {
   EngCloseDatabase(source_);
-  source_ = EngOpenDatabase(Path("source.kst").c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  source_ = OpenForReading(Path("source.kst"));
   ASSERT_NE(source_, 0u);
   EXPECT_EQ(EngFirstDocument(source_, KSENG_WALK_DOCUMENTS), 0u);
   EXPECT_TRUE(CopyAll(KSENG_LOC_END).empty());
@@ -122,12 +120,12 @@ TEST_F(CopyTest, ReadOnlySourceAndEmptySourceWork) {
 TEST_F(CopyTest, CopyingIntoAReadOnlyTargetFails) {
   uint64_t id = AddDocument(source_, "x");
   EngCloseDatabase(target_);
-  target_ = EngOpenDatabase(Path("target.kst").c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  target_ = OpenForReading(Path("target.kst"));
   uint64_t position = 0;
-  EXPECT_EQ(EngCopyDocument(source_, id, 1, target_, &position, KSENG_LOC_END), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
-  EXPECT_EQ(EngCopyDocument(source_, 777, 1, target_, &position, KSENG_LOC_END), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
+  EXPECT_FAILS(EngCopyDocument(source_, id, 1, target_, &position, KSENG_LOC_END), 0,
+               KSENG_ERR_READONLY);
+  EXPECT_FAILS(EngCopyDocument(source_, 777, 1, target_, &position, KSENG_LOC_END), 0,
+               KSENG_ERR_NO_DOCUMENT);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // A process killed in the middle of a large import: the database opens
 // afterwards, holds every document committed before the kill (EngEndAdd had
 // returned for it) and no document in part.
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -101,20 +100,20 @@ void KillMidImportAndCheck(const std::string& path, int delay_ms) {
   EXPECT_EQ(EngCloseDatabase(db), 1);
 }
 
-TEST(CrashTest, KilledImportLosesNoCommittedDocumentAndLeavesNoHalfDocument) {
-  TempDir dir;
+using CrashTest = EngineTest;
+
+TEST_F(CrashTest, KilledImportLosesNoCommittedDocumentAndLeavesNoHalfDocument) {
   // Different delays land the kill at different points of a run.
   for (int delay_ms : {0, 37, 173}) {
     SCOPED_TRACE(delay_ms);
-    std::string path = dir.file("crash" + std::to_string(delay_ms) + ".kst");
+    std::string path = Path("crash" + std::to_string(delay_ms) + ".kst");
     ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
     KillMidImportAndCheck(path, delay_ms);
   }
 }
 
-TEST(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
-  TempDir dir;
-  std::string path = dir.file("hot.kst");
+TEST_F(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
+  std::string path = Path();
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
   pid_t child = fork();
   if (child == 0) {
@@ -133,15 +132,14 @@ TEST(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
   ASSERT_EQ(access((path + "-journal").c_str(), F_OK), 0) << "expected an interrupted write";
 
   std::string before = ReadFileBytes(path);
-  EXPECT_EQ(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUSY));
+  EXPECT_FAILS(OpenForReading(path), 0u, KSENG_ERR_BUSY);
   EXPECT_EQ(ReadFileBytes(path), before);
 
   uint32_t writer = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ);
   ASSERT_NE(writer, 0u) << LastError();
   EXPECT_EQ(WalkTexts(writer), std::vector<std::string>{"committed"});
   EngCloseDatabase(writer);
-  uint32_t reader = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t reader = OpenForReading(path);
   EXPECT_NE(reader, 0u) << LastError();
   EngCloseDatabase(reader);
 }

@@ -2,10 +2,11 @@
 // through the C interface the way an importer does, and reading them back.
 #pragma once
 
-#include <dirent.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <set>
@@ -41,12 +42,9 @@ inline void WriteFileBytes(const std::string& path, std::string_view bytes) {
 
 inline std::set<std::string> ListFolder(const std::string& folder) {
   std::set<std::string> names;
-  if (DIR* dir = opendir(folder.c_str())) {
-    while (dirent* entry = readdir(dir)) {
-      std::string name = entry->d_name;
-      if (name != "." && name != "..") names.insert(name);
-    }
-    closedir(dir);
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    names.insert(entry.path().filename().string());
   }
   return names;
 }
@@ -126,6 +124,25 @@ inline std::vector<uint64_t> Search(uint32_t db, const char* query) {
   return ids;
 }
 
+// The rows of a query run on the file itself, past the engine, as integers.
+inline std::vector<std::vector<int64_t>> QueryFile(const std::string& path, const char* sql) {
+  std::vector<std::vector<int64_t>> rows;
+  sqlite3* raw = nullptr;
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+      sqlite3_prepare_v2(raw, sql, -1, &statement, nullptr) == SQLITE_OK) {
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+      rows.emplace_back();
+      for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+        rows.back().push_back(sqlite3_column_int64(statement, i));
+      }
+    }
+  }
+  sqlite3_finalize(statement);
+  sqlite3_close(raw);
+  return rows;
+}
+
 inline KSENG_FIELD Field(const char* name, const char* value) {
   KSENG_FIELD field{};
   std::strncpy(field.name, name, sizeof field.name - 1);
@@ -141,6 +158,29 @@ inline int32_t WriteFields(uint32_t db, uint64_t entry, std::vector<KSENG_FIELD>
                   static_cast<uint32_t>(fields.size()), fields.data());
 }
 
+// A call that fails: it returns `failed` and leaves `error` as the last error.
+#define EXPECT_FAILS(call, failed, error)                              \
+  do {                                                                 \
+    EXPECT_EQ(call, failed);                                           \
+    EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(error)) << #call; \
+  } while (0)
+
+inline uint32_t OpenForReading(const std::string& path) {
+  return EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+}
+
+// One whole piece of text, as most callers pass it.
+inline int32_t AddPiece(uint32_t db, const char* text, int32_t kind = KSENG_KIND_TEXT,
+                        int32_t location = KSENG_LOC_END) {
+  return EngAddDocument(db, text, 1, 0, kind, location, 0, nullptr, 0);
+}
+
+// The final save of the pending document: its id, 0 on failure.
+inline uint64_t SaveFinal(uint32_t db) {
+  uint64_t id = 0;
+  return EngSaveDocument(db, nullptr, nullptr, 1, &id) == KSENG_STATUS_TAKEN ? id : 0;
+}
+
 // A test's own folder and a database file in it.
 class EngineTest : public ::testing::Test {
  protected:
@@ -148,6 +188,28 @@ class EngineTest : public ::testing::Test {
   std::string Folder() const { return dir_.path().string(); }
 
   TempDir dir_;
+};
+
+// A new database, open for writing throughout the test.
+class DatabaseTest : public EngineTest {
+ protected:
+  void SetUp() override { db_ = CreateAndOpen(Path()); }
+  void TearDown() override {
+    if (db_ != 0) EngCloseDatabase(db_);
+  }
+
+  // Closes the database and opens it again.
+  void Reopen(int32_t access = KSENG_ACCESS_READWRITE, int32_t share = KSENG_SHARE_READWRITE) {
+    ASSERT_EQ(EngCloseDatabase(db_), 1);
+    db_ = EngOpenDatabase(Path().c_str(), access, share);
+    ASSERT_NE(db_, 0u) << LastError();
+  }
+  void ReopenTuned(const EngineTuning& tuning) {
+    ASSERT_EQ(EngCloseDatabase(db_), 1);
+    db_ = OpenTuned(Path(), KSENG_ACCESS_READWRITE, tuning);
+  }
+
+  uint32_t db_ = 0;
 };
 
 }  // namespace ks::engine::test

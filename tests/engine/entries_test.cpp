@@ -6,22 +6,30 @@
 namespace ks::engine::test {
 namespace {
 
-class EntriesTest : public EngineTest {
+using Fields = std::vector<std::pair<std::string, std::string>>;
+
+class EntriesTest : public DatabaseTest {
  protected:
   void SetUp() override {
-    db_ = CreateAndOpen(Path());
+    DatabaseTest::SetUp();
     const char* fields[] = {"Name", "City", "Phone"};
     form_ = EngCreateForm(db_, "Contact", fields, 3);
     ASSERT_NE(form_, 0u) << LastError();
   }
-  void TearDown() override { EngCloseDatabase(db_); }
+
+  uint64_t NewEntry(char marker = 0, const char* text = nullptr, int32_t location = KSENG_LOC_END,
+                    uint64_t anchor = 0) {
+    uint64_t entry = 0;
+    EXPECT_EQ(EngOp251(db_, form_, &entry, marker, text, location, anchor), 1) << LastError();
+    return entry;
+  }
 
   int32_t Write(uint64_t entry, std::vector<KSENG_FIELD> fields) {
     return WriteFields(db_, entry, std::move(fields));
   }
 
-  std::vector<std::pair<std::string, std::string>> FieldsOf(uint64_t id) {
-    std::vector<std::pair<std::string, std::string>> fields;
+  Fields FieldsOf(uint64_t id) {
+    Fields fields;
     uint32_t count = EngGetFieldCount(db_, id);
     for (uint32_t i = 0; i < count; ++i) {
       char name[256], value[1024];
@@ -31,13 +39,10 @@ class EntriesTest : public EngineTest {
     return fields;
   }
 
-  uint32_t db_ = 0;
   uint64_t form_ = 0;
 };
 
-using Fields = std::vector<std::pair<std::string, std::string>>;
-
-TEST_F(EntriesTest, FormsAreFoundByNameAndWalkedApartFromDocuments) {
+TEST_F(EntriesTest, FormsAreFoundByTheirUniqueNamesAndWalkedApartFromDocuments) {
   const char* fields[] = {"Title"};
   uint64_t note = EngCreateForm(db_, "Note", fields, 1);
   EXPECT_EQ(EngFindDocument(db_, KSENG_KIND_FORM, "Contact"), static_cast<int64_t>(form_));
@@ -52,18 +57,13 @@ TEST_F(EntriesTest, FormsAreFoundByNameAndWalkedApartFromDocuments) {
   ASSERT_EQ(EngOp39(db_, note, name, sizeof name), 1);
   EXPECT_STREQ(name, "Note");
   EXPECT_EQ(FieldsOf(form_), (Fields{{"Name", ""}, {"City", ""}, {"Phone", ""}}));
+  // A form's name must be new.
+  EXPECT_FAILS(EngCreateForm(db_, "Contact", nullptr, 0), 0u, KSENG_ERR_EXISTS);
+  EXPECT_FAILS(EngCreateForm(db_, "", nullptr, 0), 0u, KSENG_ERR_ARGUMENT);
 }
 
-TEST_F(EntriesTest, FormNameMustBeNew) {
-  EXPECT_EQ(EngCreateForm(db_, "Contact", nullptr, 0), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_EXISTS));
-  EXPECT_EQ(EngCreateForm(db_, "", nullptr, 0), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-}
-
-TEST_F(EntriesTest, FieldsWrittenInAnyOrderAreShownInTheFormsOrder) {
-  uint64_t entry = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &entry, 0, "Free text.\r\n", KSENG_LOC_END, 0), 1) << LastError();
+TEST_F(EntriesTest, FieldsWrittenInAnyOrderAreShownInTheFormsOrderWithTheEntrysMarker) {
+  uint64_t entry = NewEntry('#', "Free text.\r\n");
   EXPECT_EQ(EngGetDocumentKind(db_, entry), KSENG_KIND_ENTRY);
   EXPECT_EQ(EngGetEntryForm(db_, entry), form_);
   EXPECT_EQ(DocumentText(db_, entry), "Free text.\r\n");
@@ -71,13 +71,12 @@ TEST_F(EntriesTest, FieldsWrittenInAnyOrderAreShownInTheFormsOrder) {
   ASSERT_EQ(Write(entry, {Field("Extra", "x"), Field("City", "Oslo"), Field("Name", "Ann")}), 1)
       << LastError();
   EXPECT_EQ(DocumentText(db_, entry),
-            "Name[ Ann ]\r\nCity[ Oslo ]\r\nExtra[ x ]\r\nFree text.\r\n");
+            "Name# Ann ]\r\nCity# Oslo ]\r\nExtra# x ]\r\nFree text.\r\n");
   EXPECT_EQ(FieldsOf(entry), (Fields{{"Name", "Ann"}, {"City", "Oslo"}, {"Extra", "x"}}));
 }
 
 TEST_F(EntriesTest, WritingReplacesAndANullValueClears) {
-  uint64_t entry = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &entry, 0, nullptr, KSENG_LOC_END, 0), 1);
+  uint64_t entry = NewEntry();
   ASSERT_EQ(Write(entry, {Field("Name", "Ann"), Field("City", "Oslo"), Field("Later", "1")}), 1);
   ASSERT_EQ(Write(entry, {Field("City", nullptr), Field("Name", "Bob"), Field("Second", "2")}), 1);
   EXPECT_EQ(DocumentText(db_, entry), "Name[ Bob ]\r\nLater[ 1 ]\r\nSecond[ 2 ]\r\n");
@@ -85,39 +84,28 @@ TEST_F(EntriesTest, WritingReplacesAndANullValueClears) {
   EXPECT_EQ(Search(db_, "bob"), std::vector<uint64_t>{entry});
 }
 
-TEST_F(EntriesTest, EntryUsesTheMarkerItWasCreatedWith) {
-  uint64_t entry = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &entry, '#', "", KSENG_LOC_END, 0), 1);
-  ASSERT_EQ(Write(entry, {Field("Phone", "123")}), 1);
-  EXPECT_EQ(DocumentText(db_, entry), "Phone# 123 ]\r\n");
-}
-
 TEST_F(EntriesTest, EntriesArePlacedLikeDocumentsAndChain) {
   uint64_t a = AddDocument(db_, "a");
   AddDocument(db_, "z");
-  uint64_t first = 0, second = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &first, 0, "e1", KSENG_LOC_AFTER_CURRENT, a), 1);
-  ASSERT_EQ(EngOp251(db_, form_, &second, 0, "e2", KSENG_LOC_AFTER_CURRENT, first), 1);
+  uint64_t first = NewEntry(0, "e1", KSENG_LOC_AFTER_CURRENT, a);
+  NewEntry(0, "e2", KSENG_LOC_AFTER_CURRENT, first);
   EXPECT_EQ(WalkTexts(db_), (std::vector<std::string>{"a", "e1", "e2", "z"}));
 }
 
 TEST_F(EntriesTest, HighAndLowWordsNameTheEntry) {
-  uint64_t entry = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &entry, 0, nullptr, KSENG_LOC_END, 0), 1);
+  uint64_t entry = NewEntry();
   KSENG_FIELD name = Field("Name", "Ann");
   uint32_t low = static_cast<uint32_t>(entry), high = static_cast<uint32_t>(entry >> 32);
-  EXPECT_EQ(EngOp249(db_, low, high + 1, 1, 1, &name), 0);  // another id: none
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
-  EXPECT_EQ(EngOp249(db_, low, high, 2, 1, &name), 0);  // one must be 1
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  // Another id names no entry, and `one` must be 1.
+  EXPECT_FAILS(EngOp249(db_, low, high + 1, 1, 1, &name), 0, KSENG_ERR_NO_DOCUMENT);
+  EXPECT_FAILS(EngOp249(db_, low, high, 2, 1, &name), 0, KSENG_ERR_ARGUMENT);
   EXPECT_EQ(EngOp249(db_, low, high, 1, 1, &name), 1);
   EXPECT_EQ(DocumentText(db_, entry), "Name[ Ann ]\r\n");
 }
 
 TEST_F(EntriesTest, FieldsCannotBeWrittenIntoAPlainDocument) {
   uint64_t doc = AddDocument(db_, "plain");
-  EXPECT_EQ(Write(doc, {Field("Name", "Ann")}), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_FAILS(Write(doc, {Field("Name", "Ann")}), 0, KSENG_ERR_ARGUMENT);
   EXPECT_EQ(DocumentText(db_, doc), "plain");
   EXPECT_EQ(EngGetFieldCount(db_, doc), 0u);
   EXPECT_EQ(EngGetEntryForm(db_, doc), 0u);
@@ -129,8 +117,8 @@ TEST_F(EntriesTest, AddingWithFieldValuesPutsTheFieldLinesBeforeTheText) {
                                      form_, nullptr, 0, fields, 3, 0, 0, 0),
             KSENG_STATUS_TAKEN)
       << LastError();
-  uint64_t id = 0;
-  ASSERT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 1) << LastError();
+  uint64_t id = SaveFinal(db_);
+  ASSERT_NE(id, 0u) << LastError();
   EXPECT_EQ(DocumentText(db_, id), "Name[ Ann ]\r\nPhone[ 555 ]\r\nBody text\r\n");
   EXPECT_EQ(EngGetDocumentKind(db_, id), KSENG_KIND_ENTRY);
   EXPECT_EQ(FieldsOf(id), (Fields{{"Name", "Ann"}, {"Phone", "555"}}));
@@ -145,16 +133,18 @@ TEST_F(EntriesTest, AddingWithAFormReadsTheFieldLinesTheImporterComposed) {
                                    form_, nullptr, 0, 0, 0),
             1)
       << LastError();
-  uint64_t id = 0;
-  ASSERT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 1) << LastError();
+  uint64_t id = SaveFinal(db_);
+  ASSERT_NE(id, 0u) << LastError();
   EXPECT_EQ(DocumentText(db_, id), text);
   EXPECT_EQ(EngGetEntryForm(db_, id), form_);
   EXPECT_EQ(FieldsOf(id), (Fields{{"Name", "Ann"}, {"City", "Oslo"}}));
 }
 
-TEST_F(EntriesTest, AttachFormMakesTheLastSavedDocumentAnEntry) {
+TEST_F(EntriesTest, AttachFormMakesTheLastSavedDocumentAnEntryOfAnExistingForm) {
+  EXPECT_FAILS(EngAttachForm(db_, "Contact"), 0, KSENG_ERR_STATE);  // nothing saved yet
   std::string text = "City[ Oslo ]\r\nName[ Ann ]\r\nBody.\r\n";
   uint64_t id = AddDocument(db_, text);
+  EXPECT_FAILS(EngAttachForm(db_, "Missing"), 0, KSENG_ERR_NO_DOCUMENT);
   ASSERT_EQ(EngAttachForm(db_, "Contact"), 1) << LastError();
   EXPECT_EQ(EngGetDocumentKind(db_, id), KSENG_KIND_ENTRY);
   EXPECT_EQ(EngGetEntryForm(db_, id), form_);
@@ -165,25 +155,15 @@ TEST_F(EntriesTest, AttachFormMakesTheLastSavedDocumentAnEntry) {
   EXPECT_EQ(DocumentText(db_, id), "Name[ Bob ]\r\nCity[ Oslo ]\r\nBody.\r\n");
 }
 
-TEST_F(EntriesTest, AttachFormNeedsASavedDocumentAndAnExistingForm) {
-  EXPECT_EQ(EngAttachForm(db_, "Contact"), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
-  AddDocument(db_, "x");
-  EXPECT_EQ(EngAttachForm(db_, "Missing"), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
-}
-
 TEST_F(EntriesTest, FieldBuffersThatAreTooSmallAreLeftUntouched) {
-  uint64_t entry = 0;
-  ASSERT_EQ(EngOp251(db_, form_, &entry, 0, nullptr, KSENG_LOC_END, 0), 1);
+  uint64_t entry = NewEntry();
   ASSERT_EQ(Write(entry, {Field("Name", "Annabel")}), 1);
   char name[8] = "?", value[4] = "?";
-  EXPECT_EQ(EngGetField(db_, entry, 0, name, sizeof name, value, sizeof value), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUFFER));
+  EXPECT_FAILS(EngGetField(db_, entry, 0, name, sizeof name, value, sizeof value), 0,
+               KSENG_ERR_BUFFER);
   EXPECT_STREQ(name, "?");
   EXPECT_STREQ(value, "?");
-  EXPECT_EQ(EngGetField(db_, entry, 1, name, sizeof name, nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_FAILS(EngGetField(db_, entry, 1, name, sizeof name, nullptr, 0), 0, KSENG_ERR_ARGUMENT);
 }
 
 }  // namespace

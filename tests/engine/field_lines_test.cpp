@@ -6,6 +6,16 @@
 namespace ks::engine {
 namespace {
 
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+Pairs AsPairs(const std::vector<FieldValue>& fields) {
+  Pairs pairs;
+  for (const FieldValue& field : fields) {
+    pairs.emplace_back(field.name, field.value.value_or("<absent>"));
+  }
+  return pairs;
+}
+
 TEST(FieldLines, ComposesOneCrLfLinePerFieldWithTheMarker) {
   std::vector<FieldValue> fields{{"Name", "Ann"}, {"City", ""}};
   EXPECT_EQ(ComposeFieldLines(fields, '['), "Name[ Ann ]\r\nCity[  ]\r\n");
@@ -15,11 +25,7 @@ TEST(FieldLines, ComposesOneCrLfLinePerFieldWithTheMarker) {
 TEST(FieldLines, ParsesLeadingFieldLinesAndStopsAtFreeText) {
   std::string text = "Name[ Ann ]\r\nCity[  ]\nfree text[ not ] a field\r\nName[ again ]\r\n";
   ParsedFieldLines parsed = ParseFieldLines(text, '[');
-  ASSERT_EQ(parsed.fields.size(), 2u);
-  EXPECT_EQ(parsed.fields[0].name, "Name");
-  EXPECT_EQ(parsed.fields[0].value, "Ann");
-  EXPECT_EQ(parsed.fields[1].name, "City");
-  EXPECT_EQ(parsed.fields[1].value, "");
+  EXPECT_EQ(AsPairs(parsed.fields), (Pairs{{"Name", "Ann"}, {"City", ""}}));
   EXPECT_EQ(text.substr(parsed.end), "free text[ not ] a field\r\nName[ again ]\r\n");
 }
 
@@ -31,10 +37,8 @@ TEST(FieldLines, ARepeatedNameOrAnUnendedLineIsNotAField) {
 
 TEST(FieldLines, OrdersFormFieldsFirstThenOthersAsGiven) {
   std::vector<FieldValue> given{{"x", "1"}, {"B", "2"}, {"y", "3"}, {"A", "4"}};
-  auto ordered = OrderForForm(given, {"A", "B", "C"});
-  std::vector<std::string> names;
-  for (auto& f : ordered) names.push_back(f.name);
-  EXPECT_EQ(names, (std::vector<std::string>{"A", "B", "x", "y"}));
+  EXPECT_EQ(AsPairs(OrderForForm(given, {"A", "B", "C"})),
+            (Pairs{{"A", "4"}, {"B", "2"}, {"x", "1"}, {"y", "3"}}));
 }
 
 }  // namespace

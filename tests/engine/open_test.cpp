@@ -1,7 +1,6 @@
 // Creating and opening database files: every refusal has its documented
 // error code and leaves the file exactly as it was; a read-only handle never
 // writes the file nor creates any file beside it.
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,6 +9,8 @@
 
 namespace ks::engine::test {
 namespace {
+
+using Files = std::set<std::string>;
 
 // Runs `check` in a child process with the rights of an ordinary user
 // (nobody) when the tests run as root, who may read and write any file;
@@ -36,11 +37,10 @@ class OpenTest : public EngineTest {
   void ExpectRefused(const std::string& path, uint32_t error) {
     bool existed = access(path.c_str(), F_OK) == 0;
     std::string before = existed ? ReadFileBytes(path) : "";
-    std::set<std::string> files = ListFolder(Folder());
+    Files files = ListFolder(Folder());
     for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
       SCOPED_TRACE(access_mode);
-      EXPECT_EQ(EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ), 0u);
-      EXPECT_EQ(EngLastError(0), error) << LastError();
+      EXPECT_FAILS(EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ), 0u, error);
       if (existed) {
         EXPECT_EQ(ReadFileBytes(path), before);
       }
@@ -57,15 +57,12 @@ class OpenTest : public EngineTest {
     uint64_t form = EngCreateForm(db, "Person", fields, 1);
     uint64_t entry = 0;
     ASSERT_EQ(EngOp251(db, form, &entry, 0, "note", KSENG_LOC_END, 0), 1);
-    KSENG_FIELD name = Field("Name", "Ann");
-    ASSERT_EQ(
-        EngOp249(db, static_cast<uint32_t>(entry), static_cast<uint32_t>(entry >> 32), 1, 1, &name),
-        1);
+    ASSERT_EQ(WriteFields(db, entry, {Field("Name", "Ann")}), 1);
     ASSERT_EQ(EngCloseDatabase(db), 1);
   }
 };
 
-TEST_F(OpenTest, CreatedDatabaseOpensEmptyBothWays) {
+TEST_F(OpenTest, CreatedDatabaseIsMarkedAsOursAndOpensEmptyBothWays) {
   std::string path = Path();
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1) << LastError();
   for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
@@ -75,64 +72,71 @@ TEST_F(OpenTest, CreatedDatabaseOpensEmptyBothWays) {
     EXPECT_EQ(EngFirstDocument(db, KSENG_WALK_DOCUMENTS), 0u);
     EXPECT_EQ(EngCloseDatabase(db), 1);
   }
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
+  using Rows = std::vector<std::vector<int64_t>>;
+  EXPECT_EQ(QueryFile(path, "PRAGMA application_id"), Rows{{0x4B535435}});
+  EXPECT_EQ(QueryFile(path, "PRAGMA user_version"), Rows{{1}});
 }
 
-TEST_F(OpenTest, FileIsMarkedWithApplicationIdAndSchemaVersion) {
-  std::string path = Path();
-  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
-  sqlite3* raw = nullptr;
-  ASSERT_EQ(sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-  auto pragma = [&](const char* sql) {
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(raw, sql, -1, &statement, nullptr);
-    sqlite3_step(statement);
-    int64_t value = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    return value;
-  };
-  EXPECT_EQ(pragma("PRAGMA application_id"), 0x4B535435);
-  EXPECT_EQ(pragma("PRAGMA user_version"), 1);
-  sqlite3_close(raw);
-}
+TEST_F(OpenTest, CreateRefusesAMissingFolderAndAnExistingFileUnlessToldToReplaceIt) {
+  EXPECT_FAILS(EngCreateDatabase(Path("missing/test.kst").c_str(), nullptr, nullptr, 0), 0,
+               KSENG_ERR_NOT_FOUND);
+  EXPECT_TRUE(ListFolder(Folder()).empty());
 
-TEST_F(OpenTest, CreateRefusesAnExistingFileUnlessToldToReplaceIt) {
   std::string path = Path();
   WriteFileBytes(path, "keep me");
-  EXPECT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_EXISTS));
+  EXPECT_FAILS(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0, KSENG_ERR_EXISTS);
   EXPECT_EQ(ReadFileBytes(path), "keep me");
-
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 1), 1) << LastError();
-  uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t db = OpenForReading(path);
   EXPECT_NE(db, 0u) << LastError();
   EngCloseDatabase(db);
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
 }
 
-TEST_F(OpenTest, CreateInAMissingFolderFailsAndLeavesNothing) {
-  std::string path = Path("missing/test.kst");
-  EXPECT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NOT_FOUND));
-  EXPECT_TRUE(ListFolder(Folder()).empty());
+TEST_F(OpenTest, WhatIsNotOneOfOurDatabasesIsRefusedWithItsOwnErrorAndLeftAlone) {
+  ExpectRefused(Path("absent.kst"), KSENG_ERR_NOT_FOUND);  // and it is not created
+  ASSERT_EQ(mkdir(Path("folder.kst").c_str(), 0755), 0);
+  WriteFileBytes(Path("notes.kst"), std::string(4096, 'x'));
+  WriteFileBytes(Path("empty.kst"), "");
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open(Path("other.db").c_str(), &raw), SQLITE_OK);
+  ASSERT_EQ(
+      sqlite3_exec(raw, "CREATE TABLE t(x); INSERT INTO t VALUES(1);", nullptr, nullptr, nullptr),
+      SQLITE_OK);
+  sqlite3_close(raw);
+  MakePopulatedDatabase(Path("newer.kst"));
+  std::string bytes = ReadFileBytes(Path("newer.kst"));
+  bytes[63] = 2;  // user_version, big-endian at offset 60
+  WriteFileBytes(Path("newer.kst"), bytes);
+  const std::pair<const char*, uint32_t> cases[] = {{"folder.kst", KSENG_ERR_NOT_DATABASE},
+                                                    {"notes.kst", KSENG_ERR_NOT_DATABASE},
+                                                    {"empty.kst", KSENG_ERR_NOT_DATABASE},
+                                                    {"other.db", KSENG_ERR_FOREIGN},
+                                                    {"newer.kst", KSENG_ERR_VERSION}};
+  for (auto [file, error] : cases) {
+    SCOPED_TRACE(file);
+    ExpectRefused(Path(file), error);
+  }
 }
 
-TEST_F(OpenTest, MissingFileIsNotFoundAndIsNotCreated) {
-  ExpectRefused(Path("absent.kst"), KSENG_ERR_NOT_FOUND);
-  EXPECT_TRUE(ListFolder(Folder()).empty());
-}
-
-TEST_F(OpenTest, FolderIsNotADatabase) {
-  std::string folder = Path("folder.kst");
-  ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
-  ExpectRefused(folder, KSENG_ERR_NOT_DATABASE);
-}
-
-TEST_F(OpenTest, UnreadableFileIsAnAccessError) {
+TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReadingAndAnUnreadableOneNotAtAll) {
   std::string path = Path();
   MakePopulatedDatabase(path);
-  ASSERT_EQ(chmod(path.c_str(), 0), 0);
   std::string before = ReadFileBytes(path);
+  // A write-protected file opens only for reading.
+  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
+    if (EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ) != 0) return false;
+    if (EngLastError(0) != KSENG_ERR_ACCESS) return false;
+    uint32_t db = OpenForReading(path);
+    bool ok = db != 0 && EngCountDocuments(db, KSENG_WALK_DOCUMENTS) == 3;
+    EngCloseDatabase(db);
+    return ok;
+  }));
+  EXPECT_EQ(ReadFileBytes(path), before);
+  // Nor is an unreadable one opened any way.
+  ASSERT_EQ(chmod(path.c_str(), 0), 0);
   EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
     for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
       if (EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ) != 0) return false;
@@ -140,37 +144,9 @@ TEST_F(OpenTest, UnreadableFileIsAnAccessError) {
     }
     return true;
   }));
+  ASSERT_EQ(chmod(path.c_str(), 0600), 0);
   EXPECT_EQ(ReadFileBytes(path), before);
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
-}
-
-TEST_F(OpenTest, TextFileAndEmptyFileAreNotDatabases) {
-  std::string text = Path("notes.kst");
-  WriteFileBytes(text, std::string(4096, 'x'));
-  ExpectRefused(text, KSENG_ERR_NOT_DATABASE);
-  std::string empty = Path("empty.kst");
-  WriteFileBytes(empty, "");
-  ExpectRefused(empty, KSENG_ERR_NOT_DATABASE);
-}
-
-TEST_F(OpenTest, SqliteFileOfAnotherApplicationIsForeign) {
-  std::string path = Path("other.db");
-  sqlite3* raw = nullptr;
-  ASSERT_EQ(sqlite3_open(path.c_str(), &raw), SQLITE_OK);
-  ASSERT_EQ(
-      sqlite3_exec(raw, "CREATE TABLE t(x); INSERT INTO t VALUES(1);", nullptr, nullptr, nullptr),
-      SQLITE_OK);
-  sqlite3_close(raw);
-  ExpectRefused(path, KSENG_ERR_FOREIGN);
-}
-
-TEST_F(OpenTest, DatabaseOfANewerSchemaVersionIsRefused) {
-  std::string path = Path();
-  MakePopulatedDatabase(path);
-  std::string bytes = ReadFileBytes(path);
-  bytes[63] = 2;  // user_version, big-endian at offset 60
-  WriteFileBytes(path, bytes);
-  ExpectRefused(path, KSENG_ERR_VERSION);
+  EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
 }
 
 TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
@@ -180,7 +156,7 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   struct stat info_before {};
   ASSERT_EQ(stat(path.c_str(), &info_before), 0);
 
-  uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t db = OpenForReading(path);
   ASSERT_NE(db, 0u) << LastError();
   std::vector<uint64_t> ids = WalkIds(db);
   ASSERT_EQ(ids.size(), 3u);
@@ -194,15 +170,11 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
 
   // Writes are refused.
   char marker = 0;
-  EXPECT_EQ(EngBeginAdd(db, &marker), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
-  EXPECT_EQ(EngAddDocument(db, "x", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
-  EXPECT_EQ(EngSetDocumentName(db, ids[0], "name"), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
-  EXPECT_EQ(EngSetFieldMarker(db, '#'), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_READONLY));
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  EXPECT_FAILS(EngBeginAdd(db, &marker), 0, KSENG_ERR_READONLY);
+  EXPECT_FAILS(AddPiece(db, "x"), 0, KSENG_ERR_READONLY);
+  EXPECT_FAILS(EngSetDocumentName(db, ids[0], "name"), 0, KSENG_ERR_READONLY);
+  EXPECT_FAILS(EngSetFieldMarker(db, '#'), 0, KSENG_ERR_READONLY);
+  EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
   EXPECT_EQ(EngCloseDatabase(db), 1);
 
   EXPECT_EQ(ReadFileBytes(path), before);
@@ -210,18 +182,16 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   ASSERT_EQ(stat(path.c_str(), &info_after), 0);
   EXPECT_EQ(info_after.st_mtim.tv_sec, info_before.st_mtim.tv_sec);
   EXPECT_EQ(info_after.st_mtim.tv_nsec, info_before.st_mtim.tv_nsec);
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
 }
 
 TEST_F(OpenTest, BadAccessOrShareModeIsAnArgumentError) {
   std::string path = Path();
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
-  EXPECT_EQ(EngOpenDatabase(path.c_str(), 3, KSENG_SHARE_READ), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  EXPECT_EQ(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, 0), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  EXPECT_EQ(EngOpenDatabase(nullptr, KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_FAILS(EngOpenDatabase(path.c_str(), 3, KSENG_SHARE_READ), 0u, KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, 0), 0u, KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngOpenDatabase(nullptr, KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u,
+               KSENG_ERR_ARGUMENT);
 }
 
 TEST_F(OpenTest, DatabaseNameIsTheFullPathAndNeedsASpareByte) {
@@ -231,7 +201,7 @@ TEST_F(OpenTest, DatabaseNameIsTheFullPathAndNeedsASpareByte) {
   char cwd[4096];
   ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
   ASSERT_EQ(chdir(Folder().c_str()), 0);
-  uint32_t db = EngOpenDatabase("./test.kst", KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t db = OpenForReading("./test.kst");
   ASSERT_EQ(chdir(cwd), 0);
   ASSERT_NE(db, 0u) << LastError();
 
@@ -240,28 +210,12 @@ TEST_F(OpenTest, DatabaseNameIsTheFullPathAndNeedsASpareByte) {
   std::string expected = real;
   std::vector<char> buffer(expected.size() + 2, '#');
   // Path plus terminator exactly filling the buffer is not enough.
-  EXPECT_EQ(EngGetDatabaseName(db, buffer.data(), static_cast<uint32_t>(expected.size() + 1)), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_BUFFER));
+  EXPECT_FAILS(EngGetDatabaseName(db, buffer.data(), static_cast<uint32_t>(expected.size() + 1)), 0,
+               KSENG_ERR_BUFFER);
   EXPECT_EQ(buffer[0], '#');
   EXPECT_EQ(EngGetDatabaseName(db, buffer.data(), static_cast<uint32_t>(buffer.size())), 1);
   EXPECT_EQ(std::string(buffer.data()), expected);
   EngCloseDatabase(db);
-}
-
-TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReading) {
-  std::string path = Path();
-  MakePopulatedDatabase(path);
-  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
-  std::string before = ReadFileBytes(path);
-  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
-    if (EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ) != 0) return false;
-    if (EngLastError(0) != KSENG_ERR_ACCESS) return false;
-    uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-    bool ok = db != 0 && EngCountDocuments(db, KSENG_WALK_DOCUMENTS) == 3;
-    EngCloseDatabase(db);
-    return ok;
-  }));
-  EXPECT_EQ(ReadFileBytes(path), before);
 }
 
 }  // namespace

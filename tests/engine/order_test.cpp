@@ -1,8 +1,6 @@
 // Database order under every import location, chains of documents placed
 // each after the previous one, and re-spacing when the order keys between two
 // documents run out.
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <map>
 #include <random>
@@ -12,24 +10,19 @@
 namespace ks::engine::test {
 namespace {
 
-class OrderTest : public EngineTest {
+class OrderTest : public DatabaseTest {
  protected:
-  void SetUp() override { db_ = CreateAndOpen(Path()); }
-  void TearDown() override { EngCloseDatabase(db_); }
-
   uint64_t Add(const std::string& text, int32_t location = KSENG_LOC_END, uint64_t anchor = 0,
                const char* anchor_name = nullptr) {
     uint64_t id = AddDocument(db_, text, location, anchor, anchor_name);
     EXPECT_NE(id, 0u) << LastError();
     return id;
   }
-
-  uint32_t db_ = 0;
 };
 
 using Texts = std::vector<std::string>;
 
-TEST_F(OrderTest, EndAppendsAndTopPrepends) {
+TEST_F(OrderTest, EndAppendsTopPrependsAndATopChainKeepsSourceOrder) {
   Add("b");
   Add("c", KSENG_LOC_END);
   Add("a", KSENG_LOC_TOP);
@@ -37,6 +30,10 @@ TEST_F(OrderTest, EndAppendsAndTopPrepends) {
   Add("e", 99);
   EXPECT_EQ(WalkTexts(db_), (Texts{"a", "b", "c", "d", "e"}));
   EXPECT_EQ(EngCountDocuments(db_, KSENG_WALK_DOCUMENTS), 5u);
+  uint64_t first = Add("t1", KSENG_LOC_TOP);
+  uint64_t second = Add("t2", KSENG_LOC_TOP, first);
+  Add("t3", KSENG_LOC_TOP, second);
+  EXPECT_EQ(WalkTexts(db_), (Texts{"t1", "t2", "t3", "a", "b", "c", "d", "e"}));
 }
 
 TEST_F(OrderTest, AfterCurrentGoesAfterTheCurrentDocumentOrAtTheEndWithoutOne) {
@@ -62,36 +59,30 @@ TEST_F(OrderTest, AfterNamedGoesAfterTheDocumentNamedAtSave) {
   EXPECT_EQ(WalkTexts(db_), (Texts{"a", "a1", "a2", "b"}));
 }
 
-TEST_F(OrderTest, AfterNamedWithAnUnknownNameFailsAndStoresNothing) {
+TEST_F(OrderTest, SaveAfterAnUnknownNameOrAnchorFailsAndStoresNothing) {
   Add("a");
-  ASSERT_EQ(
-      EngAddDocument(db_, "lost", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_AFTER_NAMED, 0, nullptr, 0),
-      KSENG_STATUS_TAKEN);
+  ASSERT_EQ(AddPiece(db_, "lost", KSENG_KIND_TEXT, KSENG_LOC_AFTER_NAMED), KSENG_STATUS_TAKEN);
   uint64_t id = 0;
-  EXPECT_EQ(EngSaveDocument(db_, "Nobody", nullptr, 1, &id), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
+  EXPECT_FAILS(EngSaveDocument(db_, "Nobody", nullptr, 1, &id), 0, KSENG_ERR_NO_DOCUMENT);
   EXPECT_EQ(WalkTexts(db_), (Texts{"a"}));
   // The failed document is gone: the next save has nothing to save.
-  EXPECT_EQ(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_STATE));
+  EXPECT_FAILS(EngSaveDocument(db_, nullptr, nullptr, 1, &id), 0, KSENG_ERR_STATE);
+
+  EXPECT_FAILS(AddDocument(db_, "x", KSENG_LOC_END, 987654), 0u, KSENG_ERR_NO_DOCUMENT);
+  EXPECT_EQ(WalkTexts(db_), (Texts{"a"}));
 }
 
-TEST_F(OrderTest, EndOfCurrentAppendsToTheCurrentDocument) {
+TEST_F(OrderTest, EndOfCurrentAppendsToTheCurrentDocumentOrMakesANewOneWithoutOne) {
   uint64_t a = Add("a\r\n");
   Add("b\r\n");
+  uint64_t fresh = Add("new", KSENG_LOC_END_OF_CURRENT);  // no current document yet
+  EXPECT_EQ(WalkIds(db_).back(), fresh);
   ASSERT_EQ(EngSetCurrentDocument(db_, a), 1);
   uint64_t target = Add("more\r\n", KSENG_LOC_END_OF_CURRENT);
   EXPECT_EQ(target, a);
   EXPECT_EQ(Add("again\r\n", KSENG_LOC_END_OF_CURRENT, target), a);
-  EXPECT_EQ(WalkTexts(db_), (Texts{"a\r\nmore\r\nagain\r\n", "b\r\n"}));
+  EXPECT_EQ(WalkTexts(db_), (Texts{"a\r\nmore\r\nagain\r\n", "b\r\n", "new"}));
   EXPECT_EQ(Search(db_, "again"), std::vector<uint64_t>{a});
-}
-
-TEST_F(OrderTest, EndOfCurrentWithoutACurrentDocumentMakesANewOneAtTheEnd) {
-  Add("a");
-  uint64_t id = Add("new", KSENG_LOC_END_OF_CURRENT);
-  EXPECT_EQ(WalkTexts(db_), (Texts{"a", "new"}));
-  EXPECT_EQ(WalkIds(db_).back(), id);
 }
 
 TEST_F(OrderTest, ManyAppendsToOneDocumentKeepEveryPieceInOrder) {
@@ -108,41 +99,18 @@ TEST_F(OrderTest, ManyAppendsToOneDocumentKeepEveryPieceInOrder) {
   EXPECT_EQ(Search(db_, "1999"), std::vector<uint64_t>{a});
 }
 
-TEST_F(OrderTest, TopChainKeepsSourceOrder) {
-  Add("old");
-  uint64_t first = Add("t1", KSENG_LOC_TOP);
-  uint64_t second = Add("t2", KSENG_LOC_TOP, first);
-  Add("t3", KSENG_LOC_TOP, second);
-  EXPECT_EQ(WalkTexts(db_), (Texts{"t1", "t2", "t3", "old"}));
-}
-
-TEST_F(OrderTest, AnchorThatDoesNotExistFailsTheSave) {
-  Add("a");
-  EXPECT_EQ(AddDocument(db_, "x", KSENG_LOC_END, 987654), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_NO_DOCUMENT));
-  EXPECT_EQ(WalkTexts(db_), (Texts{"a"}));
-}
-
 TEST_F(OrderTest, LongChainAfterAnAnchorTakesKeysWithoutMovingOtherDocuments) {
   uint64_t a = Add("a");
   uint64_t b = Add("b");
   auto keys = [&] {
-    sqlite3* raw = nullptr;
-    sqlite3_open_v2(Path().c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(raw, "SELECT id, seq FROM documents", -1, &statement, nullptr);
-    std::map<uint64_t, int64_t> result;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-      result[sqlite3_column_int64(statement, 0)] = sqlite3_column_int64(statement, 1);
-    }
-    sqlite3_finalize(statement);
-    sqlite3_close(raw);
-    return result;
+    std::map<int64_t, int64_t> seq;
+    for (const auto& row : QueryFile(Path(), "SELECT id, seq FROM documents")) seq[row[0]] = row[1];
+    return seq;
   };
-  char marker;
   ASSERT_EQ(EngEndAdd(db_, 0, 0, '[', nullptr), 1);
-  std::map<uint64_t, int64_t> before = keys();
+  std::map<int64_t, int64_t> before = keys();
 
+  char marker;
   ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
   uint64_t previous = a;
   Texts expected{"a"};
@@ -153,20 +121,20 @@ TEST_F(OrderTest, LongChainAfterAnAnchorTakesKeysWithoutMovingOtherDocuments) {
   expected.push_back("b");
   ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, nullptr), 1);
   EXPECT_EQ(WalkTexts(db_), expected);
-  std::map<uint64_t, int64_t> after = keys();
+  std::map<int64_t, int64_t> after = keys();
   EXPECT_EQ(after[a], before[a]);
   EXPECT_EQ(after[b], before[b]);
 }
 
 // With a tiny key gap every few placements run out of keys; the order must
 // still match a plain list that receives the same operations.
-TEST(OrderRespacing, RandomPlacementsWithATinyGapMatchAListModel) {
-  TempDir dir;
-  ASSERT_EQ(EngCreateDatabase(dir.file("t.kst").c_str(), nullptr, nullptr, 0), 1);
+using OrderRespacing = DatabaseTest;
+
+TEST_F(OrderRespacing, RandomPlacementsWithATinyGapMatchAListModel) {
   EngineTuning tuning;
   tuning.order_gap = 4;
   tuning.batch.documents = 97;  // commits in between: the chain memory must survive them
-  uint32_t db = OpenTuned(dir.file("t.kst"), KSENG_ACCESS_READWRITE, tuning);
+  ReopenTuned(tuning);
 
   std::vector<uint64_t> model;
   std::map<uint64_t, std::string> texts;
@@ -177,64 +145,53 @@ TEST(OrderRespacing, RandomPlacementsWithATinyGapMatchAListModel) {
     int choice = static_cast<int>(random() % 10);
     uint64_t id = 0;
     if (model.empty() || choice == 0) {
-      id = AddDocument(db, text, KSENG_LOC_END);
+      id = AddDocument(db_, text, KSENG_LOC_END);
       model.push_back(id);
     } else if (choice == 1) {
-      id = AddDocument(db, text, KSENG_LOC_TOP);
+      id = AddDocument(db_, text, KSENG_LOC_TOP);
       model.insert(model.begin(), id);
-    } else if (choice <= 3) {
-      uint64_t anchor = model[random() % model.size()];
-      id = AddDocument(db, text, KSENG_LOC_AFTER_CURRENT, anchor);
-      model.insert(std::find(model.begin(), model.end(), anchor) + 1, id);
     } else {
-      // Chains after the previous document, the importer's common case.
-      uint64_t anchor = previous != 0 ? previous : model.front();
-      id = AddDocument(db, text, KSENG_LOC_AFTER_CURRENT, anchor);
+      // Mostly after the previous document: the importer's chains.
+      uint64_t anchor = choice <= 3 ? model[random() % model.size()] : previous;
+      id = AddDocument(db_, text, KSENG_LOC_AFTER_CURRENT, anchor);
       model.insert(std::find(model.begin(), model.end(), anchor) + 1, id);
     }
     ASSERT_NE(id, 0u) << LastError();
     ASSERT_TRUE(texts.emplace(id, text).second) << "id " << id << " given twice";
     previous = id;
     if (step % 250 == 0) {
-      ASSERT_EQ(WalkIds(db), model) << "after step " << step;
+      ASSERT_EQ(WalkIds(db_), model) << "after step " << step;
     }
   }
-  EXPECT_EQ(WalkIds(db), model);
+  EXPECT_EQ(WalkIds(db_), model);
   // Ids stay valid while documents move: every id still finds its own text,
   // name and full-text entry.
   for (uint64_t id : model) {
-    ASSERT_EQ(DocumentText(db, id), texts[id]) << id;
+    ASSERT_EQ(DocumentText(db_, id), texts[id]) << id;
   }
   uint64_t some = model[model.size() / 2];
-  ASSERT_EQ(EngSetDocumentName(db, some, "Middle"), 1);
-  EXPECT_EQ(EngFindDocument(db, KSENG_KIND_TEXT, "Middle"), static_cast<int64_t>(some));
-  EXPECT_EQ(Search(db, texts[some].c_str()), std::vector<uint64_t>{some});
-  ASSERT_EQ(EngCloseDatabase(db), 1);
+  ASSERT_EQ(EngSetDocumentName(db_, some, "Middle"), 1);
+  EXPECT_EQ(EngFindDocument(db_, KSENG_KIND_TEXT, "Middle"), static_cast<int64_t>(some));
+  EXPECT_EQ(Search(db_, texts[some].c_str()), std::vector<uint64_t>{some});
 
   // And the order is what was stored, not what a cache remembered.
-  db = EngOpenDatabase(dir.file("t.kst").c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  EXPECT_EQ(WalkIds(db), model);
-  EXPECT_EQ(Search(db, texts[model.front()].c_str()), std::vector<uint64_t>{model.front()});
-  EngCloseDatabase(db);
+  Reopen(KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  EXPECT_EQ(WalkIds(db_), model);
+  EXPECT_EQ(Search(db_, texts[model.front()].c_str()), std::vector<uint64_t>{model.front()});
 }
 
-TEST(OrderRespacing, ChainsAtBothEndsWithATinyGapStayInOrder) {
-  TempDir dir;
-  ASSERT_EQ(EngCreateDatabase(dir.file("t.kst").c_str(), nullptr, nullptr, 0), 1);
+TEST_F(OrderRespacing, ChainsAtBothEndsWithATinyGapStayInOrder) {
   EngineTuning tuning;
   tuning.order_gap = 2;
-  uint32_t db = OpenTuned(dir.file("t.kst"), KSENG_ACCESS_READWRITE, tuning);
-  std::vector<uint64_t> model;
-  for (int i = 0; i < 300; ++i) model.push_back(AddDocument(db, "e" + std::to_string(i)));
-  uint64_t previous = 0;
-  std::vector<uint64_t> top;
+  ReopenTuned(tuning);
+  std::vector<uint64_t> ends, tops;
+  for (int i = 0; i < 300; ++i) ends.push_back(AddDocument(db_, "e" + std::to_string(i)));
   for (int i = 0; i < 300; ++i) {
-    previous = AddDocument(db, "t" + std::to_string(i), KSENG_LOC_TOP, previous);
-    top.push_back(previous);
+    uint64_t previous = tops.empty() ? 0 : tops.back();
+    tops.push_back(AddDocument(db_, "t" + std::to_string(i), KSENG_LOC_TOP, previous));
   }
-  model.insert(model.begin(), top.begin(), top.end());
-  EXPECT_EQ(WalkIds(db), model);
-  EngCloseDatabase(db);
+  tops.insert(tops.end(), ends.begin(), ends.end());
+  EXPECT_EQ(WalkIds(db_), tops);
 }
 
 }  // namespace

@@ -13,26 +13,21 @@ class ProtectionTest : public EngineTest {
   static constexpr const char* kPassword = "correct horse battery";
 };
 
-TEST_F(ProtectionTest, PlainOpenIsRefusedWithPasswordRequired) {
-  for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
-    EXPECT_EQ(EngOpenDatabase(Path().c_str(), access_mode, KSENG_SHARE_READ), 0u);
-    EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_REQUIRED));
-  }
-}
-
-TEST_F(ProtectionTest, WrongPasswordOrLoginGroupIsRefusedWithPasswordWrong) {
+TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing) {
   std::string before = ReadFileBytes(Path());
-  EXPECT_EQ(
-      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ, "guess", "Staff"),
-      0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
-  EXPECT_EQ(
-      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword, "Default"),
-      0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
-  EXPECT_EQ(
-      EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, nullptr, nullptr), 0u);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_PASSWORD_WRONG));
+  for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
+    EXPECT_FAILS(EngOpenDatabase(Path().c_str(), access_mode, KSENG_SHARE_READ), 0u,
+                 KSENG_ERR_PASSWORD_REQUIRED);
+  }
+  const std::tuple<int32_t, const char*, const char*> wrong[] = {
+      {KSENG_ACCESS_READWRITE, "guess", "Staff"},
+      {KSENG_ACCESS_READ, kPassword, "Default"},
+      {KSENG_ACCESS_READ, nullptr, nullptr}};
+  for (auto [access_mode, password, group] : wrong) {
+    SCOPED_TRACE(std::string(password ? password : "-") + " / " + (group ? group : "-"));
+    EXPECT_FAILS(EngOpenDatabaseEx(Path().c_str(), access_mode, KSENG_SHARE_READ, password, group),
+                 0u, KSENG_ERR_PASSWORD_WRONG);
+  }
   EXPECT_EQ(ReadFileBytes(Path()), before);
 }
 
@@ -60,20 +55,17 @@ TEST_F(ProtectionTest, FileHoldsNeitherThePasswordNorAnUnsaltedHash) {
   EXPECT_EQ(other.find(hash.substr(0, 60)), std::string::npos);
 }
 
-TEST_F(ProtectionTest, UnprotectedDatabaseIgnoresCredentials) {
+TEST_F(ProtectionTest, OnlyALoginGroupWithAPasswordProtectsADatabase) {
+  EXPECT_FAILS(EngCreateDatabase(Path("half.kst").c_str(), "Staff", nullptr, 0), 0,
+               KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngCreateDatabase(Path("half.kst").c_str(), "", "pw", 0), 0, KSENG_ERR_ARGUMENT);
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+  // With neither, credentials given at opening are ignored.
   ASSERT_EQ(EngCreateDatabase(Path("open.kst").c_str(), nullptr, "", 0), 1);
   uint32_t db = EngOpenDatabaseEx(Path("open.kst").c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ,
                                   "anything", "Anyone");
   EXPECT_NE(db, 0u) << LastError();
   EngCloseDatabase(db);
-}
-
-TEST_F(ProtectionTest, LoginGroupWithoutPasswordIsRefusedAtCreation) {
-  EXPECT_EQ(EngCreateDatabase(Path("half.kst").c_str(), "Staff", nullptr, 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  EXPECT_EQ(EngCreateDatabase(Path("half.kst").c_str(), "", "pw", 0), 0);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
-  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
 }
 
 }  // namespace

@@ -9,16 +9,7 @@
 namespace ks::engine::test {
 namespace {
 
-class SearchTest : public EngineTest {
- protected:
-  void SetUp() override { db_ = CreateAndOpen(Path()); }
-  void TearDown() override {
-    if (db_ != 0) EngCloseDatabase(db_);
-  }
-
-  uint32_t db_ = 0;
-};
-
+using SearchTest = DatabaseTest;
 using Ids = std::vector<uint64_t>;
 
 TEST_F(SearchTest, ResultsComeInDatabaseOrderNotIdOrder) {
@@ -44,12 +35,9 @@ TEST_F(SearchTest, CountExceedsCapacityAndOnlyCapacityIsFilled) {
 
 TEST_F(SearchTest, QueryThatDoesNotParseIsAQueryError) {
   AddDocument(db_, "text");
-  EXPECT_EQ(EngSearch(db_, "AND (", nullptr, 0), -1);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_QUERY));
-  EXPECT_EQ(EngSearch(db_, "nocolumn: x", nullptr, 0), -1);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_QUERY));
-  EXPECT_EQ(EngSearch(db_, nullptr, nullptr, 0), -1);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_ARGUMENT));
+  EXPECT_FAILS(EngSearch(db_, "AND (", nullptr, 0), -1, KSENG_ERR_QUERY);
+  EXPECT_FAILS(EngSearch(db_, "nocolumn: x", nullptr, 0), -1, KSENG_ERR_QUERY);
+  EXPECT_FAILS(EngSearch(db_, nullptr, nullptr, 0), -1, KSENG_ERR_ARGUMENT);
   // The handle is still fine afterwards.
   EXPECT_EQ(Search(db_, "text").size(), 1u);
 }
@@ -74,43 +62,29 @@ TEST_F(SearchTest, ChangedTextIsFoundByItsNewWordsOnly) {
   EXPECT_EQ(Search(db_, "first"), (Ids{plain}));
 }
 
-TEST_F(SearchTest, ReaderFindsChangedTextBeforeTheWriterReindexesIt) {
-  uint64_t doc = AddDocument(db_, "old words");
-  ASSERT_EQ(EngEndAdd(db_, 0, 0, '[', nullptr), 1);
-  EngCloseDatabase(db_);
-  // Change the text and commit without indexing: batches of one document
-  // commit on their own, and the writer is then left open.
-  EngineTuning tuning;
-  tuning.batch.documents = 1;
-  db_ = OpenTuned(Path(), KSENG_ACCESS_READWRITE, tuning);
-  ASSERT_EQ(EngSetCurrentDocument(db_, doc), 1);
-  ASSERT_EQ(AddDocument(db_, " new", KSENG_LOC_END_OF_CURRENT), doc);
-  ASSERT_NE(AddDocument(db_, "another fresh"), 0u);  // fills a batch: commits the append
-  uint32_t reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  ASSERT_NE(reader, 0u) << LastError();
-  EXPECT_EQ(Search(reader, "new"), (Ids{doc}));
-  EXPECT_EQ(Search(reader, "old"), (Ids{doc}));
-  EXPECT_EQ(Search(reader, "fresh").size(), 1u);
-  EngCloseDatabase(reader);
-}
-
-TEST_F(SearchTest, DocumentsPlacedAmongIndexedOnesAreFound) {
+TEST_F(SearchTest, ReaderFindsCommittedChangesBeforeTheWriterIndexesThem) {
+  uint64_t changed = AddDocument(db_, "old words");
   uint64_t first = AddDocument(db_, "first");
   AddDocument(db_, "last");
   ASSERT_EQ(EngEndAdd(db_, 0, 0, '[', nullptr), 1);
   // Keys below the index's watermark: at the top and between two documents.
   uint64_t top = AddDocument(db_, "newcomer at the top", KSENG_LOC_TOP);
   uint64_t middle = AddDocument(db_, "newcomer in the middle", KSENG_LOC_AFTER_CURRENT, first);
-  // Committed but not indexed: a reader finds them through its scratch index.
-  EngCloseDatabase(db_);
+  // Committed but not indexed; from now on each document commits on its own.
   EngineTuning tuning;
   tuning.batch.documents = 1;
-  db_ = OpenTuned(Path(), KSENG_ACCESS_READWRITE, tuning);
-  uint64_t bottom = AddDocument(db_, "newcomer below", KSENG_LOC_AFTER_CURRENT, top);
-  uint32_t reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  EXPECT_EQ(Search(reader, "newcomer"), (Ids{top, bottom, middle}));
+  ReopenTuned(tuning);
+  ASSERT_EQ(EngSetCurrentDocument(db_, changed), 1);
+  ASSERT_EQ(AddDocument(db_, " new", KSENG_LOC_END_OF_CURRENT), changed);
+  // Fills a batch, which commits the append too.
+  uint64_t below = AddDocument(db_, "newcomer below", KSENG_LOC_AFTER_CURRENT, top);
+  uint32_t reader = OpenForReading(Path());
+  ASSERT_NE(reader, 0u) << LastError();
+  EXPECT_EQ(Search(reader, "new"), (Ids{changed}));
+  EXPECT_EQ(Search(reader, "old"), (Ids{changed}));
+  EXPECT_EQ(Search(reader, "newcomer"), (Ids{top, below, middle}));
   EngCloseDatabase(reader);
-  EXPECT_EQ(Search(db_, "newcomer"), (Ids{top, bottom, middle}));
+  EXPECT_EQ(Search(db_, "newcomer"), (Ids{top, below, middle}));
 }
 
 // A writer that stopped between batch commits leaves committed documents that
@@ -132,14 +106,13 @@ TEST_F(SearchTest, UnindexedDocumentsAreFoundOnAReadOnlyHandle) {
   ASSERT_TRUE(WIFEXITED(status));
 
   std::string before = ReadFileBytes(Path());
-  uint32_t reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  uint32_t reader = OpenForReading(Path());
   ASSERT_NE(reader, 0u) << LastError();
   EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 20u);
   EXPECT_EQ(Search(reader, "unindexed").size(), 20u);
   EXPECT_EQ(Search(reader, "word7").size(), 1u);
   EXPECT_EQ(Search(reader, "word7 OR word8"), (Ids{WalkIds(reader)[7], WalkIds(reader)[8]}));
-  EXPECT_EQ(EngSearch(reader, "AND (", nullptr, 0), -1);
-  EXPECT_EQ(EngLastError(0), static_cast<uint32_t>(KSENG_ERR_QUERY));
+  EXPECT_FAILS(EngSearch(reader, "AND (", nullptr, 0), -1, KSENG_ERR_QUERY);
   EngCloseDatabase(reader);
   EXPECT_EQ(ReadFileBytes(Path()), before);
   EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
@@ -149,7 +122,7 @@ TEST_F(SearchTest, UnindexedDocumentsAreFoundOnAReadOnlyHandle) {
   ASSERT_NE(db_, 0u) << LastError();
   EngCloseDatabase(db_);
   db_ = 0;
-  reader = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  reader = OpenForReading(Path());
   EXPECT_EQ(Search(reader, "unindexed").size(), 20u);
   EngCloseDatabase(reader);
 }

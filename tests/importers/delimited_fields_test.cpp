@@ -27,216 +27,76 @@ Values Split(std::string_view record, std::string_view delimiters = ",",
   return fields.Values();
 }
 
-Values SplitMerging(std::string_view record) {
-  return Split(record, ",", "\"", 1);
-}
+struct SplitCase {
+  const char* name;
+  std::string record;
+  Values expected;
+  std::string_view delimiters = ",";
+  std::string_view qualifier = "\"";
+  int consecutive = 0;  // 1: consecutive delimiters count as one
+};
 
-// ---- Plain delimiters ----
-
-TEST(DelimitedSplitter, ThreeValuesBetweenTwoDelimiters) {
-  EXPECT_EQ(Split("a,b,c"), (Values{"a", "b", "c"}));
-}
-
-TEST(DelimitedSplitter, EmptyValueBetweenTwoDelimitersUnlessTheyCountAsOne) {
-  EXPECT_EQ(Split("a,,c"), (Values{"a", "", "c"}));
-  EXPECT_EQ(SplitMerging("a,,c"), (Values{"a", "c"}));
-  EXPECT_EQ(SplitMerging("a,,,,c"), (Values{"a", "c"}));
-}
-
-TEST(DelimitedSplitter, LeadingDelimitersAreNeverMerged) {
-  EXPECT_EQ(Split(",a"), (Values{"", "a"}));
-  EXPECT_EQ(SplitMerging(",a"), (Values{"", "a"}));
-  EXPECT_EQ(Split(",,a"), (Values{"", "", "a"}));
-  EXPECT_EQ(SplitMerging(",,a"), (Values{"", "a"}))
-      << "the second comma follows the one that ended the empty first value";
-}
-
-TEST(DelimitedSplitter, TrailingDelimiterGivesOneMoreEmptyValue) {
-  EXPECT_EQ(Split("a,b,"), (Values{"a", "b", ""}));
-  EXPECT_EQ(Split("a,b,,,"), (Values{"a", "b", "", "", ""}));
-  EXPECT_EQ(SplitMerging("a,b,,,"), (Values{"a", "b", ""}));
-  EXPECT_EQ(Split(","), (Values{"", ""}));
-}
-
-TEST(DelimitedSplitter, DelimiterListIsASetOfSingleCharacters) {
-  EXPECT_EQ(Split("a;b,c", ",;"), (Values{"a", "b", "c"}));
-  EXPECT_EQ(Split("1ab2ba3", "ab"), (Values{"1", "", "2", "", "3"}))
-      << "\"ab\" is two delimiters, never the sequence ab";
-  EXPECT_EQ(Split("a,;b", ",;", "\"", 1), (Values{"a", "b"})) << "any mix of them merges";
-}
-
-TEST(DelimitedSplitter, TabDelimiter) {
-  EXPECT_EQ(Split("a\tb c\t", "\t"), (Values{"a", "b c", ""}));
-}
-
-TEST(DelimitedSplitter, SpacesAroundValuesAreKept) {
-  EXPECT_EQ(Split(" a , b ,\"  c  \" "), (Values{" a ", " b ", "  c   "}));
-}
-
-TEST(DelimitedSplitter, ValueCountIsNotComparedWithTheColumnCount) {
-  EXPECT_EQ(Split("a,b,c,d,e").size(), 5u);
-  EXPECT_EQ(Split("a").size(), 1u);
-}
-
-TEST(DelimitedSplitter, EmptyRecordHasNoValues) {
-  EXPECT_TRUE(Split("").empty());
-}
-
-// ---- Qualifier ----
-
-TEST(DelimitedSplitterQuotes, QuotedDelimitersBelongToTheValue) {
-  EXPECT_EQ(Split("\"x,y\",z"), (Values{"x,y", "z"}));
-}
-
-TEST(DelimitedSplitterQuotes, DoubledQualifierInsideQuotesIsOneLiteralQualifier) {
-  EXPECT_EQ(Split("\"say \"\"hi\"\"\",b"), (Values{"say \"hi\"", "b"}));
-  EXPECT_EQ(Split("\"\"\"\""), (Values{"\""}));
-  EXPECT_EQ(Split("\"a\"\",b\""), (Values{"a\",b"})) << "the text stays quoted after the pair";
-}
-
-TEST(DelimitedSplitterQuotes, DoubledQualifierOutsideQuotesIsNothing) {
-  EXPECT_EQ(Split("a,\"\",b"), (Values{"a", "", "b"}));
-  EXPECT_EQ(Split("ab\"\"cd,e"), (Values{"abcd", "e"}));
-}
-
-TEST(DelimitedSplitterQuotes, QualifierOpensQuotedTextAnywhereInAField) {
-  EXPECT_EQ(Split("ab\"cd\",e"), (Values{"abcd", "e"}));
-  EXPECT_EQ(Split("ab\"c,d\"e,f"), (Values{"abc,de", "f"}));
-}
-
-TEST(DelimitedSplitterQuotes, UnclosedQualifierKeepsTheRestOfTheRecord) {
-  EXPECT_EQ(Split("a,\"b,c"), (Values{"a", "b,c"}));
-  EXPECT_EQ(Split("a,\"b,c\r\nd,e"), (Values{"a", "b,c\r\nd,e"}));
-}
-
-TEST(DelimitedSplitterQuotes, LineEndsInsideQuotesAreKept) {
-  EXPECT_EQ(Split("\"x\r\ny\",z"), (Values{"x\r\ny", "z"}));
-  EXPECT_EQ(Split("\"x\ry\",\"\nz\""), (Values{"x\ry", "\nz"}));
-}
-
-TEST(DelimitedSplitterQuotes, ApostropheQualifierMakesTheDoubleQuoteOrdinary) {
-  EXPECT_EQ(Split("'a,b',\"c,d\"", ",", "'"), (Values{"a,b", "\"c", "d\""}));
-}
-
-TEST(DelimitedSplitterQuotes, OnlyTheFirstCharacterOfTheQualifierCounts) {
-  EXPECT_EQ(Split("'a,b'x,c", ",", "'x"), (Values{"a,bx", "c"}));
-}
-
-TEST(DelimitedSplitterQuotes, NoQualifierWhenItIsEmptyOrAnythingButAQuote) {
-  for (const char* qualifier : {"", "|", "x\""}) {
-    EXPECT_EQ(Split("\"a,b\",|c|", ",", qualifier), (Values{"\"a", "b\"", "|c|"})) << qualifier;
+void ExpectSplits(const std::vector<SplitCase>& cases) {
+  for (const SplitCase& c : cases) {
+    EXPECT_EQ(Split(c.record, c.delimiters, c.qualifier, c.consecutive), c.expected) << c.name;
   }
 }
 
-// ---- Text a record reader would never hand over ----
-
-TEST(DelimitedSplitterOddText, UnquotedLineEndEndsAFieldAndOneMoreIsSkipped) {
-  EXPECT_EQ(Split("a\r\nb,c"), (Values{"a", "b", "c"}));
-  EXPECT_EQ(Split("a,\nb"), (Values{"a", "b"})) << "the delimiter's value runs into the LF";
-  EXPECT_EQ(Split("a\n\n\nb"), (Values{"a", "", "b"}));
+TEST(DelimitedSplitter, DelimitersLeadingTrailingMergedAndAsASet) {
+  ExpectSplits({
+      {"three values between two delimiters", "a,b,c", {"a", "b", "c"}},
+      {"empty value between two delimiters", "a,,c", {"a", "", "c"}},
+      {"consecutive delimiters as one", "a,,c", {"a", "c"}, ",", "\"", 1},
+      {"any run of them as one", "a,,,,c", {"a", "c"}, ",", "\"", 1},
+      {"leading delimiter", ",a", {"", "a"}},
+      {"leading delimiter is never merged", ",a", {"", "a"}, ",", "\"", 1},
+      {"two leading delimiters", ",,a", {"", "", "a"}},
+      {"merged: the 2nd comma follows the one ending value 1", ",,a", {"", "a"}, ",", "\"", 1},
+      {"trailing delimiter gives one more empty value", "a,b,", {"a", "b", ""}},
+      {"trailing delimiters", "a,b,,,", {"a", "b", "", "", ""}},
+      {"trailing delimiters merged", "a,b,,,", {"a", "b", ""}, ",", "\"", 1},
+      {"a lone delimiter", ",", {"", ""}},
+      {"delimiter list is a set", "a;b,c", {"a", "b", "c"}, ",;"},
+      {"\"ab\" is two delimiters, never the sequence ab", "1ab2ba3", {"1", "", "2", "", "3"}, "ab"},
+      {"any mix of the set merges", "a,;b", {"a", "b"}, ",;", "\"", 1},
+      {"tab delimiter", "a\tb c\t", {"a", "b c", ""}, "\t"},
+      {"spaces around values are kept", " a , b ,\"  c  \" ", {" a ", " b ", "  c   "}},
+      {"more values than columns are all kept", "a,b,c,d,e", {"a", "b", "c", "d", "e"}},
+      {"fewer values than columns", "a", {"a"}},
+      {"an empty record has no values", "", {}},
+  });
 }
 
-TEST(DelimitedSplitterOddText, TheRecordEndsAtItsFirstNul) {
-  EXPECT_EQ(Split(std::string("a,b\0c,d", 7)), (Values{"a", "b"}));
+TEST(DelimitedSplitter, QualifierRules) {
+  ExpectSplits({
+      {"quoted delimiters belong to the value", "\"x,y\",z", {"x,y", "z"}},
+      {"doubled qualifier in quotes is one literal", "\"say \"\"hi\"\"\",b", {"say \"hi\"", "b"}},
+      {"a doubled qualifier alone in quotes", "\"\"\"\"", {"\""}},
+      {"the text stays quoted after the pair", "\"a\"\",b\"", {"a\",b"}},
+      {"doubled qualifier outside quotes is nothing", "a,\"\",b", {"a", "", "b"}},
+      {"doubled qualifier inside unquoted text is nothing", "ab\"\"cd,e", {"abcd", "e"}},
+      {"qualifier opens quoted text anywhere in a field", "ab\"cd\",e", {"abcd", "e"}},
+      {"quoted text in the middle of a field", "ab\"c,d\"e,f", {"abc,de", "f"}},
+      {"unclosed qualifier keeps the rest of the record", "a,\"b,c", {"a", "b,c"}},
+      {"unclosed qualifier keeps line ends too", "a,\"b,c\r\nd,e", {"a", "b,c\r\nd,e"}},
+      {"CR LF inside quotes is kept", "\"x\r\ny\",z", {"x\r\ny", "z"}},
+      {"CR or LF inside quotes is kept", "\"x\ry\",\"\nz\"", {"x\ry", "\nz"}},
+      {"apostrophe qualifier: \" is ordinary", "'a,b',\"c,d\"", {"a,b", "\"c", "d\""}, ",", "'"},
+      {"only the first character of the qualifier counts", "'a,b'x,c", {"a,bx", "c"}, ",", "'x"},
+      {"no qualifier when it is empty", "\"a,b\",|c|", {"\"a", "b\"", "|c|"}, ",", ""},
+      {"no qualifier: anything but a quote", "\"a,b\",|c|", {"\"a", "b\"", "|c|"}, ",", "|"},
+      {"no qualifier: a quote not first", "\"a,b\",|c|", {"\"a", "b\"", "|c|"}, ",", "x\""},
+  });
 }
 
-// ---- Handing out values ----
-
-TEST(DelimitedFieldsCursor, ValuesAreHandedOutInOrderThenNoMore) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(","));
-  fields.Split("x,y");
-  std::string value;
-  ASSERT_TRUE(fields.NextValue(&value));
-  EXPECT_EQ(value, "x");
-  ASSERT_TRUE(fields.NextValue(&value));
-  EXPECT_EQ(value, "y");
-  EXPECT_FALSE(fields.NextValue(&value));
-  EXPECT_EQ(value, "y");
-  EXPECT_EQ(fields.ValueCount(), 2u);
-}
-
-TEST(DelimitedFieldsCursor, ANewRecordDiscardsTheOldValuesAndRewinds) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(","));
-  fields.Split("1,2,3");
-  std::string value;
-  fields.NextValue(&value);
-  fields.Split("z");
-  EXPECT_EQ(fields.ValueCount(), 1u);
-  ASSERT_TRUE(fields.NextValue(&value));
-  EXPECT_EQ(value, "z");
-}
-
-// ---- Loading settings ----
-
-TEST(DelimitedFieldsSettings, DefaultsBeforeAnyLoad) {
-  CDelimitedFields fields;
-  EXPECT_EQ(fields.Qualifier(), '"');
-  EXPECT_EQ(fields.PrimaryDelimiter(), ',');
-  EXPECT_FALSE(fields.ConsecutiveAsOne());
-  EXPECT_FALSE(fields.IsDelimiter(',')) << "the table starts empty";
-  fields.Split("a,b");
-  EXPECT_EQ(fields.Values(), (Values{"a,b"}));
-}
-
-TEST(DelimitedFieldsSettings, LoadTakesQualifierSwitchAndEveryDelimiter) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(";|", "'", 1));
-  EXPECT_EQ(fields.Qualifier(), '\'');
-  EXPECT_TRUE(fields.ConsecutiveAsOne());
-  EXPECT_EQ(fields.PrimaryDelimiter(), ';');
-  EXPECT_TRUE(fields.IsDelimiter(';'));
-  EXPECT_TRUE(fields.IsDelimiter('|'));
-  EXPECT_FALSE(fields.IsDelimiter(','));
-}
-
-TEST(DelimitedFieldsSettings, EveryLoadStartsFromAnEmptyTable) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(";"));
-  fields.LoadSettings(Settings(","));
-  EXPECT_FALSE(fields.IsDelimiter(';'));
-  EXPECT_TRUE(fields.IsDelimiter(','));
-}
-
-TEST(DelimitedFieldsSettings, AStringThatFailsSplitsOnCommaWithTheDoubleQuote) {
-  CDelimitedFields fields;
-  fields.LoadSettings("T=CSV\r\nN=2\r\nD=;\r\nTC=5");
-  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 13009u);
-  EXPECT_TRUE(fields.IsDelimiter(','));
-  EXPECT_FALSE(fields.IsDelimiter(';'));
-  fields.Split("\"a,b\",c;d");
-  EXPECT_EQ(fields.Values(), (Values{"a,b", "c;d"}));
-}
-
-TEST(DelimitedFieldsSettings, AFailedLoadKeepsWhatTheLastGoodLoadSet) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(";,", "'", 1));
-  fields.LoadSettings("");
-  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 13012u);
-  EXPECT_TRUE(fields.IsDelimiter(';')) << "the primary delimiter is the last good one";
-  EXPECT_FALSE(fields.IsDelimiter(','));
-  EXPECT_EQ(fields.Qualifier(), '\'');
-  EXPECT_TRUE(fields.ConsecutiveAsOne());
-}
-
-TEST(DelimitedFieldsSettings, AFixedWidthStringLeavesNoDelimiterAndNoQualifier) {
-  CDelimitedFields fields;
-  fields.LoadSettings("T=FXD\r\nN=1\r\nL1=4");
-  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 0u);
-  EXPECT_EQ(fields.Qualifier(), '\0');
-  EXPECT_FALSE(fields.IsDelimiter(','));
-  fields.Split("\"a,b");
-  EXPECT_EQ(fields.Values(), (Values{"\"a,b"}));
-}
-
-TEST(DelimitedFieldsSettings, AHugeFieldIsSplitWhole) {
-  CDelimitedFields fields;
-  fields.LoadSettings(Settings(","));
-  std::string record = "a,\"" + std::string(8u << 20, 'x') + "\",b";
-  fields.Split(record);
-  ASSERT_EQ(fields.ValueCount(), 3u);
-  EXPECT_EQ(fields.Values()[1].size(), 8u << 20);
+// Text a record reader would never hand over.
+TEST(DelimitedSplitter, OddTextFromOutsideTheReader) {
+  ExpectSplits({
+      {"an unquoted line end ends a field and one more is skipped", "a\r\nb,c", {"a", "b", "c"}},
+      {"the delimiter's value runs into the LF", "a,\nb", {"a", "b"}},
+      {"three LFs", "a\n\n\nb", {"a", "", "b"}},
+      {"the record ends at its first NUL", std::string("a,b\0c,d", 7), {"a", "b"}},
+  });
 }
 
 TEST(DelimitedSplitter, OneSplitterGivesEachRecordWhatAFreshOneWould) {
@@ -249,6 +109,67 @@ TEST(DelimitedSplitter, OneSplitterGivesEachRecordWhatAFreshOneWould) {
     fields.Split(record);
     EXPECT_EQ(fields.Values(), Split(record)) << record;
   }
+}
+
+TEST(DelimitedFieldsCursor, ValuesAreHandedOutInOrderAndANewRecordRewinds) {
+  CDelimitedFields fields;
+  fields.LoadSettings(Settings(","));
+  fields.Split("x,y");
+  std::string value;
+  ASSERT_TRUE(fields.NextValue(&value));
+  EXPECT_EQ(value, "x");
+  ASSERT_TRUE(fields.NextValue(&value));
+  EXPECT_EQ(value, "y");
+  EXPECT_FALSE(fields.NextValue(&value));
+  EXPECT_EQ(value, "y");
+  EXPECT_EQ(fields.ValueCount(), 2u);
+  fields.Split("z");
+  EXPECT_EQ(fields.ValueCount(), 1u);
+  ASSERT_TRUE(fields.NextValue(&value));
+  EXPECT_EQ(value, "z");
+}
+
+// ---- Loading settings ----
+
+TEST(DelimitedFieldsSettings, TheDelimitersAreThoseOfTheLastLoadOnly) {
+  CDelimitedFields fields;
+  fields.Split("a,b");
+  EXPECT_EQ(fields.Values(), (Values{"a,b"})) << "before any load nothing is a delimiter";
+  fields.LoadSettings(Settings(","));
+  fields.LoadSettings(Settings(";|", "'", 1));
+  EXPECT_EQ(fields.Qualifier(), '\'');
+  EXPECT_EQ(fields.PrimaryDelimiter(), ';');
+  fields.Split("'a;b',c;;d|e");
+  EXPECT_EQ(fields.Values(), (Values{"a;b,c", "d", "e"}));
+}
+
+TEST(DelimitedFieldsSettings, AFirstLoadThatFailsSplitsOnCommaWithTheDoubleQuote) {
+  CDelimitedFields fields;
+  fields.LoadSettings("T=CSV\r\nN=2\r\nD=;\r\nTC=5");
+  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 13009u);
+  EXPECT_EQ(fields.Qualifier(), '"');
+  fields.Split("\"a,b\",,c;d");
+  EXPECT_EQ(fields.Values(), (Values{"a,b", "", "c;d"})) << "and counts each delimiter";
+}
+
+TEST(DelimitedFieldsSettings, AFailedLoadKeepsWhatTheLastGoodLoadSet) {
+  CDelimitedFields fields;
+  fields.LoadSettings(Settings(";,", "'", 1));
+  fields.LoadSettings("");
+  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 13012u);
+  EXPECT_EQ(fields.Qualifier(), '\'');
+  // Of the delimiters only the primary one is left.
+  fields.Split("'x;y';;z,w");
+  EXPECT_EQ(fields.Values(), (Values{"x;y", "z,w"}));
+}
+
+TEST(DelimitedFieldsSettings, AFixedWidthStringLeavesNoDelimiterAndNoQualifier) {
+  CDelimitedFields fields;
+  fields.LoadSettings("T=FXD\r\nN=1\r\nL1=4");
+  EXPECT_EQ(fields.FieldHeader().ErrorCode(), 0u);
+  EXPECT_EQ(fields.Qualifier(), '\0');
+  fields.Split("\"a,b");
+  EXPECT_EQ(fields.Values(), (Values{"\"a,b"}));
 }
 
 }  // namespace

@@ -6,12 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <filesystem>
 #include <fstream>
-#include <thread>
 
-#include "api/write_file.h"
 #include "import_fixture.h"
 #include "importers/text/ksi_file_handler.h"
 
@@ -28,178 +24,131 @@ const std::string kContactSettings =
     "T=CSV\r\nN=3\r\nNA1=Name\r\nNA2=Skip\r\nNA3=Home Phone\r\nP1=1\r\nP2=2\r\nP3=3\r\n"
     "D=,\r\nTQ=\"\r\nTC=0";
 
+std::string Settings(const std::string& names_and_more) {
+  return "T=CSV\r\n" + names_and_more;
+}
+
+const std::string kOneColumn = Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0");
+const std::string kTwoQuoted = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
+
 class DelimitedImport : public ImportFixture {
  protected:
-  // A source queued with its column header string carried by the record.
   QueuedFile Delimited(const std::string& name, const std::string& content,
                        const std::string& settings) {
-    QueuedFile file{WriteFile(dir_, name, content), kDelimited};
-    file.use_stored_settings = 1;
-    file.date_from = settings;
-    return file;
-  }
-
-  static std::string Settings(const std::string& names_and_more) {
-    return "T=CSV\r\n" + names_and_more;
-  }
-
-  void SetFieldMarker(char marker) const {
-    const uint32_t db =
-        EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
-    ASSERT_NE(db, 0u);
-    EXPECT_NE(EngSetFieldMarker(db, marker), 0);
-    EngCloseDatabase(db);
+    return Source(name, content, kDelimited, settings);
   }
 };
 
 // ---- Text mode: the document of a row ----
 
-TEST_F(DelimitedImport, NamedColumnsBecomeTrimmedFieldLinesAndSkipColumnsAreLeftOut) {
-  const auto outcome =
-      Import({Delimited("c.csv", "Smith ,x, 555\r\nJones,y,1\r\n", kContactSettings)});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
-  EXPECT_EQ(outcome.documents_added, 2u);
-  EXPECT_EQ(Documents(),
-            (Docs{"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n", "Name[ Jones ]\r\nHomePhone[ 1 ]\r\n"}));
-}
-
-TEST_F(DelimitedImport, ShortRowsKeepTheirNamesAndExtraValuesAreIgnored) {
-  const std::string settings = Settings("N=3\r\nNA1=a\r\nNA2=b\r\nNA3=c\r\nD=,\r\nTC=0");
-  const auto outcome = Import({Delimited("r.csv", "1\r\n1,2,3,4,5\r\n,,\r\n", settings)});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(Documents(), (Docs{
-                             // Names without a value stand with marker and blank only.
-                             "a[ 1 ]\r\nb[ c[ ",
-                             "a[ 1 ]\r\nb[ 2 ]\r\nc[ 3 ]\r\n",
-                             // A row of delimiters: every value is empty.
-                             "a[  ]\r\nb[  ]\r\nc[  ]\r\n",
-                         }));
-}
-
-TEST_F(DelimitedImport, SkipInAnyCaseAndEmptyNamesAreNotWritten) {
-  const std::string settings =
-      Settings("N=5\r\nNA1=skip\r\nNA2=A\r\nNA3=SKIP\r\nNA5=B\r\nD=,\r\nTC=0");
-  Import({Delimited("s.csv", "1,2,3,4,5\r\n", settings)});
-  EXPECT_EQ(Documents(), Docs{"A[ 2 ]\r\nB[ 5 ]\r\n"});
-}
-
-TEST_F(DelimitedImport, FieldNamesLoseBlanksAndTheDatabasesMarker) {
-  SetFieldMarker('<');
-  const std::string settings =
-      Settings("N=3\r\nNA1= First  Name\r\nNA2=Size<cm>\r\nNA3=a[b\r\nD=,\r\nTC=0");
-  Import({Delimited("m.csv", "Ann,12,x\r\n", settings)});
-  // The marker comes from the database; "[" is then an ordinary character.
-  EXPECT_EQ(Documents(), Docs{"FirstName< Ann ]\r\nSizecm>< 12 ]\r\na[b< x ]\r\n"});
-}
-
-TEST_F(DelimitedImport, QualifiedValuesKeepDelimitersLineBreaksAndQuotes) {
-  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,;\r\nTQ=\"\r\nTC=1");
-  const auto outcome = Import(
-      {Delimited("q.csv", "\"x,y\";\"say \"\"hi\"\"\"\r\n\"two\r\nlines\",,,z\r\n", settings)});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(Documents(), (Docs{"A[ x,y ]\r\nB[ say \"hi\" ]\r\n",
-                               // Consecutive delimiters count as one.
-                               "A[ two\r\nlines ]\r\nB[ z ]\r\n"}));
-}
-
-TEST_F(DelimitedImport, OnlyTheTwoQuoteCharactersQualifyText) {
-  const auto with = [&](const std::string& name, const std::string& qualifier_line) {
-    return Delimited(name, "\"a,b\",'c\r\nd'\r\n",
-                     Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\n" + qualifier_line + "TC=0"));
+TEST_F(DelimitedImport, EachRowBecomesADocumentOfFieldLines) {
+  const std::string two_lines = "\"a,b\",'c\r\nd'\r\n";
+  const auto quoted_by = [](const std::string& qualifier_line) {
+    return Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\n" + qualifier_line + "TC=0");
   };
-  Import({with("quote.csv", "TQ=\"\r\n"), with("apostrophe.csv", "TQ='\r\n"),
-          with("bar.csv", "TQ=|\r\n"), with("none.csv", "")});
   const std::string unqualified_row = "A[ \"a ]\r\nB[ b\" ]\r\n";
-  const std::string second_line = "A[ d' ]\r\nB[ ";
-  EXPECT_EQ(Documents(), (Docs{
-                             "A[ a,b ]\r\nB[ 'c ]\r\n", second_line,  // double quote
-                             unqualified_row,               // apostrophe: "c\r\nd" is a third value
-                             unqualified_row, second_line,  // "|" is no qualifier
-                             unqualified_row, second_line,  // nor is an empty TQ
-                         }));
-}
-
-// ---- Rows that are read ----
-
-TEST_F(DelimitedImport, RowsRunFromTheFirstRowToTheFirstBlankLine) {
-  const auto outcome =
-      Import({Delimited("h.csv", "title\r\nheader\nv1\rv2\r\n\r\nnever\r\n",
-                        Settings("N=1\r\nNA1=A\r\nP1=1\r\nS=3\r\nD=,\r\nTC=0")),
-              Delimited("t.csv", "lf\nno end", Settings("N=1\r\nNA1=B\r\nD=,\r\nTC=0"))});
-  EXPECT_EQ(outcome.documents_added, 4u);
-  // LF and CR line ends lose no character of the next line.
-  EXPECT_EQ(Documents(), (Docs{"A[ v1 ]\r\n", "A[ v2 ]\r\n", "B[ lf ]\r\n", "B[ no end ]\r\n"}));
-}
-
-TEST_F(DelimitedImport, OemValuesAreConvertedAndNamesAreNot) {
-  QueuedFile file = Delimited("oem.csv",
-                              "Stra\xE1"
-                              "e,\x9C"
-                              "5\r\n",
-                              Settings("N=2\r\nNA1=Stra\xC3\x9F"
-                                       "e\r\nNA2=Price\r\nD=,\r\nTC=0"));
-  file.origin_ansi = 0;
-  Import({file});
-  EXPECT_EQ(Documents(), Docs{"Stra\u00DFe[ Stra\u00DFe ]\r\nPrice[ \u00A35 ]\r\n"});
-}
-
-TEST_F(DelimitedImport, Utf16FileArrivesAsUtf8WhateverTheOriginChosen) {
-  // What a spreadsheet saves as "Unicode text": UTF-16LE with a mark, tabs.
+  // UTF-16LE with a mark, tabs: what a spreadsheet saves as "Unicode text".
   std::string utf16 = "\xFF\xFE";
   for (const char16_t c : std::u16string(u"Stra\u00DFe\t\u20AC5\r\nx\ty\r\n")) {
     utf16 += static_cast<char>(c & 0xFF);
     utf16 += static_cast<char>(c >> 8);
   }
-  QueuedFile file = Delimited("unicode.txt", utf16,
-                              Settings("N=2\r\nNA1=Street\r\nNA2=Price\r\nD=\t\r\nTC=0"));
-  file.origin_ansi = 0;  // the mark outweighs the origin chosen
-  EXPECT_EQ(Import({file}).result, 1u);
-  EXPECT_EQ(Documents(), (Docs{"Street[ Stra\u00DFe ]\r\nPrice[ \u20AC5 ]\r\n",
-                               "Street[ x ]\r\nPrice[ y ]\r\n"}));
+  const std::vector<SourceCase> cases = {
+      {"named columns are trimmed, Skip columns left out",
+       "Smith ,x, 555\r\nJones,y,1\r\n",
+       kContactSettings,
+       {"Name[ Smith ]\r\nHomePhone[ 555 ]\r\n", "Name[ Jones ]\r\nHomePhone[ 1 ]\r\n"}},
+      // Names without a value stand with marker and blank only; a row of
+      // delimiters has every value empty.
+      {"short rows keep their names, extra values are ignored",
+       "1\r\n1,2,3,4,5\r\n,,\r\n",
+       Settings("N=3\r\nNA1=a\r\nNA2=b\r\nNA3=c\r\nD=,\r\nTC=0"),
+       {"a[ 1 ]\r\nb[ c[ ", "a[ 1 ]\r\nb[ 2 ]\r\nc[ 3 ]\r\n", "a[  ]\r\nb[  ]\r\nc[  ]\r\n"}},
+      {"Skip in any case and empty names are not written",
+       "1,2,3,4,5\r\n",
+       Settings("N=5\r\nNA1=skip\r\nNA2=A\r\nNA3=SKIP\r\nNA5=B\r\nD=,\r\nTC=0"),
+       {"A[ 2 ]\r\nB[ 5 ]\r\n"}},
+      {"qualified values keep delimiters, line breaks and quotes; TC=1 merges delimiters",
+       "\"x,y\";\"say \"\"hi\"\"\"\r\n\"two\r\nlines\",,,z\r\n",
+       Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,;\r\nTQ=\"\r\nTC=1"),
+       {"A[ x,y ]\r\nB[ say \"hi\" ]\r\n", "A[ two\r\nlines ]\r\nB[ z ]\r\n"}},
+      {"double quote qualifies",
+       two_lines,
+       quoted_by("TQ=\"\r\n"),
+       {"A[ a,b ]\r\nB[ 'c ]\r\n", "A[ d' ]\r\nB[ "}},
+      {"apostrophe qualifies: \"c\\r\\nd\" is a third value",
+       two_lines,
+       quoted_by("TQ='\r\n"),
+       {unqualified_row}},
+      {"| is no qualifier", two_lines, quoted_by("TQ=|\r\n"), {unqualified_row, "A[ d' ]\r\nB[ "}},
+      {"nor is a missing TQ", two_lines, quoted_by(""), {unqualified_row, "A[ d' ]\r\nB[ "}},
+      // LF and CR line ends lose no character of the next line.
+      {"rows run from the first row to the first blank line",
+       "title\r\nheader\nv1\rv2\r\n\r\nnever\r\n",
+       Settings("N=1\r\nNA1=A\r\nP1=1\r\nS=3\r\nD=,\r\nTC=0"),
+       {"A[ v1 ]\r\n", "A[ v2 ]\r\n"}},
+      {"last row without a line end", "lf\nno end", kOneColumn, {"A[ lf ]\r\n", "A[ no end ]\r\n"}},
+      {"OEM values are converted, names are not",
+       "Stra\xE1"
+       "e,\x9C"
+       "5\r\n",
+       Settings("N=2\r\nNA1=Stra\xC3\x9F"
+                "e\r\nNA2=Price\r\nD=,\r\nTC=0"),
+       {"Stra\u00DFe[ Stra\u00DFe ]\r\nPrice[ \u00A35 ]\r\n"},
+       0},
+      {"UTF-16 arrives as UTF-8: the mark outweighs the origin chosen",
+       utf16,
+       Settings("N=2\r\nNA1=Street\r\nNA2=Price\r\nD=\t\r\nTC=0"),
+       {"Street[ Stra\u00DFe ]\r\nPrice[ \u20AC5 ]\r\n", "Street[ x ]\r\nPrice[ y ]\r\n"},
+       0},
+  };
+  ExpectDocuments(kDelimited, cases);
+}
+
+TEST_F(DelimitedImport, FieldNamesLoseBlanksAndTheDatabasesMarker) {
+  const uint32_t db =
+      EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db, 0u);
+  EXPECT_NE(EngSetFieldMarker(db, '<'), 0);
+  EngCloseDatabase(db);
+  Import(
+      {Delimited("m.csv", "Ann,12,x\r\n",
+                 Settings("N=3\r\nNA1= First  Name\r\nNA2=Size<cm>\r\nNA3=a[b\r\nD=,\r\nTC=0"))});
+  // The marker comes from the database; "[" is then an ordinary character.
+  EXPECT_EQ(Documents(), Docs{"FirstName< Ann ]\r\nSizecm>< 12 ]\r\na[b< x ]\r\n"});
 }
 
 // ---- Where the settings come from ----
 
-TEST_F(DelimitedImport, SettingsFileBesideTheSourceIsReadByDefault) {
-  const std::string ksi = dir_.file("people.ksi");
+TEST_F(DelimitedImport, SettingsFileBesideTheSourceOrNamedByTheRecordIsRead) {
+  const std::string beside = dir_.file("people.ksi");
   CKSIFileHandler writer;
-  ASSERT_TRUE(writer.WriteTypeAndCount(ksi, CKSIFileHandler::Layout::kDelimited, 2));
-  ASSERT_TRUE(writer.WriteDelimiterSettings(ksi, ";", "\"", false));
-  ASSERT_TRUE(writer.WriteColumnNames(ksi, {"Name", "Town"}));
-  QueuedFile file{WriteFile(dir_, "people.csv", "Ann;Oslo\r\n"), kDelimited};
-  file.use_stored_settings = 1;
-  const auto outcome = Import({file});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(Documents(), Docs{"Name[ Ann ]\r\nTown[ Oslo ]\r\n"});
-}
-
-TEST_F(DelimitedImport, SettingsFileNamedByTheRecordIsRead) {
-  const std::string ksi = WriteFile(dir_, "layouts/tabbed.ksi",
-                                    "[Type Section]\r\ntype=CSV\r\nNumberOfFields=2\r\n"
-                                    "[Delimiter Section]\r\ndelimiter=|\r\n"
-                                    "consecutice delimiter=FALSE\r\n"
-                                    "[Header Section]\r\nheader1=Key\r\nheader2=Skip\r\n");
-  QueuedFile file{WriteFile(dir_, "data.txt", "k1||x\r\n"), kDelimited};
-  file.use_stored_settings = 1;
-  file.date_from = ksi;
-  Import({file});
+  ASSERT_TRUE(writer.WriteTypeAndCount(beside, CKSIFileHandler::Layout::kDelimited, 2));
+  ASSERT_TRUE(writer.WriteDelimiterSettings(beside, ";", "\"", false));
+  ASSERT_TRUE(writer.WriteColumnNames(beside, {"Name", "Town"}));
+  QueuedFile people = Source("people.csv", "Ann;Oslo\r\n", kDelimited);
+  people.use_stored_settings = 1;  // no path given: the file beside the source
+  const std::string named = WriteFile(dir_, "layouts/tabbed.ksi",
+                                      "[Type Section]\r\ntype=CSV\r\nNumberOfFields=2\r\n"
+                                      "[Delimiter Section]\r\ndelimiter=|\r\n"
+                                      "consecutice delimiter=FALSE\r\n"
+                                      "[Header Section]\r\nheader1=Key\r\nheader2=Skip\r\n");
+  EXPECT_EQ(Import({people, Delimited("data.txt", "k1||x\r\n", named)}).result, 1u);
   // "consecutice delimiter" FALSE: the second "|" ends an empty value.
-  EXPECT_EQ(Documents(), Docs{"Key[ k1 ]\r\n"});
+  EXPECT_EQ(Documents(), (Docs{"Name[ Ann ]\r\nTown[ Oslo ]\r\n", "Key[ k1 ]\r\n"}));
 }
 
 TEST_F(DelimitedImport, WithoutStoredSettingsEachRowIsADocumentOfItsText) {
-  QueuedFile file{WriteFile(dir_, "plain.csv", "a,b\r\n\"c\r\nd\",e\r\n"), kDelimited};
   // A settings file beside it is not read unless the record asks for it.
   WriteFile(dir_, "plain.ksi", "[Type Section]\r\ntype=CSV\r\nNumberOfFields=1\r\n");
-  const auto outcome = Import({file});
+  const auto outcome = Import({Source("plain.csv", "a,b\r\n\"c\r\nd\",e\r\n", kDelimited)});
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_TRUE(outcome.log.empty()) << outcome.log;
   EXPECT_EQ(Documents(), (Docs{"a,b", "\"c\r\nd\",e"}));
 }
 
 TEST_F(DelimitedImport, MissingSettingsFileIsLoggedAndRowsArriveAsText) {
-  QueuedFile file{WriteFile(dir_, "orphan.csv", "a,b\r\nc,d\r\n"), kDelimited};
+  QueuedFile file = Source("orphan.csv", "a,b\r\nc,d\r\n", kDelimited);
   file.use_stored_settings = 1;
   const auto outcome = Import({file});
   EXPECT_EQ(outcome.result, 1u);
@@ -208,29 +157,22 @@ TEST_F(DelimitedImport, MissingSettingsFileIsLoggedAndRowsArriveAsText) {
 }
 
 TEST_F(DelimitedImport, FailingColumnHeaderStringIsLoggedAndRawRowsImported) {
-  struct Case {
-    std::string settings;
-    uint32_t code;
-    std::string text;
+  const std::pair<std::string, std::string> cases[] = {
+      {"T=CSV\r\nN=0\r\nD=,", "13003 Number of fields must be greater than or eqaul to 0."},
+      {"T=CSV\r\nN=2\r\nP1=5\r\nD=,", "13005 Column position must be greater than or eqaul to 0."},
+      {"T=CSV\r\nN=1\r\nTC=2\r\nD=,",
+       "13009 TreatConsectiveDelimitersAsOne must be either 0 or 1."},
+      {"N=1\r\nD=,", "13000 Type string missing "},
   };
-  const Case cases[] = {
-      {"T=CSV\r\nN=0\r\nD=,", 13003, "Number of fields must be greater than or eqaul to 0."},
-      {"T=CSV\r\nN=2\r\nP1=5\r\nD=,", 13005, "Column position must be greater than or eqaul to 0."},
-      {"T=CSV\r\nN=1\r\nTC=2\r\nD=,", 13009,
-       "TreatConsectiveDelimitersAsOne must be either 0 or 1."},
-      {"N=1\r\nD=,", 13000, "Type string missing "},
-  };
-  for (const Case& c : cases) {
-    TempDir scratch;
-    database_ = scratch.file("db.kst");
-    ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
-    QueuedFile file = Delimited("bad.csv", "a, b\r\n\"c,\r\nd\r\n", c.settings);
+  for (const auto& [settings, message] : cases) {
+    FreshDatabase();
+    const QueuedFile file = Delimited("bad.csv", "a, b\r\n\"c,\r\nd\r\n", settings);
     const auto outcome = Import({file});
-    EXPECT_EQ(outcome.result, 1u) << c.code;
+    EXPECT_EQ(outcome.result, 1u) << message;
     EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
-    EXPECT_EQ(outcome.log, file.path + ": " + std::to_string(c.code) + " " + c.text + "\r\n");
+    EXPECT_EQ(outcome.log, file.path + ": " + message + "\r\n");
     // No qualifier is left after a failed parse: each line is a row.
-    EXPECT_EQ(Documents(), (Docs{"a, b", "\"c,", "d"})) << c.code;
+    EXPECT_EQ(Documents(), (Docs{"a, b", "\"c,", "d"})) << message;
   }
 }
 
@@ -259,16 +201,14 @@ TEST_F(DelimitedImport, EntryFormRowsBecomeEntriesWithUntrimmedValuesAndTheirBla
 
 TEST_F(DelimitedImport, EntriesFollowOneAnotherAndEarlierFilesInSourceOrder) {
   CreateForm("Row", {"A"});
-  const std::string settings = Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0");
-  QueuedFile first = Delimited("1.csv", "1\r\n2\r\n", settings);
-  first.entry_form = "Row";
-  first.location = 6;
-  QueuedFile second = Delimited("2.csv", "3\r\n", settings);
-  second.entry_form = "Row";
-  second.location = 6;
-  Import({{WriteFile(dir_, "old.txt", "old")}});
-  const auto outcome = Import({first, second});
-  EXPECT_EQ(outcome.documents_added, 3u);
+  Import({Source("old.txt", "old")});
+  std::vector<QueuedFile> files{Delimited("1.csv", "1\r\n2\r\n", kOneColumn),
+                                Delimited("2.csv", "3\r\n", kOneColumn)};
+  for (QueuedFile& file : files) {
+    file.entry_form = "Row";
+    file.location = 6;
+  }
+  EXPECT_EQ(Import(files).documents_added, 3u);
   EXPECT_EQ(Documents(), (Docs{"A[ 1  ]\r\n", "A[ 2  ]\r\n", "A[ 3  ]\r\n", "old"}));
 }
 
@@ -285,7 +225,7 @@ TEST_F(DelimitedImport, MissingEntryFormIsReportedAndNothingIsImported) {
 
 TEST_F(DelimitedImport, MissingNamedDocumentForEntriesStopsWithError98) {
   CreateForm("Row", {"A"});
-  QueuedFile file = Delimited("e.csv", "1\r\n", Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0"));
+  QueuedFile file = Delimited("e.csv", "1\r\n", kOneColumn);
   file.entry_form = "Row";
   file.location = 3;
   file.named_document = "Nowhere";
@@ -298,12 +238,12 @@ TEST_F(DelimitedImport, MissingNamedDocumentForEntriesStopsWithError98) {
 // ---- Bad input ----
 
 TEST_F(DelimitedImport, LaterFailuresKeepWhatEarlierFilesImported) {
-  const std::string settings = Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0");
-  QueuedFile missing{dir_.file("missing.csv"), kDelimited};
-  QueuedFile no_form = Delimited("f.csv", "2\r\n", settings);
+  QueuedFile no_form = Delimited("f.csv", "2\r\n", kOneColumn);
   no_form.entry_form = "No such form";
-  const auto outcome = Import({Delimited("good.csv", "1\r\n", settings), missing, no_form,
-                               Delimited("late.csv", "3\r\n", settings)});
+  const auto outcome = Import({Delimited("good.csv", "1\r\n", kOneColumn),
+                               {dir_.file("missing.csv"), kDelimited},
+                               no_form,
+                               Delimited("late.csv", "3\r\n", kOneColumn)});
   EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
   EXPECT_NE(outcome.log.find("could not be located."), std::string::npos) << outcome.log;
   EXPECT_NE(outcome.log.find("Could not open entry form."), std::string::npos) << outcome.log;
@@ -318,9 +258,8 @@ TEST_F(DelimitedImport, BinaryBytesImportUpToTheirFirstNulWithoutAFault) {
     const char c = static_cast<char>(i % 255 + 1);
     if (c != '\r' && c != '\n') bytes += c;
   }
-  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
   const auto outcome =
-      Import({Delimited("bin.csv", "x,y\r\n" + bytes + '\0' + "\r\nnever,read\r\n", settings)});
+      Import({Delimited("bin.csv", "x,y\r\n" + bytes + '\0' + "\r\nnever,read\r\n", kTwoQuoted)});
   EXPECT_EQ(outcome.result, 1u);
   const Docs docs = Documents();
   ASSERT_EQ(docs.size(), 2u);
@@ -330,8 +269,7 @@ TEST_F(DelimitedImport, BinaryBytesImportUpToTheirFirstNulWithoutAFault) {
 
 TEST_F(DelimitedImport, AFiftyMegabyteFieldArrivesWhole) {
   const std::string big(50u << 20, 'x');
-  const std::string settings = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
-  const auto outcome = Import({Delimited("big.csv", "1,\"" + big + "\"\r\n2,z\r\n", settings)});
+  const auto outcome = Import({Delimited("big.csv", "1,\"" + big + "\"\r\n2,z\r\n", kTwoQuoted)});
   EXPECT_EQ(outcome.result, 1u);
   const Docs docs = Documents();
   ASSERT_EQ(docs.size(), 2u);
@@ -350,7 +288,7 @@ TEST_F(DelimitedImport, UnclosedQuoteInALargeFileIsLoggedAndEarlierRowsKept) {
   }
   QueuedFile file{path, kDelimited};
   file.use_stored_settings = 1;
-  file.date_from = Settings("N=2\r\nNA1=A\r\nNA2=B\r\nD=,\r\nTQ=\"\r\nTC=0");
+  file.date_from = kTwoQuoted;
   const auto outcome = Import({file});
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_EQ(outcome.log, "Record 2 of " + path +
@@ -364,49 +302,23 @@ TEST_F(DelimitedImport, UnclosedQuoteInALargeFileIsLoggedAndEarlierRowsKept) {
 TEST_F(DelimitedImport, AbortFromAnotherThreadStopsBetweenRows) {
   std::string source;
   for (int i = 0; i < 200000; ++i) source += std::to_string(i) + ",v\r\n";
-  const QueuedFile file = Delimited("many.csv", source, Settings("N=1\r\nNA1=A\r\nD=,\r\nTC=0"));
-  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
-  ASSERT_EQ(Queue(handle, file), 1u);
-  const uint32_t total = KSIMP_GetTotalBytes(handle);
-  std::atomic<bool> done{false};
-  std::atomic<uint32_t> highest{0};
-  std::thread aborter([&] {
-    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 1000) {
-      highest.store(std::max(highest.load(), KSIMP_GetCurBytes(handle)));
-      std::this_thread::yield();
-    }
-    // A fast import may pass 1000 rows before the first look; progress is
-    // there by then all the same.
-    highest.store(std::max(highest.load(), KSIMP_GetCurBytes(handle)));
-    KSIMP_Abort(handle);
-  });
-  uint32_t added = 0;
-  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "an abort is not a failure";
-  done.store(true);
-  aborter.join();
-  const Docs docs = Documents();
-  EXPECT_EQ(docs.size(), added);
-  EXPECT_GE(docs.size(), 1000u);
-  EXPECT_LT(docs.size(), 200000u) << "the abort was not noticed";
-  EXPECT_GT(highest.load(), 0u) << "no progress was seen";
-  EXPECT_LT(highest.load(), total);
-  for (size_t i = 0; i < docs.size(); ++i) {
-    ASSERT_EQ(docs[i], "A[ " + std::to_string(i) + " ]\r\n") << "document " << i;
+  const auto run = ImportAbortingAfter(Delimited("many.csv", source, kOneColumn), 1000, 200000);
+  EXPECT_GT(run.highest_bytes, 0u) << "no progress was seen";
+  EXPECT_LT(run.highest_bytes, run.total_bytes);
+  for (size_t i = 0; i < run.documents.size(); ++i) {
+    ASSERT_EQ(run.documents[i], "A[ " + std::to_string(i) + " ]\r\n") << "document " << i;
   }
 }
 
 // ---- Real files written by other software ----
 
 TEST_F(DelimitedImport, CorpusFilesImportWithoutAFault) {
-  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus" / "csv";
-  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
-  const std::string settings = Settings("N=3\r\nNA1=A\r\nNA2=B\r\nNA3=C\r\nD=,\r\nTQ=\"\r\nTC=0");
+  if (!std::filesystem::exists(Corpus("csv"))) GTEST_SKIP() << "no corpus beside the checkout";
   std::vector<QueuedFile> files;
-  for (const auto& entry : std::filesystem::directory_iterator(corpus)) {
-    QueuedFile file{entry.path().string(), kDelimited};
+  for (const auto& entry : std::filesystem::directory_iterator(Corpus("csv"))) {
+    QueuedFile& file = files.emplace_back(entry.path().string(), kDelimited);
     file.use_stored_settings = 1;
-    file.date_from = settings;
-    files.push_back(file);
+    file.date_from = Settings("N=3\r\nNA1=A\r\nNA2=B\r\nNA3=C\r\nD=,\r\nTQ=\"\r\nTC=0");
   }
   ASSERT_FALSE(files.empty());
   const auto outcome = Import(files);
@@ -417,8 +329,7 @@ TEST_F(DelimitedImport, CorpusFilesImportWithoutAFault) {
 }
 
 TEST_F(DelimitedImport, CorpusFileWithQuotedCommasGivesItsFieldLines) {
-  const std::filesystem::path path =
-      std::filesystem::path(KS_SHARED_DIR) / "corpus" / "csv" / "comma_in_quotes.csv";
+  const std::filesystem::path path = Corpus("csv") / "comma_in_quotes.csv";
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus beside the checkout";
   QueuedFile file{path.string(), kDelimited};
   file.use_stored_settings = 1;

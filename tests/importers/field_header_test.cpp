@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <initializer_list>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "api/message_texts.h"
@@ -19,7 +21,7 @@ namespace {
 using Names = std::vector<std::string>;
 using Numbers = std::vector<int32_t>;
 
-std::string Lines(std::initializer_list<std::string_view> lines) {
+std::string Lines(const std::vector<std::string_view>& lines) {
   std::string text;
   for (const std::string_view line : lines) {
     if (!text.empty()) text += "\r\n";
@@ -30,37 +32,31 @@ std::string Lines(std::initializer_list<std::string_view> lines) {
 
 // ---- Looking up keys ----
 
-TEST(ColumnHeaderLines, KeysMatchWithoutRegardToCaseAndTheFirstOccurrenceCounts) {
-  const ks::text::ColumnHeaderLines lines("na1=first\r\nNA1=second\r\nTq=\"");
-  EXPECT_EQ(lines.Find("NA1"), "first");
-  EXPECT_EQ(lines.Find("tq"), "\"");
-  EXPECT_FALSE(lines.Find("NA2"));
-}
-
-TEST(ColumnHeaderLines, AnyRunOfCrAndLfSeparatesLines) {
-  const ks::text::ColumnHeaderLines lines("\n\rA=1\r\r\n\nB=2\nC=3\r");
-  EXPECT_EQ(lines.Find("A"), "1");
-  EXPECT_EQ(lines.Find("B"), "2");
-  EXPECT_EQ(lines.Find("C"), "3");
-}
-
-TEST(ColumnHeaderLines, ValueIsEverythingAfterTheFirstEqualsSignUntrimmed) {
-  const ks::text::ColumnHeaderLines lines("NA1= a=b \r\nD=\r\n K=v");
-  EXPECT_EQ(lines.Find("NA1"), " a=b ");
-  EXPECT_EQ(lines.Find("D"), "") << "present but empty is not missing";
-  EXPECT_FALSE(lines.Find("K")) << "keys are not trimmed either";
-  EXPECT_EQ(lines.Find(" K"), "v");
-}
-
-TEST(ColumnHeaderLines, ALineWithoutEqualsSignEndsEveryLookupThatReachesIt) {
-  const ks::text::ColumnHeaderLines lines("A=1\r\nno equals sign here\r\nB=2");
-  EXPECT_EQ(lines.Find("A"), "1");
-  EXPECT_FALSE(lines.Find("B"));
-}
-
-TEST(ColumnHeaderLines, ValuesAreCutAt1023Characters) {
-  const ks::text::ColumnHeaderLines lines("NA1=" + std::string(2000, 'x'));
-  EXPECT_EQ(lines.Find("NA1")->size(), 1023u);
+TEST(ColumnHeaderLines, KeysAreFoundWithoutRegardToCaseAndValuesAsWritten) {
+  const struct {
+    const char* name;
+    std::string text, key;
+    std::optional<std::string> value;
+  } cases[] = {
+      {"keys match in any case", "na1=first\r\nNA1=second\r\nTq=\"", "tq", "\""},
+      {"the first occurrence counts", "na1=first\r\nNA1=second", "NA1", "first"},
+      {"a key not there", "na1=first", "NA2", std::nullopt},
+      {"any run of CR and LF separates lines", "\n\rA=1\r\r\n\nB=2\nC=3\r", "A", "1"},
+      {"... in the middle", "\n\rA=1\r\r\n\nB=2\nC=3\r", "B", "2"},
+      {"... at the end", "\n\rA=1\r\r\n\nB=2\nC=3\r", "C", "3"},
+      {"the value is all after the first =, untrimmed", "NA1= a=b \r\nD=", "NA1", " a=b "},
+      {"present but empty is not missing", "NA1= a=b \r\nD=", "D", ""},
+      {"keys are not trimmed either", "D=\r\n K=v", "K", std::nullopt},
+      {"a key with its blank", "D=\r\n K=v", " K", "v"},
+      {"lines before one without = are read", "A=1\r\nno equals sign here\r\nB=2", "A", "1"},
+      {"a line without = ends every lookup that reaches it", "A=1\r\nno equals sign here\r\nB=2",
+       "B", std::nullopt},
+      {"values are cut at 1023 characters", "NA1=" + std::string(2000, 'x'), "NA1",
+       std::string(1023, 'x')},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ks::text::ColumnHeaderLines(c.text).Find(c.key), c.value) << c.name;
+  }
 }
 
 TEST(ColumnHeaderLines, IntegersReadAsTheCLibraryReadsThem) {
@@ -147,81 +143,65 @@ TEST(FieldHeader, ANewParseForgetsThePreviousString) {
 
 // ---- Every message a parse can end with ----
 
-struct Refusal {
-  std::string column_header;
-  uint32_t code;
-  std::string_view text;
-};
-
-TEST(FieldHeaderMessages, EachRefusalGivesItsNumberAndExactText) {
-  const Refusal refusals[] = {
-      {"", 13012, "Invalid column header string."},
-      {Lines({"N=1", "D=,"}), 13000, "Type string missing "},
-      {Lines({"T=TXT", "N=1"}), 13001, "String must be either CSV or FXD."},
-      {Lines({"T=CSV", "D=,"}), 13002, "Number of fields missing."},
-      {Lines({"T=CSV", "N=0", "D=,"}), 13003,
-       "Number of fields must be greater than or eqaul to 0."},
-      {Lines({"T=CSV", "N=2", "P1=5", "D=,"}), 13005,
-       "Column position must be greater than or eqaul to 0."},
-      {Lines({"T=CSV", "N=1", "D="}), 13007, "Length of delimiter list must be greater than 0."},
-      {Lines({"T=CSV", "N=1"}), 13008, "Delimiter string is missing."},
-      {Lines({"T=CSV", "N=1", "D=,", "TC=2"}), 13009,
-       "TreatConsectiveDelimitersAsOne must be either 0 or 1."},
-      {Lines({"T=FXD", "N=2", "L1=3", "L2=-1"}), 13011, "Length of field missing."},
+TEST(FieldHeaderMessages, EachRefusalGivesItsNumberAndTheTextOfTheMessageTable) {
+  // Golden texts, oddities and all: they reach the user in the import log.
+  // 13004, 13006 and 13010 no parse raises, but the message table has them.
+  const std::map<uint32_t, std::string_view> texts = {
+      {13000, "Type string missing "},
+      {13001, "String must be either CSV or FXD."},
+      {13002, "Number of fields missing."},
+      {13003, "Number of fields must be greater than or eqaul to 0."},
+      {13004, "Length of Name  field must be greater than or equal to 0."},
+      {13005, "Column position must be greater than or eqaul to 0."},
+      {13006, "Column position is missing."},
+      {13007, "Length of delimiter list must be greater than 0."},
+      {13008, "Delimiter string is missing."},
+      {13009, "TreatConsectiveDelimitersAsOne must be either 0 or 1."},
+      {13010, "Length of field must be eqaul to or greater than 0."},
+      {13011, "Length of field missing."},
+      {13012, "Invalid column header string."},
   };
-  for (const Refusal& refusal : refusals) {
+  for (const auto& [code, text] : texts) EXPECT_EQ(MessageText(code), text) << code;
+  const std::pair<std::vector<std::string_view>, uint32_t> refusals[] = {
+      {{}, 13012},
+      {{"T=CSV", "N=2000000000", "D=,"}, 13012},  // beyond the column limit
+      {{"N=1", "D=,"}, 13000},
+      {{"T=TXT", "N=1"}, 13001},
+      {{"T=CSV", "D=,"}, 13002},
+      {{"T=CSV", "N=0", "D=,"}, 13003},
+      {{"T=CSV", "N=-3", "D=,"}, 13003},
+      {{"T=CSV", "N=many", "D=,"}, 13003},
+      {{"T=CSV", "N=", "D=,"}, 13003},
+      {{"T=CSV", "N=2", "P1=5", "D=,"}, 13005},
+      {{"T=CSV", "N=2", "P1=1", "P2=3", "D=,"}, 13005},
+      {{"T=CSV", "N=1", "D="}, 13007},
+      {{"T=CSV", "N=1"}, 13008},
+      {{"T=CSV", "N=1", "oops", "D=,"}, 13008},  // the line without "=" ends the lookup
+      {{"T=CSV", "N=1", "D=,", "TC=2"}, 13009},
+      {{"T=CSV", "N=1", "D=,", "TC=-1"}, 13009},
+      {{"T=FXD", "N=2", "L1=3", "L2=-1"}, 13011},
+  };
+  for (const auto& [lines, code] : refusals) {
+    const std::string column_header = Lines(lines);
+    const std::string shown = testing::PrintToString(column_header);
     CKSFieldHeader header;
-    EXPECT_FALSE(header.Parse(refusal.column_header)) << refusal.code;
-    EXPECT_EQ(header.ErrorCode(), refusal.code);
-    EXPECT_EQ(header.ErrorText(), refusal.text) << refusal.code;
+    EXPECT_FALSE(header.Parse(column_header)) << shown;
+    EXPECT_EQ(header.ErrorCode(), code) << shown;
+    EXPECT_EQ(header.ErrorText(), texts.at(code)) << shown;
+    if (code == 13012) {
+      EXPECT_TRUE(header.Names().empty()) << "no columns allocated";
+    }
   }
 }
 
-TEST(FieldHeaderMessages, TextsThatNoParseRaisesAreInTheMessageTableToo) {
-  EXPECT_EQ(MessageText(13004), "Length of Name  field must be greater than or equal to 0.");
-  EXPECT_EQ(MessageText(13006), "Column position is missing.");
-  EXPECT_EQ(MessageText(13010), "Length of field must be eqaul to or greater than 0.");
-}
-
-TEST(FieldHeaderMessages, DelimiterAfterALineWithoutEqualsSignIsMissing) {
+TEST(FieldHeaderMessages, WhatIsNotRefused) {
   CKSFieldHeader header;
-  EXPECT_FALSE(header.Parse(Lines({"T=CSV", "N=1", "oops", "D=,"})));
-  EXPECT_EQ(header.ErrorCode(), 13008u);
-}
-
-TEST(FieldHeaderMessages, NegativeOrNonNumericCountIsBelowOne) {
-  CKSFieldHeader header;
-  for (const char* count : {"N=-3", "N=many", "N="}) {
-    EXPECT_FALSE(header.Parse(Lines({"T=CSV", count, "D=,"}))) << count;
-    EXPECT_EQ(header.ErrorCode(), 13003u) << count;
-  }
-}
-
-TEST(FieldHeaderMessages, CountBeyondTheColumnLimitIsAnInvalidString) {
-  CKSFieldHeader header;
-  EXPECT_FALSE(header.Parse(Lines({"T=CSV", "N=2000000000", "D=,"})));
-  EXPECT_EQ(header.ErrorCode(), 13012u);
-  EXPECT_TRUE(header.Names().empty()) << "nothing is allocated for the columns";
   ASSERT_TRUE(header.Parse(Lines({"T=CSV", "N=100000", "D=,", "P1=1"})));
-  EXPECT_EQ(header.Names().size(), 100000u);
-}
-
-TEST(FieldHeaderMessages, OnlyPositionsBeyondTheCountAreRefused) {
-  CKSFieldHeader header;
-  EXPECT_TRUE(header.Parse(Lines({"T=CSV", "N=2", "P1=-1", "P2=2", "D=,"})));
-  EXPECT_EQ(header.Positions(), (Numbers{-1, 2}));
-  EXPECT_FALSE(header.Parse(Lines({"T=CSV", "N=2", "P1=1", "P2=3", "D=,"})));
-  EXPECT_EQ(header.ErrorCode(), 13005u);
-}
-
-TEST(FieldHeaderMessages, ConsecutiveSwitchTakesZeroOrOneOnly) {
-  CKSFieldHeader header;
-  EXPECT_TRUE(header.Parse(Lines({"T=CSV", "N=1", "D=,", "TC=0"})));
-  EXPECT_EQ(header.ConsecutiveAsOne(), 0);
-  EXPECT_TRUE(header.Parse(Lines({"T=CSV", "N=1", "D=,", "TC=1"})));
+  EXPECT_EQ(header.Names().size(), 100000u) << "a large count within the limit";
+  ASSERT_TRUE(header.Parse(Lines({"T=CSV", "N=2", "P1=-1", "P2=2", "D=,"})));
+  EXPECT_EQ(header.Positions(), (Numbers{-1, 2})) << "only positions beyond the count fail";
+  ASSERT_TRUE(header.Parse(Lines({"T=CSV", "N=1", "D=,", "TC=1"})));
   EXPECT_EQ(header.ConsecutiveAsOne(), 1);
-  EXPECT_FALSE(header.Parse(Lines({"T=CSV", "N=1", "D=,", "TC=-1"})));
-  EXPECT_EQ(header.ErrorCode(), 13009u);
 }
 
 // ---- Deliberate asymmetries ----

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
-#include "api/write_file.h"
 #include "import_fixture.h"
 
 namespace {
@@ -21,94 +18,72 @@ class FixedImport : public ImportFixture {
  protected:
   QueuedFile Fixed(const std::string& name, const std::string& content,
                    const std::string& settings) {
-    QueuedFile file{WriteFile(dir_, name, content), kFixedWidth};
-    file.use_stored_settings = settings.empty() ? 0 : 1;
-    file.date_from = settings;
-    return file;
+    return Source(name, content, kFixedWidth, settings);
   }
 };
 
 // ---- Text mode ----
 
-TEST_F(FixedImport, ValuesStandTwoBlanksAfterTheMarker) {
-  const auto outcome = Import({Fixed("n.txt", "Smith     42\r\nJo        7 \r\n",
-                                     "T=FXD\r\nN=2\r\nNA1=Name\r\nL1=10\r\nNA2=Age\r\nL2=2")});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.documents_added, 2u);
-  // The delimited import writes "Name[ Smith ]"; this one has always written
-  // one blank more.
-  EXPECT_EQ(Documents(),
-            (Docs{"Name[  Smith ]\r\nAge[  42 ]\r\n", "Name[  Jo ]\r\nAge[  7 ]\r\n"}));
+TEST_F(FixedImport, EachLineBecomesADocumentOfFieldLines) {
+  const std::vector<SourceCase> cases = {
+      // The delimited import writes "Name[ Smith ]"; this one has always
+      // written one blank more.
+      {"values stand two blanks after the marker",
+       "Smith     42\r\nJo        7 \r\n",
+       "T=FXD\r\nN=2\r\nNA1=Name\r\nL1=10\r\nNA2=Age\r\nL2=2",
+       {"Name[  Smith ]\r\nAge[  42 ]\r\n", "Name[  Jo ]\r\nAge[  7 ]\r\n"}},
+      // "hij" after the last column belongs to no field.
+      {"lines are cut at the widths, short lines give empty values",
+       "abcdefghij\r\nabc\r\n",
+       "T=FXD\r\nN=2\r\nNA1=A\r\nL1=3\r\nNA2=B\r\nL2=4",
+       {"A[  abc ]\r\nB[  defg ]\r\n", "A[  abc ]\r\nB[   ]\r\n"}},
+      {"Skip and empty names are left out, names lose blanks",
+       "12345678\r\n",
+       "T=FXD\r\nN=4\r\nNA1=SKIP\r\nL1=2\r\nNA2=Part No\r\nL2=2\r\nL3=2\r\nNA4=Qty\r\nL4=2",
+       {"PartNo[  34 ]\r\nQty[  78 ]\r\n"}},
+      {"the first row and a blank line bound the lines read",
+       "head\r\nab\ncd\r\n\r\nef\r\n",
+       "T=FXD\r\nN=1\r\nS=2\r\nNA1=A\r\nP1=1\r\nL1=2",
+       {"A[  ab ]\r\n", "A[  cd ]\r\n"}},
+      {"widths count the characters of an OEM source",
+       "\x9C\xE1x\r\n",
+       "T=FXD\r\nN=2\r\nNA1=A\r\nL1=1\r\nNA2=B\r\nL2=2",
+       {"A[  \u00A3 ]\r\nB[  \u00DFx ]\r\n"},
+       0},
+      {"without settings each line is a document of its text",
+       "first line \r\nsecond\r\n",
+       "",
+       {"first line ", "second"}},
+  };
+  ExpectDocuments(kFixedWidth, cases);
 }
 
-TEST_F(FixedImport, LinesAreCutAtTheWidthsAndShortLinesGiveEmptyValues) {
-  Import(
-      {Fixed("w.txt", "abcdefghij\r\nabc\r\n", "T=FXD\r\nN=2\r\nNA1=A\r\nL1=3\r\nNA2=B\r\nL2=4")});
-  EXPECT_EQ(Documents(), (Docs{
-                             // "hij" after the last column belongs to no field.
-                             "A[  abc ]\r\nB[  defg ]\r\n",
-                             "A[  abc ]\r\nB[   ]\r\n",
-                         }));
-}
-
-TEST_F(FixedImport, SkipAndEmptyNamesAreLeftOutAndNamesLoseBlanks) {
-  Import({Fixed("k.txt", "12345678\r\n",
-                "T=FXD\r\nN=4\r\nNA1=SKIP\r\nL1=2\r\nNA2=Part No\r\nL2=2\r\nL3=2\r\n"
-                "NA4=Qty\r\nL4=2")});
-  EXPECT_EQ(Documents(), Docs{"PartNo[  34 ]\r\nQty[  78 ]\r\n"});
-}
-
-TEST_F(FixedImport, FirstRowAndBlankLineBoundTheLinesRead) {
-  Import({Fixed("b.txt", "head\r\nab\ncd\r\n\r\nef\r\n",
-                "T=FXD\r\nN=1\r\nS=2\r\nNA1=A\r\nP1=1\r\nL1=2")});
-  EXPECT_EQ(Documents(), (Docs{"A[  ab ]\r\n", "A[  cd ]\r\n"}));
-}
-
-TEST_F(FixedImport, WidthsCountTheCharactersOfAnOemSource) {
-  QueuedFile file =
-      Fixed("oem.txt", "\x9C\xE1x\r\n", "T=FXD\r\nN=2\r\nNA1=A\r\nL1=1\r\nNA2=B\r\nL2=2");
-  file.origin_ansi = 0;
-  Import({file});
-  EXPECT_EQ(Documents(), Docs{"A[  \u00A3 ]\r\nB[  \u00DFx ]\r\n"});
-}
-
-TEST_F(FixedImport, WithoutSettingsEachLineIsADocumentOfItsText) {
-  const auto outcome = Import({Fixed("p.txt", "first line \r\nsecond\r\n", "")});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(Documents(), (Docs{"first line ", "second"}));
-}
-
-TEST_F(FixedImport, FailingSettingsAreLoggedAndStoreNothing) {
-  QueuedFile file = Fixed("f.txt", "abc\r\n", "T=FXD\r\nN=1\r\nL1=-2");
-  const auto outcome = Import({file});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
-  EXPECT_EQ(outcome.log, file.path + ": 13011 Length of field missing.\r\n");
-  EXPECT_TRUE(Documents().empty());
-}
-
-TEST_F(FixedImport, MissingSettingsFileIsLoggedAndStoresNothing) {
-  QueuedFile file{WriteFile(dir_, "lost.txt", "abc\r\n"), kFixedWidth};
-  file.use_stored_settings = 1;
-  const auto outcome = Import({file});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.log, "The file " + dir_.file("lost.ksi") + ", could not be located.\r\n");
-  EXPECT_TRUE(Documents().empty());
-}
-
-TEST_F(FixedImport, DelimitedSettingsAreRefusedForFixedWidthText) {
-  QueuedFile file = Fixed("c.txt", "a,b\r\n", "T=CSV\r\nN=1\r\nNA1=A\r\nD=,");
-  const auto outcome = Import({file});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_NE(outcome.log.find("describes delimited text"), std::string::npos) << outcome.log;
-  EXPECT_TRUE(Documents().empty());
+TEST_F(FixedImport, SettingsThatCannotBeUsedAreLoggedAndStoreNothing) {
+  QueuedFile lost = Source("lost.txt", "abc\r\n", kFixedWidth);
+  lost.use_stored_settings = 1;
+  const std::pair<QueuedFile, std::string> cases[] = {
+      {Fixed("f.txt", "abc\r\n", "T=FXD\r\nN=1\r\nL1=-2"),
+       dir_.file("f.txt") + ": 13011 Length of field missing.\r\n"},
+      {lost, "The file " + dir_.file("lost.ksi") + ", could not be located.\r\n"},
+      {Fixed("c.txt", "a,b\r\n", "T=CSV\r\nN=1\r\nNA1=A\r\nD=,"),
+       dir_.file("c.txt") +
+           ": the column header string describes delimited text, not fixed-width columns.\r\n"},
+  };
+  for (const auto& [file, log] : cases) {
+    FreshDatabase();
+    const auto outcome = Import({file});
+    EXPECT_EQ(outcome.result, 1u) << file.path;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
+    EXPECT_EQ(outcome.log, log);
+    EXPECT_TRUE(Documents().empty()) << file.path;
+  }
 }
 
 TEST_F(FixedImport, SettingsFileBesideTheSourceIsRead) {
   WriteFile(dir_, "cols.ksi",
             "[Type Section]\r\ntype=FXD\r\nNumberOfFields=2\r\n[Header Section]\r\n"
             "Header1=Code\r\nHeader2=Skip\r\n[Fixed Field Section]\r\nField1=2\r\nField2=3\r\n");
-  QueuedFile file{WriteFile(dir_, "cols.dat", "AB123\r\n"), kFixedWidth};
+  QueuedFile file = Source("cols.dat", "AB123\r\n", kFixedWidth);
   file.use_stored_settings = 1;
   Import({file});
   EXPECT_EQ(Documents(), Docs{"Code[  AB ]\r\n"});
@@ -147,17 +122,14 @@ TEST_F(FixedImport, MissingEntryFormEndsTheImportWithoutALogLine) {
 // ---- Real files written by other software ----
 
 TEST_F(FixedImport, CorpusFilesImportLineByLine) {
-  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus" / "fixed";
+  const std::filesystem::path corpus = Corpus("fixed");
   if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
-  const auto outcome = Import({{(corpus / "fwf-sample.txt").string(), kFixedWidth},
-                               {(corpus / "epa78.txt").string(), kFixedWidth}});
+  QueuedFile sample{(corpus / "fwf-sample.txt").string(), kFixedWidth};
+  const auto outcome = Import({sample, {(corpus / "epa78.txt").string(), kFixedWidth}});
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_EQ(outcome.documents_added, 3u + 20u);
 
-  TempDir scratch;
-  database_ = scratch.file("db.kst");
-  ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
-  QueuedFile sample{(corpus / "fwf-sample.txt").string(), kFixedWidth};
+  FreshDatabase();
   sample.use_stored_settings = 1;
   sample.date_from = "T=FXD\r\nN=3\r\nNA1=Name\r\nL1=20\r\nNA2=State\r\nL2=10\r\nNA3=Code\r\nL3=12";
   Import({sample});

@@ -14,35 +14,29 @@ namespace {
 using Values = std::vector<std::string>;
 using Widths = std::vector<int32_t>;
 
-Values Cut(std::string_view line, const Widths& widths) {
-  Values values{"previous"};
-  ks::text::CutFixedWidthLine(line, widths, &values);
-  return values;
-}
-
-TEST(FixedWidthCut, TextAfterTheLastColumnIsOneMoreValue) {
-  EXPECT_EQ(Cut("abcdefghij", {3, 4}), (Values{"abc", "defg", "hij"}));
-}
-
-TEST(FixedWidthCut, AShortLineGivesShortAndEmptyValues) {
-  EXPECT_EQ(Cut("abc", {5, 5}), (Values{"abc", ""}));
-  EXPECT_EQ(Cut("", {2, 1}), (Values{"", ""}));
-}
-
-TEST(FixedWidthCut, ALineThatFitsExactlyHasNoExtraValue) {
-  EXPECT_EQ(Cut("abcdefg", {3, 4}), (Values{"abc", "defg"}));
-}
-
-TEST(FixedWidthCut, FillerBlanksAreKept) {
-  EXPECT_EQ(Cut("Smith     WA", {10, 2}), (Values{"Smith     ", "WA"}));
-}
-
-TEST(FixedWidthCut, ZeroAndNegativeWidthsTakeNothing) {
-  EXPECT_EQ(Cut("abcd", {0, 2, -3, 1}), (Values{"", "ab", "", "c", "d"}));
-}
-
-TEST(FixedWidthCut, WithoutWidthsTheValuesStayAsTheyWere) {
-  EXPECT_EQ(Cut("abcd", {}), (Values{"previous"}));
+TEST(FixedWidthCut, LinesAreCutAtTheWidthsInOrder) {
+  const struct {
+    const char* name;
+    std::string_view line;
+    Widths widths;
+    Values expected;
+  } cases[] = {
+      {"text after the last column is one more value",
+       "abcdefghij",
+       {3, 4},
+       {"abc", "defg", "hij"}},
+      {"a line that fits exactly has no extra value", "abcdefg", {3, 4}, {"abc", "defg"}},
+      {"a short line gives short and empty values", "abc", {5, 5}, {"abc", ""}},
+      {"an empty line", "", {2, 1}, {"", ""}},
+      {"filler blanks are kept", "Smith     WA", {10, 2}, {"Smith     ", "WA"}},
+      {"zero and negative widths take nothing", "abcd", {0, 2, -3, 1}, {"", "ab", "", "c", "d"}},
+      {"without widths the values stay as they were", "abcd", {}, {"previous"}},
+  };
+  for (const auto& c : cases) {
+    Values values{"previous"};
+    ks::text::CutFixedWidthLine(c.line, c.widths, &values);
+    EXPECT_EQ(values, c.expected) << c.name;
+  }
 }
 
 TEST(FixedWidthFields, LoadedWidthsCutLinesIntoTheSharedValues) {
@@ -68,14 +62,6 @@ TEST(FixedWidthFields, AStringThatFailsLeavesNoWidthsAndCutsNothing) {
   EXPECT_TRUE(fields.Widths().empty());
   fields.CutFixedWidth("0123456");
   EXPECT_EQ(fields.Values(), (Values{"abc", "defg"})) << "the previous line's values stay";
-}
-
-TEST(FixedWidthFields, LowerCaseCsvStringIsCutAsFixedWidth) {
-  CDelimitedFields fields;
-  fields.LoadFixedSettings("T=csv\r\nN=1\r\nL1=2");
-  EXPECT_EQ(fields.Widths(), (Widths{2}));
-  fields.LoadFixedSettings("T=CSV\r\nN=1\r\nL1=2\r\nD=,");
-  EXPECT_TRUE(fields.Widths().empty()) << "an upper-case CSV string has no widths";
 }
 
 }  // namespace

@@ -4,10 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "api/write_file.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "temp_dir.h"
@@ -38,6 +43,23 @@ struct StoredDocument {
   std::vector<std::pair<std::string, std::string>> fields;
 };
 
+// One source imported on its own: its text and settings, the documents it
+// must give, and whether it is OEM (0) or ANSI (1) text.
+struct SourceCase {
+  const char* name;
+  std::string content;
+  std::string settings;
+  std::vector<std::string> expected;
+  int32_t origin_ansi = 1;
+};
+
+// An import aborted part way, with the progress seen before the abort.
+struct AbortedImport {
+  std::vector<std::string> documents;
+  uint32_t total_bytes = 0;
+  uint32_t highest_bytes = 0;
+};
+
 struct ImportOutcome {
   uint32_t handle = 0;
   uint32_t result = 0;
@@ -48,9 +70,27 @@ struct ImportOutcome {
 
 class ImportFixture : public ::testing::Test {
  protected:
-  void SetUp() override {
-    database_ = dir_.file("target.kst");
+  void SetUp() override { FreshDatabase(); }
+
+  // Points the fixture at a new, empty database, for tests of several cases.
+  void FreshDatabase() {
+    database_ = dir_.file("target" + std::to_string(++databases_) + ".kst");
     ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
+  }
+
+  // A source written to the test's folder, queued with its column header
+  // string (if any) carried by the record.
+  QueuedFile Source(const std::string& name, const std::string& content, int32_t type = 1000,
+                    const std::string& settings = "") {
+    QueuedFile file{WriteFile(dir_, name, content), type};
+    file.use_stored_settings = settings.empty() ? 0 : 1;
+    file.date_from = settings;
+    return file;
+  }
+
+  // Where the real files written by other software are; tests skip when absent.
+  static std::filesystem::path Corpus(const std::string& folder = "") {
+    return std::filesystem::path(KS_SHARED_DIR) / "corpus" / folder;
   }
 
   static uint32_t Queue(uint32_t handle, const QueuedFile& f) {
@@ -59,8 +99,8 @@ class ImportFixture : public ::testing::Test {
         f.entry_form.c_str(), f.named_document.empty() ? 0 : 1, f.named_document.c_str(),
         f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(), f.origin_ansi, 0,
         f.date_from.c_str(), 0, f.use_stored_settings, nullptr, f.full_header, nullptr,
-        f.save_attachments, nullptr, nullptr, 0,
-        0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+        f.save_attachments, nullptr, nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
+        nullptr, nullptr, 0, 0);
   }
 
   // Queues every file on a new handle of the database and runs the import.
@@ -76,27 +116,80 @@ class ImportFixture : public ::testing::Test {
     return outcome;
   }
 
-  // The text of every document, in database order.
-  std::vector<std::string> Documents() const {
-    std::vector<std::string> texts;
+  // Imports each case's source of `type` into a fresh database: it succeeds,
+  // records no error and stores just the documents expected.
+  void ExpectDocuments(int32_t type, const std::vector<SourceCase>& cases) {
+    for (const SourceCase& c : cases) {
+      FreshDatabase();
+      QueuedFile file = Source("source.txt", c.content, type, c.settings);
+      file.origin_ansi = c.origin_ansi;
+      const ImportOutcome outcome = Import({file});
+      EXPECT_EQ(outcome.result, 1u) << c.name;
+      EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << c.name << ": no error was to be recorded";
+      EXPECT_EQ(outcome.documents_added, c.expected.size()) << c.name;
+      EXPECT_EQ(Documents(), c.expected) << c.name;
+    }
+  }
+
+  // Imports `file`, which holds `rows` documents, aborting from another
+  // thread once `after` of them are in.  An abort is not a failure, and the
+  // documents stored are those counted.
+  AbortedImport ImportAbortingAfter(const QueuedFile& file, uint32_t after, uint32_t rows) {
+    AbortedImport run;
+    const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+    EXPECT_EQ(Queue(handle, file), 1u);
+    run.total_bytes = KSIMP_GetTotalBytes(handle);
+    std::atomic<bool> done{false};
+    std::atomic<uint32_t> highest{0};
+    const auto note_progress = [&] {
+      highest.store(std::max(highest.load(), KSIMP_GetCurBytes(handle)));
+    };
+    std::thread aborter([&] {
+      while (!done.load() && KSIMP_GetNumDocsAdded(handle) < after) {
+        note_progress();
+        std::this_thread::yield();
+      }
+      // A fast import may pass `after` before the first look; progress is
+      // there by then all the same.
+      note_progress();
+      KSIMP_Abort(handle);
+    });
+    uint32_t added = 0;
+    EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "an abort is not a failure";
+    done.store(true);
+    aborter.join();
+    run.highest_bytes = highest.load();
+    run.documents = Documents();
+    EXPECT_EQ(run.documents.size(), added);
+    EXPECT_GE(run.documents.size(), after);
+    EXPECT_LT(run.documents.size(), rows) << "the abort was not noticed";
+    return run;
+  }
+
+  // Calls `visit(db, id)` for every document, in database order.
+  template <typename Visit>
+  void ForEachDocument(Visit visit) const {
     const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
     EXPECT_NE(db, 0u);
     for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
          id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
-      texts.push_back(TextOf(db, id));
+      visit(db, id);
     }
     EngCloseDatabase(db);
+  }
+
+  // The text of every document, in database order.
+  std::vector<std::string> Documents() const {
+    std::vector<std::string> texts;
+    ForEachDocument([&](uint32_t db, uint64_t id) { texts.push_back(TextOf(db, id)); });
     return texts;
   }
 
   // Every document in database order, with the form and fields of entries.
   std::vector<StoredDocument> StoredDocuments() const {
     std::vector<StoredDocument> stored;
-    const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-    EXPECT_NE(db, 0u);
-    for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
-         id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
-      StoredDocument document;
+    ForEachDocument([&](uint32_t db, uint64_t id) {
+      StoredDocument& document = stored.emplace_back();
       document.kind = EngGetDocumentKind(db, id);
       document.text = TextOf(db, id);
       if (const uint64_t form = EngGetEntryForm(db, id); form != 0) {
@@ -114,9 +207,7 @@ class ImportFixture : public ::testing::Test {
         value.resize(std::char_traits<char>::length(value.c_str()));
         document.fields.emplace_back(name, value);
       }
-      stored.push_back(std::move(document));
-    }
-    EngCloseDatabase(db);
+    });
     return stored;
   }
 
@@ -143,4 +234,5 @@ class ImportFixture : public ::testing::Test {
 
   TempDir dir_;
   std::string database_;
+  int databases_ = 0;
 };

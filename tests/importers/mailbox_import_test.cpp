@@ -7,11 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
-#include "api/write_file.h"
 #include "import_fixture.h"
 
 namespace {
@@ -58,28 +53,27 @@ TEST(MailboxRecognition, EachTypeKnowsItsFirstBytes) {
   TempDir dir;
   CIMPEudoraImport eudora;
   CIMPEmailImport standard;
-  const std::string eudora_file = WriteFile(dir, "in.mbx", "From ???@??? Tue\r\n");
-  const std::string standard_file = WriteFile(dir, "std.mbx", "From a@b Tue\r\n");
-  const std::string leading_line_end = WriteFile(dir, "crlf.mbx", "\r\nFrom a@b\r\n");
-  const std::string text = WriteFile(dir, "text.mbx", "Subject: x\r\n");
-  EXPECT_EQ(eudora.CheckFile(eudora_file), 1);
-  EXPECT_EQ(eudora.CheckFile(standard_file), 0);
-  EXPECT_EQ(standard.CheckFile(eudora_file), 1);
-  EXPECT_EQ(standard.CheckFile(standard_file), 1);
-  EXPECT_EQ(standard.CheckFile(leading_line_end), 1);
-  EXPECT_EQ(standard.CheckFile(text), 0);
+  struct Case {
+    const char* name;
+    std::string content;
+    int eudora, standard;
+  };
+  const Case cases[] = {{"eudora.mbx", "From ???@??? Tue\r\n", 1, 1},
+                        {"std.mbx", "From a@b Tue\r\n", 0, 1},
+                        {"crlf.mbx", "\r\nFrom a@b\r\n", 0, 1},
+                        {"text.mbx", "Subject: x\r\n", 0, 0}};
+  for (const Case& c : cases) {
+    const std::string path = WriteFile(dir, c.name, c.content);
+    EXPECT_EQ(eudora.CheckFile(path), c.eudora) << c.name;
+    EXPECT_EQ(standard.CheckFile(path), c.standard) << c.name;
+  }
   EXPECT_EQ(standard.CheckFile(dir.file("absent.mbx")), 0);
 }
 
-class MailboxImport : public ImportFixture {
- protected:
-  QueuedFile Mailbox(const std::string& name, const std::string& content, int32_t type) {
-    return {WriteFile(dir_, name, content), type};
-  }
-};
+class MailboxImport : public ImportFixture {};
 
 TEST_F(MailboxImport, EachMessageBecomesADocumentOfItsFields) {
-  const ImportOutcome outcome = Import({Mailbox(
+  const ImportOutcome outcome = Import({Source(
       "In.mbx",
       "From ???@??? Tue Jun 01 12:00:00 2004\r\nFrom: Ann\r\nSubject: Hello\r\n\r\nHi\r\n"
       "From ???@??? Wed Jun 02 08:30:00 2004\r\nDate: 3 Jun 2004\r\nSubject: Two\r\n\r\nBye\r\n",
@@ -94,10 +88,10 @@ TEST_F(MailboxImport, EachMessageBecomesADocumentOfItsFields) {
 }
 
 TEST_F(MailboxImport, FullHeaderRewritesTheHeaderAndMissingHeadersFallBack) {
-  QueuedFile file = Mailbox("box.mbox",
-                            "From a@x Tue Jun 01 12:00:00 2004\nSubject: s\n\nbody\n"
-                            "From b@x Tue Jun 01 12:00:00 2004\nno header end",
-                            kStandard);
+  QueuedFile file = Source("box.mbox",
+                           "From a@x Tue Jun 01 12:00:00 2004\nSubject: s\n\nbody\n"
+                           "From b@x Tue Jun 01 12:00:00 2004\nno header end",
+                           kStandard);
   file.full_header = 1;
   const ImportOutcome outcome = Import({file});
   EXPECT_EQ(outcome.documents_added, 2u);
@@ -113,10 +107,10 @@ TEST_F(MailboxImport, FullHeaderRewritesTheHeaderAndMissingHeadersFallBack) {
 TEST_F(MailboxImport, NamedAttachmentFilesAreSavedAndMissingOnesLogged) {
   const std::string report = WriteFile(dir_, "files/report.txt", "report bytes");
   const std::string missing = dir_.file("files/gone.pdf");
-  QueuedFile file = Mailbox("std.mbx",
-                            "From a@x d\r\nX-Attachments: " + report + ", " + missing +
-                                "\r\nSubject: Files\r\n\r\nsee attached\r\n",
-                            kStandard);
+  QueuedFile file = Source("std.mbx",
+                           "From a@x d\r\nX-Attachments: " + report + ", " + missing +
+                               "\r\nSubject: Files\r\n\r\nsee attached\r\n",
+                           kStandard);
   file.save_attachments = 1;
   const ImportOutcome outcome = Import({file});
   EXPECT_EQ(outcome.result, 1u);
@@ -142,7 +136,7 @@ TEST_F(MailboxImport, NamedAttachmentFilesAreSavedAndMissingOnesLogged) {
 }
 
 TEST_F(MailboxImport, CorpusMailboxesGiveOneDocumentPerMessage) {
-  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus";
+  const std::filesystem::path corpus = Corpus();
   if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
   struct Case {
     const char* file;

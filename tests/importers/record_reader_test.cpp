@@ -18,6 +18,9 @@ namespace {
 
 using Records = std::vector<std::string>;
 using Outcome = RecordReader::Outcome;
+constexpr Outcome kEnd = Outcome::kEndOfInput;
+constexpr Outcome kBlank = Outcome::kEmptyRecord;
+constexpr Outcome kTooLong = Outcome::kRecordTooLong;
 
 struct ReadResult {
   Records records;
@@ -49,106 +52,73 @@ ReadResult ReadText(std::string_view text, char qualifier = '"',
   return expected;
 }
 
-// ---- Line ends ----
+// What each text reads as, whole and in pieces.
+struct ReadCase {
+  const char* name;
+  std::string text;
+  Records records;
+  Outcome last = kEnd;
+  char qualifier = '"';
+  size_t limit = RecordReader::kDefaultMaxRecordBytes;
+};
 
-TEST(RecordReaderLineEnds, CrLfLfAndCrFilesGiveTheSameRecords) {
-  const Records expected{"a,b", "c,d", "e"};
-  EXPECT_EQ(ReadText("a,b\r\nc,d\r\ne\r\n").records, expected);
-  EXPECT_EQ(ReadText("a,b\nc,d\ne\n").records, expected);
-  EXPECT_EQ(ReadText("a,b\rc,d\re\r").records, expected);
-}
-
-TEST(RecordReaderLineEnds, LfOnlyAndCrOnlyLinesKeepTheirFirstCharacter) {
-  EXPECT_EQ(ReadText("abc\ndef\nghi").records, (Records{"abc", "def", "ghi"}));
-  EXPECT_EQ(ReadText("abc\rdef\rghi").records, (Records{"abc", "def", "ghi"}));
-}
-
-TEST(RecordReaderLineEnds, LfCrIsOneLineEndToo) {
-  EXPECT_EQ(ReadText("ab\n\rcd\n\r").records, (Records{"ab", "cd"}));
-}
-
-TEST(RecordReaderLineEnds, LastLineWithoutLineEndIsARecord) {
-  const ReadResult result = ReadText("one\r\ntwo");
-  EXPECT_EQ(result.records, (Records{"one", "two"}));
-  EXPECT_EQ(result.last, Outcome::kEndOfInput);
-}
-
-TEST(RecordReaderLineEnds, EmptyInputEndsAtOnce) {
-  const ReadResult result = ReadText("");
-  EXPECT_TRUE(result.records.empty());
-  EXPECT_EQ(result.last, Outcome::kEndOfInput);
-}
-
-// ---- Quoted text ----
-
-TEST(RecordReaderQuotes, LineEndInsideQuotesIsKeptAndTheRecordGoesOn) {
-  EXPECT_EQ(ReadText("1,\"x\r\ny\",2\r\n3\r\n").records, (Records{"1,\"x\r\ny\",2", "3"}));
-  EXPECT_EQ(ReadText("1,\"x\ny\",2\n3\n").records, (Records{"1,\"x\ny\",2", "3"}));
-  EXPECT_EQ(ReadText("1,\"x\ry\",2\r3\r").records, (Records{"1,\"x\ry\",2", "3"}));
-}
-
-TEST(RecordReaderQuotes, BlankLineInsideQuotesDoesNotEndTheFile) {
-  EXPECT_EQ(ReadText("\"a\r\n\r\nb\"\r\nc\r\n").records, (Records{"\"a\r\n\r\nb\"", "c"}));
-}
-
-TEST(RecordReaderQuotes, EveryQualifierTogglesSoADoubledOneKeepsTheTextQuoted) {
-  EXPECT_EQ(ReadText("\"say \"\"hi\r\nthere\"\"\"\r\nnext").records,
-            (Records{"\"say \"\"hi\r\nthere\"\"\"", "next"}));
-}
-
-TEST(RecordReaderQuotes, QualifierMayStandAnywhereInTheRecord) {
-  EXPECT_EQ(ReadText("ab\"c\nd\"e\nf").records, (Records{"ab\"c\nd\"e", "f"}));
-}
-
-TEST(RecordReaderQuotes, TheApostropheQualifiesWhenItIsTheQualifier) {
-  EXPECT_EQ(ReadText("'a\nb',\"c\nd\"\n", '\'').records, (Records{"'a\nb',\"c", "d\""}));
-}
-
-TEST(RecordReaderQuotes, WithoutAQualifierEveryLineIsARecord) {
-  EXPECT_EQ(ReadText("\"a\nb\"\n", '\0').records, (Records{"\"a", "b\""}));
-}
-
-TEST(RecordReaderQuotes, UnclosedQuoteRunsToTheEndOfTheInput) {
-  const ReadResult result = ReadText("a\n\"b\nc\n\nd");
-  EXPECT_EQ(result.records, (Records{"a", "\"b\nc\n\nd"}));
-  EXPECT_EQ(result.last, Outcome::kEndOfInput);
-}
-
-// ---- The blank line that ends a file ----
-
-TEST(RecordReaderBlankLine, ABlankLineEndsTheFileInEveryLineEndStyle) {
-  for (const char* text : {"a\r\n\r\nb\r\n", "a\n\nb\n", "a\r\rb\r", "a\n\r\n\rb\n\r"}) {
-    const ReadResult result = ReadText(text);
-    EXPECT_EQ(result.records, (Records{"a"})) << testing::PrintToString(std::string(text));
-    EXPECT_EQ(result.last, Outcome::kEmptyRecord);
+void ExpectReads(const std::vector<ReadCase>& cases) {
+  for (const ReadCase& c : cases) {
+    const ReadResult result = ReadText(c.text, c.qualifier, c.limit);
+    EXPECT_EQ(result.records, c.records) << c.name;
+    EXPECT_EQ(result.last, c.last) << c.name;
   }
 }
 
-TEST(RecordReaderBlankLine, ABlankFirstLineEndsTheFileBeforeAnyRecord) {
-  const ReadResult result = ReadText("\r\na,b\r\n");
-  EXPECT_TRUE(result.records.empty());
-  EXPECT_EQ(result.last, Outcome::kEmptyRecord);
+TEST(RecordReader, LineEndsOfEveryKind) {
+  const Records three{"a,b", "c,d", "e"};
+  ExpectReads({
+      {"CR LF", "a,b\r\nc,d\r\ne\r\n", three},
+      {"LF", "a,b\nc,d\ne\n", three},
+      {"CR", "a,b\rc,d\re\r", three},
+      {"LF only keeps each line's first character", "abc\ndef\nghi", {"abc", "def", "ghi"}},
+      {"CR only keeps each line's first character", "abc\rdef\rghi", {"abc", "def", "ghi"}},
+      {"LF CR is one line end too", "ab\n\rcd\n\r", {"ab", "cd"}},
+      {"the last line without a line end is a record", "one\r\ntwo", {"one", "two"}},
+      {"empty input ends at once", "", {}},
+  });
 }
 
-TEST(RecordReaderBlankLine, ALineOfBlanksIsNotEmpty) {
-  EXPECT_EQ(ReadText("a\n \nb\n").records, (Records{"a", " ", "b"}));
+TEST(RecordReader, LineEndsInsideQuotedText) {
+  ExpectReads({
+      {"CR LF inside quotes is kept", "1,\"x\r\ny\",2\r\n3\r\n", {"1,\"x\r\ny\",2", "3"}},
+      {"LF inside quotes is kept", "1,\"x\ny\",2\n3\n", {"1,\"x\ny\",2", "3"}},
+      {"CR inside quotes is kept", "1,\"x\ry\",2\r3\r", {"1,\"x\ry\",2", "3"}},
+      {"a blank line inside quotes", "\"a\r\n\r\nb\"\r\nc\r\n", {"\"a\r\n\r\nb\"", "c"}},
+      // Every qualifier toggles, so a doubled one keeps the text quoted.
+      {"doubled qualifier",
+       "\"say \"\"hi\r\nthere\"\"\"\r\nnext",
+       {"\"say \"\"hi\r\nthere\"\"\"", "next"}},
+      {"the qualifier may stand anywhere in the record", "ab\"c\nd\"e\nf", {"ab\"c\nd\"e", "f"}},
+      {"apostrophe qualifier", "'a\nb',\"c\nd\"\n", {"'a\nb',\"c", "d\""}, kEnd, '\''},
+      {"no qualifier: every line is a record", "\"a\nb\"\n", {"\"a", "b\""}, kEnd, '\0'},
+      {"an unclosed quote runs to the end of the input", "a\n\"b\nc\n\nd", {"a", "\"b\nc\n\nd"}},
+  });
 }
 
-// ---- NUL ----
-
-TEST(RecordReaderNul, ANulEndsTheRecordAndIsDropped) {
-  EXPECT_EQ(ReadText(std::string("ab\0cd\n", 6)).records, (Records{"ab", "cd"}));
+TEST(RecordReader, ABlankLineEndsTheFile) {
+  ExpectReads({
+      {"CR LF", "a\r\n\r\nb\r\n", {"a"}, kBlank},
+      {"LF", "a\n\nb\n", {"a"}, kBlank},
+      {"CR", "a\r\rb\r", {"a"}, kBlank},
+      {"LF CR", "a\n\r\n\rb\n\r", {"a"}, kBlank},
+      {"a blank first line, before any record", "\r\na,b\r\n", {}, kBlank},
+      {"a line of blanks is not empty", "a\n \nb\n", {"a", " ", "b"}},
+  });
 }
 
-TEST(RecordReaderNul, TheLineEndAfterANulReadsAsABlankLine) {
-  const ReadResult result = ReadText(std::string("1,2,\0\n3,4\n", 10));
-  EXPECT_EQ(result.records, (Records{"1,2,"}));
-  EXPECT_EQ(result.last, Outcome::kEmptyRecord);
-}
-
-TEST(RecordReaderNul, ANulEndsTheRecordEvenInsideQuotes) {
-  // The next record starts outside quoted text, so its quote opens some.
-  EXPECT_EQ(ReadText(std::string("\"a\0b\"\nc", 7)).records, (Records{"\"a", "b\"\nc"}));
+TEST(RecordReader, ANulEndsTheRecordAndIsDropped) {
+  ExpectReads({
+      {"NUL mid-line", std::string("ab\0cd\n", 6), {"ab", "cd"}},
+      {"then a line end is a blank line", std::string("1,2,\0\n3,4\n", 10), {"1,2,"}, kBlank},
+      // The next record starts outside quoted text, so its quote opens some.
+      {"even inside quotes", std::string("\"a\0b\"\nc", 7), {"\"a", "b\"\nc"}},
+  });
 }
 
 // ---- Positions ----
@@ -157,14 +127,11 @@ TEST(RecordReaderPositions, OffsetsCountTheLineEndsTaken) {
   StringSource source("ab\r\ncd\neof");
   RecordReader reader(source);
   std::string record;
-  ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
-  EXPECT_EQ(reader.RecordOffset(), 0u);
-  EXPECT_EQ(reader.BytesConsumed(), 4u);
-  ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
-  EXPECT_EQ(reader.RecordOffset(), 4u);
-  EXPECT_EQ(reader.BytesConsumed(), 7u);
-  ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
-  EXPECT_EQ(reader.BytesConsumed(), 10u);
+  for (const auto& [start, end] : {std::pair{0u, 4u}, {4u, 7u}, {7u, 10u}}) {
+    ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
+    EXPECT_EQ(reader.RecordOffset(), start) << record;
+    EXPECT_EQ(reader.BytesConsumed(), end) << record;
+  }
   EXPECT_EQ(reader.Read('"', &record), Outcome::kEndOfInput);
 }
 
@@ -185,20 +152,21 @@ class EndlessQuoteSource : public ByteSource {
 };
 
 TEST(RecordReaderLimit, ARecordOverTheLimitStopsTheFileAndStaysStopped) {
-  const ReadResult result = ReadText("short\n" + std::string(30, 'x') + "\nmore\n", '"', 10);
-  EXPECT_EQ(result.records, (Records{"short"}));
-  EXPECT_EQ(result.last, Outcome::kRecordTooLong);
-
+  ExpectReads({
+      {"over the limit",
+       "short\n" + std::string(30, 'x') + "\nmore\n",
+       {"short"},
+       kTooLong,
+       '"',
+       10},
+      {"exactly the limit", "0123456789\nok", {"0123456789", "ok"}, kEnd, '"', 10},
+  });
   StringSource source("0123456789A\nok\n");
   RecordReader reader(source, 10);
   std::string record;
   EXPECT_EQ(reader.Read('"', &record), Outcome::kRecordTooLong);
   EXPECT_TRUE(record.empty());
   EXPECT_EQ(reader.Read('"', &record), Outcome::kRecordTooLong);
-}
-
-TEST(RecordReaderLimit, ARecordOfExactlyTheLimitIsRead) {
-  EXPECT_EQ(ReadText("0123456789\nok", '"', 10).records, (Records{"0123456789", "ok"}));
 }
 
 TEST(RecordReaderLimit, AnUnclosedQuoteReadsNoMoreThanTheLimitAndABlock) {

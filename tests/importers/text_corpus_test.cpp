@@ -29,11 +29,12 @@ struct FileRows {
   RecordReader::Outcome end = RecordReader::Outcome::kRecord;
 };
 
-// Reads `path` as a delimited import would: records with the qualifier of
-// the settings, each split into values.
-FileRows ReadDelimited(const fs::path& path, const std::string& column_header) {
+// Reads `path` as the imports would: records with the qualifier of the
+// settings, each split into values; or, for fixed width, lines without a
+// qualifier, each cut at the widths.
+FileRows Read(const fs::path& path, const std::string& column_header, bool fixed_width) {
   CDelimitedFields fields;
-  fields.LoadSettings(column_header);
+  fixed_width ? fields.LoadFixedSettings(column_header) : fields.LoadSettings(column_header);
   FileRows result;
   SourceFile file;
   if (!file.Open(path.string())) {
@@ -43,32 +44,20 @@ FileRows ReadDelimited(const fs::path& path, const std::string& column_header) {
   ks::text::SourceFileBytes source(file);
   RecordReader reader(source);
   std::string record;
-  while ((result.end = reader.Read(fields.Qualifier(), &record)) ==
+  while ((result.end = reader.Read(fixed_width ? '\0' : fields.Qualifier(), &record)) ==
          RecordReader::Outcome::kRecord) {
-    fields.Split(record);
+    fixed_width ? fields.CutFixedWidth(record) : fields.Split(record);
     result.rows.push_back(fields.Values());
   }
   return result;
 }
 
-// Reads `path` as the fixed-width import would: lines without a qualifier.
+FileRows ReadDelimited(const fs::path& path, const std::string& column_header) {
+  return Read(path, column_header, false);
+}
+
 FileRows ReadFixed(const fs::path& path, const std::string& column_header) {
-  CDelimitedFields fields;
-  fields.LoadFixedSettings(column_header);
-  FileRows result;
-  SourceFile file;
-  if (!file.Open(path.string())) {
-    ADD_FAILURE() << file.ErrorText();
-    return result;
-  }
-  ks::text::SourceFileBytes source(file);
-  RecordReader reader(source);
-  std::string line;
-  while ((result.end = reader.Read('\0', &line)) == RecordReader::Outcome::kRecord) {
-    fields.CutFixedWidth(line);
-    result.rows.push_back(fields.Values());
-  }
-  return result;
+  return Read(path, column_header, true);
 }
 
 const std::string kCommaSettings = "T=CSV\r\nN=3\r\nP1=1\r\nD=,\r\nTQ=\"\r\nTC=0";

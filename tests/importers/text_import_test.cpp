@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <fstream>
 #include <thread>
 
 #include "api/ks_imp_app.h"
-#include "api/write_file.h"
 #include "core/config_store.h"
 #include "core/database_import_settings.h"
 #include "import_fixture.h"
@@ -21,22 +19,13 @@ using Docs = std::vector<std::string>;
 
 class TextImport : public ImportFixture {};
 
-TEST_F(TextImport, WholeFileIsOneDocumentWithoutADelimiter) {
-  const std::string text = "first line\r\nsecond line\r\n\r\nlast line without end";
-  const auto outcome = Import({{WriteFile(dir_, "a.txt", text)}});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.documents_added, 1u);
-  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
-  EXPECT_EQ(Documents(), Docs{text});
-}
-
 TEST_F(TextImport, TheDatabaseRemembersTheFileTypeLastImported) {
-  Import({{WriteFile(dir_, "a.html", "<p>x</p>"), 108}});
+  Import({Source("a.html", "<p>x</p>", 108)});
   const auto configuration = ks::core::ConfigStore::Load().values();
   EXPECT_EQ(ks::core::LastUsedFilter(configuration, database_), "HTML (*.htm, *.html)");
 }
 
-TEST_F(TextImport, EachDelimiterKindCutsTheSource) {
+TEST_F(TextImport, WithoutADelimiterTheFileIsOneDocumentElseEachKindCutsIt) {
   const std::string source = "a1\r\na2\r\n\r\nb1\r\n\f\r\nc1\r\n--\r\nd1\r\n";
   struct Case {
     int32_t flags, lines;
@@ -44,21 +33,21 @@ TEST_F(TextImport, EachDelimiterKindCutsTheSource) {
     Docs expected;
   };
   const Case cases[] = {
+      {0, 0, "", {source}},
       {2, 0, "", {"a1\r\na2\r\n\r\nb1\r\n", "c1\r\n--\r\nd1\r\n"}},
       {1, 0, "", {"a1\r\na2\r\n", "b1\r\n\f\r\nc1\r\n--\r\nd1\r\n"}},
       {4, 3, "", {"a1\r\na2\r\n\r\n", "b1\r\n\f\r\nc1\r\n", "--\r\nd1\r\n"}},
       {8, 0, "--", {"a1\r\na2\r\n\r\nb1\r\n\f\r\nc1\r\n", "d1\r\n"}},
   };
   for (const Case& c : cases) {
-    TempDir scratch;
-    database_ = scratch.file("db.kst");
-    ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
-    QueuedFile file{WriteFile(scratch, "s.txt", source)};
+    FreshDatabase();
+    QueuedFile file = Source("s.txt", source);
     file.delimiter_flags = c.flags;
     file.delimiter_lines = c.lines;
     file.delimiter_string = c.string;
     const auto outcome = Import({file});
     EXPECT_EQ(outcome.result, 1u) << "flags " << c.flags;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded";
     EXPECT_EQ(outcome.documents_added, c.expected.size()) << "flags " << c.flags;
     EXPECT_EQ(Documents(), c.expected) << "flags " << c.flags;
   }
@@ -69,7 +58,7 @@ TEST_F(TextImport, DocumentsLongerThanABlockArriveWhole) {
   std::string page;
   for (int i = 0; i < 60000; ++i) page += "line " + std::to_string(i) + " of a long page\r\n";
   const std::string source = page + "\f\r\n" + page + "tail without end";
-  QueuedFile file{WriteFile(dir_, "long.txt", source)};
+  QueuedFile file = Source("long.txt", source);
   file.delimiter_flags = 2;
   const auto outcome = Import({file});
   EXPECT_EQ(outcome.result, 1u);
@@ -80,28 +69,28 @@ TEST_F(TextImport, DocumentsLongerThanABlockArriveWhole) {
 }
 
 TEST_F(TextImport, OemSourceIsConverted) {
-  QueuedFile file{WriteFile(dir_, "dos.txt",
-                            "Stra\xE1"
-                            "e \x9C"
-                            "5\r\n")};
+  QueuedFile file = Source("dos.txt",
+                           "Stra\xE1"
+                           "e \x9C"
+                           "5\r\n");
   file.origin_ansi = 0;
   Import({file});
   EXPECT_EQ(Documents(), Docs{"Stra\u00DFe \u00A35\r\n"});
 }
 
 TEST_F(TextImport, LaterFilesFollowEarlierOnesAtTheTop) {
-  Import({{WriteFile(dir_, "old.txt", "old")}});
-  QueuedFile one{WriteFile(dir_, "1.txt", "one\r\n\r\ntwo")};
+  Import({Source("old.txt", "old")});
+  QueuedFile one = Source("1.txt", "one\r\n\r\ntwo");
   one.location = 6;
   one.delimiter_flags = 1;
-  QueuedFile three{WriteFile(dir_, "3.txt", "three")};
+  QueuedFile three = Source("3.txt", "three");
   three.location = 6;
   Import({one, three});
   EXPECT_EQ(Documents(), (Docs{"one\r\n", "two", "three", "old"}));
 }
 
 TEST_F(TextImport, MissingNamedDocumentStopsWithError98) {
-  QueuedFile file{WriteFile(dir_, "a.txt", "text")};
+  QueuedFile file = Source("a.txt", "text");
   file.location = 3;
   file.named_document = "No such document";
   const auto outcome = Import({file});
@@ -114,7 +103,7 @@ TEST_F(TextImport, BadSourcesAreReportedAndNothingImportedIsLost) {
   const std::string good = WriteFile(dir_, "good.txt", "kept");
   const std::string missing = dir_.file("missing.txt");
   const auto outcome =
-      Import({{good}, {missing}, {dir_.path().string()}, {WriteFile(dir_, "late.txt", "late")}});
+      Import({{good}, {missing}, {dir_.path().string()}, Source("late.txt", "late")});
   EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
   EXPECT_NE(outcome.log.find("The file " + missing + ", could not be located."), std::string::npos)
       << outcome.log;
@@ -124,9 +113,7 @@ TEST_F(TextImport, BadSourcesAreReportedAndNothingImportedIsLost) {
 }
 
 TEST_F(TextImport, UnknownTypeEndsTheRunKeepingEarlierFiles) {
-  QueuedFile unknown{WriteFile(dir_, "b.txt", "never")};
-  unknown.type = 1001;
-  const auto outcome = Import({{WriteFile(dir_, "a.txt", "kept")}, unknown});
+  const auto outcome = Import({Source("a.txt", "kept"), Source("b.txt", "never", 1001)});
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(Documents(), Docs{"kept"});
 }
@@ -181,23 +168,9 @@ TEST_F(TextImport, ProgressReachesTheFileSizeWhilePolledFromAnotherThread) {
 TEST_F(TextImport, AbortFromAnotherThreadKeepsWholeDocumentsOnly) {
   std::string source;
   for (int i = 0; i < 200000; ++i) source += "document " + std::to_string(i) + "\r\n\r\n";
-  QueuedFile file{WriteFile(dir_, "many.txt", source)};
+  QueuedFile file = Source("many.txt", source);
   file.delimiter_flags = 1;
-  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
-  ASSERT_EQ(Queue(handle, file), 1u);
-  std::atomic<bool> done{false};
-  std::thread aborter([&] {
-    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 1000) std::this_thread::yield();
-    KSIMP_Abort(handle);
-  });
-  uint32_t added = 0;
-  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "an abort is not a failure";
-  done.store(true);
-  aborter.join();
-  const Docs docs = Documents();
-  EXPECT_EQ(docs.size(), added);
-  EXPECT_GE(docs.size(), 1000u);
-  EXPECT_LT(docs.size(), 200000u) << "the abort was not noticed";
+  const Docs docs = ImportAbortingAfter(file, 1000, 200000).documents;
   for (size_t i = 0; i < docs.size(); ++i) {
     ASSERT_EQ(docs[i], "document " + std::to_string(i) + "\r\n") << "document " << i;
   }
@@ -207,7 +180,7 @@ TEST_F(TextImport, AbortFromAnotherThreadKeepsWholeDocumentsOnly) {
 // document holding the file's bytes exactly, or for a UTF-16 file its text
 // as UTF-8.
 TEST_F(TextImport, CorpusHtmlAndRtfFilesAreOneDocumentEach) {
-  const std::filesystem::path corpus = std::filesystem::path(KS_SHARED_DIR) / "corpus";
+  const std::filesystem::path corpus = Corpus();
   if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no corpus beside the checkout";
   std::vector<QueuedFile> files;
   Docs expected;
