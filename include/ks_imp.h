@@ -337,6 +337,22 @@ KSIMP_API uint32_t KSIMP_WriteSettingsFile(const char* path, const char* column_
  * else 0. */
 KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_t size);
 
+/* The column header string of a delimited file whose first row names its
+ * columns, as the import wizard proposes it: the first row of `path` is split
+ * by the characters of `delimiters`, the qualifier ('"' or '\'', 0 for none)
+ * and the consecutive switch; each value, trimmed and on one line, names a
+ * column, and the rows to import start at the second (S=2).  With
+ * `origin_ansi` 0 the names are converted from the DOS code page.  Returns 1
+ * when the string is copied (text plus terminator strictly shorter than
+ * size), else 0.  `message`, when not null, receives 0 or the number of the
+ * message that says why nothing was copied: 13007 (no delimiters), 11024
+ * (the file cannot be opened), 11019 (the file has no first row), 11001 (the
+ * buffer is too small, or an internal failure). */
+KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* delimiters,
+                                                  char qualifier, int32_t consecutive,
+                                                  int32_t origin_ansi, char* buffer,
+                                                  int32_t size, uint32_t* message);
+
 /* ---- E-mail imports ---------------------------------------------------- */
 /* Declared for the host; e-mail imports are not available in this build yet.
  * Each returns its failure value (0, or nothing) and changes nothing. */

@@ -12,6 +12,7 @@
 #include "api/settings_file_requests.h"
 #include "core/config_store.h"
 #include "core/option_mask.h"
+#include "importers/text/first_row_names.h"
 #include "ks_imp.h"
 
 namespace {
@@ -211,6 +212,29 @@ KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_
     return CopyTextStrictly(settings_file_requests::ReadSettingsFile(TextOrEmpty(path)), buffer,
                             size);
   });
+}
+
+KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* delimiters,
+                                                  char qualifier, int32_t consecutive,
+                                                  int32_t origin_ansi, char* buffer,
+                                                  int32_t size, uint32_t* message) {
+  uint32_t reason = error_code::kInternal;  // what a failure that throws leaves
+  if (message != nullptr) *message = reason;
+  const uint32_t copied = GuardExport([&]() -> uint32_t {
+    ks::text::FirstRowLayout layout;
+    layout.delimiters = TextOrEmpty(delimiters);
+    layout.qualifier = qualifier;
+    layout.consecutive = consecutive != 0;
+    layout.origin_ansi = origin_ansi != 0;
+    std::string column_header;
+    reason = ks::text::ColumnHeaderFromFirstRow(TextOrEmpty(path), layout, &column_header);
+    if (reason != 0) return 0;
+    if (CopyTextStrictly(column_header, buffer, size) == 1) return 1;
+    reason = error_code::kInternal;
+    return 0;
+  });
+  if (message != nullptr) *message = reason;
+  return copied;
 }
 
 KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle) {

@@ -92,6 +92,15 @@ contains missing-settings-said "$work/err" "nowhere.ksi is not a settings file t
 check one-line-columns 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'N=2'
 contains one-line-columns-rows "$work/out" "2 document(s) added"
 lacks one-line-columns-not-a-file "$work/out" "could not be located"
+printf 'City;"Post\r\nCode"\r\nParis; 75001\r\n' >"$work/h.csv"
+check header-import 0 "$ksimp" import "$fdb" "$work/h.csv" --header --delim ';' --quiet
+check header-docs 0 "$ksimp" docs "$fdb" --json
+contains header-fields "$work/out" '"text":"City[ Paris ]\r\nPostCode[ 75001 ]\r\n"'
+lacks header-row-not-imported "$work/out" 'City[ City ]'
+check header-with-names 2 "$ksimp" import "$fdb" "$work/h.csv" --header --names a
+printf '\r\na,b\r\n' >"$work/blank.csv"
+check header-blank-first-line 1 "$ksimp" import "$fdb" "$work/blank.csv" --header
+contains header-blank-said "$work/err" "message 11019"
 check form-create 0 "$ksimp" form create "$fdb" Person --fields 'Name,Home Phone'
 check entry-import 0 "$ksimp" import "$fdb" "$work/p.csv" --columns 'T=CSV\nN=3\nNA1=Name\nNA2=Skip\nNA3=Home Phone\nP1=1\nP2=2\nP3=3\nD=,\nS=2' --form Person --quiet
 check entry-docs 0 "$ksimp" docs "$fdb" --json

@@ -144,6 +144,11 @@ struct ImportCommand {
       throw HostError("--date-range cannot be combined with a column layout", 2);
     }
     request.stored_settings = true;
+    if (columns.header_row) {
+      // Each file's own first row names its columns (see Run).
+      if (type.empty()) request.file_type = 1004;
+      return;
+    }
     const std::string header = columns.ColumnHeader();
     request.date_from = header;
     const uint32_t code = KSIMP_CheckColumnHeader(header.c_str());
@@ -175,6 +180,16 @@ struct ImportCommand {
     UseColumns();
     const uint32_t requested = RequestedOptions(request, given);
 
+    // Every file's column names are read before anything is imported, so a
+    // file without a first row stops the command with nothing half done.
+    std::vector<std::string> first_row_headers;
+    if (columns.header_row) {
+      for (const auto& file : files) {
+        first_row_headers.push_back(
+            columns.ColumnHeaderFromFirstRow(file, request.origin_ansi != 0));
+      }
+    }
+
     const uint32_t handle = KSIMP_InitImportUsingFileName(path.c_str());
     if (handle == 0) {
       // The library's failed open ran on this thread, so the engine's reason
@@ -184,9 +199,11 @@ struct ImportCommand {
                                   ErrorText(KSIMP_GetLastImportError(0)),
                                   EngineErrorText(engine_error)));
     }
-    for (const auto& file : files) {
+    for (size_t i = 0; i < files.size(); ++i) {
+      const std::string& file = files[i];
       const int32_t file_type = request.file_type != 0 ? request.file_type : FileTypeForPath(file);
       WarnAboutOptionsNotOffered(file, file_type, requested);
+      if (columns.header_row) request.date_from = first_row_headers[i];
       if (!Queue(handle, file, file_type, request)) {
         const std::string reason = ErrorText(KSIMP_GetLastImportError(handle));
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
@@ -275,7 +292,7 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_option("--filter", r.filter, "Filter the source through this filter first");
   cmd->add_flag("--delete-after", r.delete_after,
                 "Delete files of the temporary import folder once imported");
-  command->columns.AddTo(*cmd, /*with_settings=*/true);
+  command->columns.AddTo(*cmd, /*for_import=*/true);
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->callback([command, cmd] {
     for (const CLI::Option* option : cmd->parse_order())

@@ -17,22 +17,32 @@ void AddSettingsCommand(CLI::App& parent) {
 
   struct WriteOptions {
     std::string path;
+    std::string names_from;  // a delimited file whose first row names the columns
     ColumnHeaderFlags flags;
   };
   auto write = std::make_shared<WriteOptions>();
   CLI::App* write_cmd =
       cmd->add_subcommand("write", "Save the columns the flags describe as a settings file");
   write_cmd->add_option("FILE.ksi", write->path, "Settings file to write")->required();
-  write->flags.AddTo(*write_cmd, /*with_settings=*/false);
+  write->flags.AddTo(*write_cmd, /*for_import=*/false);
+  write_cmd
+      ->add_option("--names-from", write->names_from,
+                   "Delimited file whose first row names the columns")
+      ->excludes("--names")
+      ->excludes("--columns")
+      ->excludes("--widths");
   write_cmd->callback([write] {
-    const std::string header = write->flags.ColumnHeader();
+    const bool from_file = !write->names_from.empty();
+    const std::string header = from_file
+                                   ? write->flags.ColumnHeaderFromFirstRow(write->names_from, true)
+                                   : write->flags.ColumnHeader();
     if (header.empty())
       throw HostError("describe the columns with --columns, --names or --widths", 2);
     RequireValidColumnHeader(header);
     const uint32_t code = KSIMP_WriteSettingsFile(write->path.c_str(), header.c_str());
     if (code != 0) throw HostError(fmt::format("cannot write {} (error {})", write->path, code));
     fmt::print("Wrote {}\n", write->path);
-    if (write->flags.first_row) {
+    if (write->flags.first_row || from_file) {
       fmt::print(stderr,
                  "note: a settings file does not keep the first row; give --first-row again "
                  "when you import with it.\n");

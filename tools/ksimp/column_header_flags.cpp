@@ -70,21 +70,33 @@ std::string MessageText(uint32_t code) {
 
 }  // namespace
 
-void ColumnHeaderFlags::AddTo(CLI::App& command, bool with_settings) {
-  if (with_settings) command.add_option("--settings", settings, "Settings file (.ksi) to use");
-  command.add_option("--columns", columns,
-                     "Column header string (KEY=VALUE lines, separated by line breaks or \\n)");
-  command.add_option("--names", names, "Column names, separated by commas (Skip leaves one out)");
+void ColumnHeaderFlags::AddTo(CLI::App& command, bool for_import) {
+  CLI::Option* columns_option = command.add_option(
+      "--columns", columns, "Column header string (KEY=VALUE lines, separated by line breaks or \\n)");
+  CLI::Option* names_option =
+      command.add_option("--names", names, "Column names, separated by commas (Skip leaves one out)");
+  CLI::Option* widths_option =
+      command.add_option("--widths", widths, "Fixed column widths, separated by commas");
+  if (for_import) {
+    CLI::Option* settings_option =
+        command.add_option("--settings", settings, "Settings file (.ksi) to use");
+    command
+        .add_flag("--header", header_row,
+                  "Each file's first row names its columns; rows are imported from the second")
+        ->excludes(settings_option)
+        ->excludes(columns_option)
+        ->excludes(names_option)
+        ->excludes(widths_option);
+  }
   command.add_option("--delim", delimiters, "Delimiter characters (\\t for a tab); default ,");
   command.add_option("--qualifier", qualifier, "Text qualifier: '\"', \"'\" or none");
   command.add_flag("--consecutive", consecutive, "Consecutive delimiters count as one");
   command.add_option("--first-row", first_row, "First row to import (1 = the first)");
-  command.add_option("--widths", widths, "Fixed column widths, separated by commas");
 }
 
 bool ColumnHeaderFlags::Given() const {
   return !settings.empty() || !columns.empty() || !names.empty() || !delimiters.empty() ||
-         !widths.empty();
+         !widths.empty() || header_row;
 }
 
 std::string NormalizeColumnHeader(const std::string& typed) {
@@ -139,18 +151,50 @@ std::string ColumnHeaderFlags::DescribedColumnHeader() const {
     }
   }
   if (!fixed) {
-    if (qualifier != "\"" && qualifier != "'" && qualifier != "none") {
-      throw HostError("--qualifier takes '\"', \"'\" or none", 2);
-    }
     header += fmt::format("D={}\r\nTQ={}\r\nTC={}\r\n",
                           delimiters.empty() ? "," : UnescapeDelimiters(delimiters),
-                          qualifier == "none" ? "" : qualifier, consecutive ? 1 : 0);
+                          QualifierText(), consecutive ? 1 : 0);
   }
   return header;
 }
 
+std::string ColumnHeaderFlags::QualifierText() const {
+  if (qualifier != "\"" && qualifier != "'" && qualifier != "none") {
+    throw HostError("--qualifier takes '\"', \"'\" or none", 2);
+  }
+  return qualifier == "none" ? "" : qualifier;
+}
+
+std::string ColumnHeaderFlags::ColumnHeaderFromFirstRow(const std::string& file,
+                                                        bool origin_ansi) const {
+  const std::string delimiter_list = delimiters.empty() ? "," : UnescapeDelimiters(delimiters);
+  const std::string quote = QualifierText();
+  std::vector<char> text(1 << 16);
+  uint32_t message = 0;
+  while (!KSIMP_ColumnHeaderFromFirstRow(file.c_str(), delimiter_list.c_str(),
+                                         quote.empty() ? '\0' : quote.front(), consecutive ? 1 : 0,
+                                         origin_ansi ? 1 : 0, text.data(),
+                                         static_cast<int32_t>(text.size()), &message)) {
+    // 11001 is also the answer to a buffer too small: try a larger one.
+    if (message != 11001 || text.size() >= (1u << 28)) {
+      std::string text = MessageText(message);
+      if (const size_t name = text.find("%s"); name != std::string::npos) {
+        text.replace(name, 2, file);
+      }
+      throw HostError(fmt::format(
+          "cannot take the column names from the first row of {}: message {}: {}", file, message,
+          text));
+    }
+    text.resize(text.size() * 4);
+  }
+  return WithFirstRow(text.data());
+}
+
 std::string ColumnHeaderFlags::ColumnHeader() const {
-  std::string header = DescribedColumnHeader();
+  return WithFirstRow(DescribedColumnHeader());
+}
+
+std::string ColumnHeaderFlags::WithFirstRow(std::string header) const {
   if (header.empty() || !first_row) return header;
   // The first occurrence of a key counts, so a leading S line wins.  A
   // column without a position takes the first row as its position (old

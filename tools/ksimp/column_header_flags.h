@@ -17,17 +17,27 @@ struct ColumnHeaderFlags {
   bool consecutive = false;
   std::optional<int> first_row;  // --first-row N
   std::string widths;  // --widths 10,5,8
+  bool header_row = false;  // --header: each file's first row names its columns
 
-  // Adds the flags to a command; `with_settings` adds --settings too.
-  void AddTo(CLI::App& command, bool with_settings);
+  // Adds the flags to a command; `for_import` adds --settings and --header,
+  // which describe the columns of the files imported.
+  void AddTo(CLI::App& command, bool for_import);
   // True when any flag describes columns.
   bool Given() const;
   // The column header string the flags describe ("" when none), with CR LF
   // between its lines.  A settings file is read through the library; a first
   // row given as a flag outweighs the one a string or file holds.
   std::string ColumnHeader() const;
+  // The column header string of a delimited `file` whose first row names its
+  // columns (read through the library with the delimiter flags); throws
+  // HostError when the file gives none.
+  std::string ColumnHeaderFromFirstRow(const std::string& file, bool origin_ansi) const;
 
  private:
+  // `header` with the first row flag in front of it, when one was given.
+  std::string WithFirstRow(std::string header) const;
+  // The qualifier flag as it stands in a column header string.
+  std::string QualifierText() const;
   // The string the settings file, the typed string or the flags give.
   std::string DescribedColumnHeader() const;
 };
