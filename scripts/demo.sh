@@ -21,9 +21,8 @@ if [ -d "$corpus" ]; then
   set -x
   # Web pages and rich-text files written by other software, one document each.
   "$ksimp" import "$db" "$corpus"/html/*.html "$corpus"/rtf/*.rtf
-  # A CSV file, one fielded document per row; its first row holds the names.
-  "$ksimp" import "$db" "$corpus/csv/comma_in_quotes.csv" --type csv \
-    --names first,last,address,city,zip --first-row 2
+  # A CSV file, one fielded document per row; its first row names the fields.
+  "$ksimp" import "$db" "$corpus/csv/comma_in_quotes.csv" --header
   # A mailing-list mailbox, one document per message with its header fields.
   mailbox=$corpus/mbox/mailarc-1-dos.mbox
   if [ -f "$mailbox" ]; then "$ksimp" import "$db" "$mailbox" --type mbx; fi
