@@ -350,8 +350,8 @@ KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_
  * buffer is too small, or an internal failure). */
 KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* delimiters,
                                                   char qualifier, int32_t consecutive,
-                                                  int32_t origin_ansi, char* buffer,
-                                                  int32_t size, uint32_t* message);
+                                                  int32_t origin_ansi, char* buffer, int32_t size,
+                                                  uint32_t* message);
 
 /* ---- E-mail imports ---------------------------------------------------- */
 /* Declared for the host; e-mail imports are not available in this build yet.

@@ -216,8 +216,8 @@ KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_
 
 KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* delimiters,
                                                   char qualifier, int32_t consecutive,
-                                                  int32_t origin_ansi, char* buffer,
-                                                  int32_t size, uint32_t* message) {
+                                                  int32_t origin_ansi, char* buffer, int32_t size,
+                                                  uint32_t* message) {
   uint32_t reason = error_code::kInternal;  // what a failure that throws leaves
   if (message != nullptr) *message = reason;
   const uint32_t copied = GuardExport([&]() -> uint32_t {

@@ -73,12 +73,12 @@ void SourceFile::TakeByteOrderMark() {
   const ssize_t got = ::pread(fd_, head, sizeof head, 0);
   if (got >= 3 && std::memcmp(head, "\xEF\xBB\xBF", 3) == 0) {
     mark_size_ = 3;
-  } else if (got >= 2 && (std::memcmp(head, "\xFF\xFE", 2) == 0 ||
-                          std::memcmp(head, "\xFE\xFF", 2) == 0)) {
+  } else if (got >= 2 &&
+             (std::memcmp(head, "\xFF\xFE", 2) == 0 || std::memcmp(head, "\xFE\xFF", 2) == 0)) {
     mark_size_ = 2;
     utf16_ = std::make_unique<ks::core::Utf16Decoder>(
         head[0] == '\xFF' ? ks::core::Utf16Decoder::ByteOrder::kLittleEndian
-                           : ks::core::Utf16Decoder::ByteOrder::kBigEndian);
+                          : ks::core::Utf16Decoder::ByteOrder::kBigEndian);
   }
   if (mark_size_ != 0 && ::lseek(fd_, static_cast<off_t>(mark_size_), SEEK_SET) < 0) {
     // Unseekable after all: read the mark as text rather than lose bytes.

@@ -65,10 +65,10 @@ class SourceFile {
   };
 
   int fd_ = -1;
-  size_t mark_size_ = 0;  // bytes of the byte-order mark, 0 without one
+  size_t mark_size_ = 0;                           // bytes of the byte-order mark, 0 without one
   std::unique_ptr<ks::core::Utf16Decoder> utf16_;  // set for UTF-16 files
-  std::string decoded_;         // decoded text not yet handed out
-  size_t decoded_begin_ = 0;    // first byte of decoded_ not yet handed out
+  std::string decoded_;                            // decoded text not yet handed out
+  size_t decoded_begin_ = 0;                       // first byte of decoded_ not yet handed out
   uint64_t text_handed_out_ = 0;
   uint64_t file_read_ = 0;
   std::deque<DecodedBlock> blocks_;  // recent blocks, for FileOffsetOf

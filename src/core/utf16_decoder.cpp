@@ -11,8 +11,7 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
 }  // namespace
 
 Utf16Decoder::Utf16Decoder(ByteOrder order)
-    : converter_(
-          iconv_open("UTF-8", order == ByteOrder::kLittleEndian ? "UTF-16LE" : "UTF-16BE")) {
+    : converter_(iconv_open("UTF-8", order == ByteOrder::kLittleEndian ? "UTF-16LE" : "UTF-16BE")) {
   if (converter_ == reinterpret_cast<iconv_t>(-1)) {
     throw std::runtime_error("this system cannot convert UTF-16 text");
   }

@@ -54,8 +54,8 @@ FirstRow FromFirstRow(const std::string& path, const char* delimiters = ",", cha
                       int32_t origin_ansi = 1, int32_t size = 4096) {
   std::string buffer(4096, '#');
   uint32_t message = 99;
-  const uint32_t copied = KSIMP_ColumnHeaderFromFirstRow(path.c_str(), delimiters, qualifier, 0,
-                                                         origin_ansi, buffer.data(), size, &message);
+  const uint32_t copied = KSIMP_ColumnHeaderFromFirstRow(
+      path.c_str(), delimiters, qualifier, 0, origin_ansi, buffer.data(), size, &message);
   return {copied, message, copied ? std::string(buffer.c_str()) : std::string()};
 }
 
@@ -73,7 +73,9 @@ TEST(ColumnHeaderFromFirstRow, TheFirstRowNamesTheColumnsAndImportStartsAtTheSec
   EXPECT_EQ(KSIMP_CheckColumnHeader(got.header.c_str()), 0u);
 
   // A DOS file's names are converted; a file that declares UTF-16 is decoded.
-  const std::string oem = WriteFile(dir, "oem.csv", "Stra\xE1" "e,x\r\n");
+  const std::string oem = WriteFile(dir, "oem.csv",
+                                    "Stra\xE1"
+                                    "e,x\r\n");
   EXPECT_NE(FromFirstRow(oem, ",", '"', 0).header.find("NA1=Stra\u00DFe\r\n"), std::string::npos);
   const std::string utf16 = WriteFile(dir, "u.csv", std::string("\xFF\xFEy\0,\0z\0\r\0\n\0", 12));
   EXPECT_NE(FromFirstRow(utf16).header.find("NA1=y\r\nP1=1\r\nNA2=z\r\n"), std::string::npos);

@@ -32,11 +32,10 @@ std::string ReadWhole(SourceFile& file, size_t piece) {
 }
 
 TEST(Utf16Decoder, PiecesOfAnySizeDecodeAsTheWhole) {
-  for (const auto order : {Utf16Decoder::ByteOrder::kLittleEndian,
-                           Utf16Decoder::ByteOrder::kBigEndian}) {
-    const std::string input = order == Utf16Decoder::ByteOrder::kLittleEndian
-                                  ? kUtf16Le
-                                  : Swapped(kUtf16Le);
+  for (const auto order :
+       {Utf16Decoder::ByteOrder::kLittleEndian, Utf16Decoder::ByteOrder::kBigEndian}) {
+    const std::string input =
+        order == Utf16Decoder::ByteOrder::kLittleEndian ? kUtf16Le : Swapped(kUtf16Le);
     for (size_t piece = 1; piece <= input.size(); ++piece) {
       Utf16Decoder decoder(order);
       std::string out;
@@ -94,7 +93,7 @@ TEST(SourceFileEncoding, AUtf8MarkIsDroppedAndOtherFilesArriveByteForByte) {
   EXPECT_EQ(ReadWhole(file, 4), "id,x\r\n");
   EXPECT_EQ(file.FileOffsetOf(6), 9u);
   for (const std::string& bytes : {std::string("\xFF", 1), std::string("\xFF\x41\0", 3),
-                                  std::string("\xEF\xBB", 2), std::string()}) {
+                                   std::string("\xEF\xBB", 2), std::string()}) {
     ASSERT_TRUE(file.Open(WriteFile(dir, "plain.txt", bytes)));
     EXPECT_FALSE(file.DeclaresUnicode());
     EXPECT_EQ(ReadWhole(file, 2), bytes);

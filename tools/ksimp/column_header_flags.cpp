@@ -71,10 +71,11 @@ std::string MessageText(uint32_t code) {
 }  // namespace
 
 void ColumnHeaderFlags::AddTo(CLI::App& command, bool for_import) {
-  CLI::Option* columns_option = command.add_option(
-      "--columns", columns, "Column header string (KEY=VALUE lines, separated by line breaks or \\n)");
-  CLI::Option* names_option =
-      command.add_option("--names", names, "Column names, separated by commas (Skip leaves one out)");
+  CLI::Option* columns_option =
+      command.add_option("--columns", columns,
+                         "Column header string (KEY=VALUE lines, separated by line breaks or \\n)");
+  CLI::Option* names_option = command.add_option(
+      "--names", names, "Column names, separated by commas (Skip leaves one out)");
   CLI::Option* widths_option =
       command.add_option("--widths", widths, "Fixed column widths, separated by commas");
   if (for_import) {
@@ -140,8 +141,7 @@ std::string ColumnHeaderFlags::DescribedColumnHeader() const {
   const std::vector<std::string> column_widths = SplitCommas(widths);
   const bool fixed = !column_widths.empty();
   const size_t count = std::max(column_names.size(), column_widths.size());
-  std::string header =
-      fmt::format("T={}\r\nN={}\r\n", fixed ? "FXD" : "CSV", count);
+  std::string header = fmt::format("T={}\r\nN={}\r\n", fixed ? "FXD" : "CSV", count);
   for (size_t i = 0; i < count; ++i) {
     header += fmt::format("NA{}={}\r\n", i + 1, i < column_names.size() ? column_names[i] : "");
     if (fixed) {
@@ -181,9 +181,9 @@ std::string ColumnHeaderFlags::ColumnHeaderFromFirstRow(const std::string& file,
       if (const size_t name = text.find("%s"); name != std::string::npos) {
         text.replace(name, 2, file);
       }
-      throw HostError(fmt::format(
-          "cannot take the column names from the first row of {}: message {}: {}", file, message,
-          text));
+      throw HostError(
+          fmt::format("cannot take the column names from the first row of {}: message {}: {}", file,
+                      message, text));
     }
     text.resize(text.size() * 4);
   }

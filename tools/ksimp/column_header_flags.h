@@ -16,8 +16,8 @@ struct ColumnHeaderFlags {
   std::string qualifier = "\"";
   bool consecutive = false;
   std::optional<int> first_row;  // --first-row N
-  std::string widths;  // --widths 10,5,8
-  bool header_row = false;  // --header: each file's first row names its columns
+  std::string widths;            // --widths 10,5,8
+  bool header_row = false;       // --header: each file's first row names its columns
 
   // Adds the flags to a command; `for_import` adds --settings and --header,
   // which describe the columns of the files imported.

@@ -32,8 +32,8 @@ std::string AsColumnName(std::string name) {
 uint32_t ColumnHeaderFromFirstRow(const std::string& path, const FirstRowLayout& layout,
                                   std::string* column_header) {
   const std::string qualifier = layout.qualifier != '\0' ? std::string(1, layout.qualifier) : "";
-  const std::string delimiter_lines = fmt::format(
-      "D={}\r\nTQ={}\r\nTC={}\r\n", layout.delimiters, qualifier, layout.consecutive ? 1 : 0);
+  const std::string delimiter_lines = fmt::format("D={}\r\nTQ={}\r\nTC={}\r\n", layout.delimiters,
+                                                  qualifier, layout.consecutive ? 1 : 0);
   CDelimitedFields fields;
   fields.LoadSettings("T=CSV\r\nN=1\r\n" + delimiter_lines);
   if (const uint32_t code = fields.FieldHeader().ErrorCode(); code != 0) return code;

@@ -10,10 +10,10 @@
 namespace ks::text {
 
 struct FirstRowLayout {
-  std::string delimiters;   // every character is a delimiter
-  char qualifier = '"';     // 0: no quoted text
+  std::string delimiters;    // every character is a delimiter
+  char qualifier = '"';      // 0: no quoted text
   bool consecutive = false;  // consecutive delimiters count as one
-  bool origin_ansi = true;  // false: the file is in the DOS code page
+  bool origin_ansi = true;   // false: the file is in the DOS code page
 };
 
 // 0 and the column header string in *column_header, or the message number
