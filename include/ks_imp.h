@@ -75,9 +75,53 @@ extern "C" {
 #define KSIMP_LOG_COPIED 1u    /* texts copied, one entry removed */
 #define KSIMP_LOG_TOO_SMALL 3u /* buffer too small, nothing removed */
 
-/* Special file types of KSIMP_AddFileToImport. */
-#define KSIMP_TYPE_OUTLOOK_FOLDER 1008
-#define KSIMP_TYPE_IMAP_SERVER 1062
+/* ---- File types (argument 3 of KSIMP_AddFileToImport) ----------------- */
+/* Offered to the user (KSIMP_GetFileTypeInfo lists them with their texts): */
+#define KSIMP_TYPE_TEXT 1000            /* plain text, cut by the document delimiter */
+#define KSIMP_TYPE_KESTRO_DOS 1002      /* the DOS export text */
+#define KSIMP_TYPE_KESTRO 1010          /* another Kestro database */
+#define KSIMP_TYPE_EUDORA 1005          /* Eudora mailbox */
+#define KSIMP_TYPE_MBX 1060             /* standard (MBX) mailbox */
+#define KSIMP_TYPE_DELIMITED 1004       /* delimited text (CSV) */
+#define KSIMP_TYPE_HTML 108             /* HTML, kept as its markup */
+#define KSIMP_TYPE_WORD 1056            /* Word document */
+#define KSIMP_TYPE_WORDPERFECT 1057     /* WordPerfect document */
+#define KSIMP_TYPE_RTF 19               /* rich text, one document per file */
+#define KSIMP_TYPE_VISUAL_FOXPRO 1114   /* dBase/FoxPro tables (Visual FoxPro driver) */
+#define KSIMP_TYPE_FOXPRO 1109          /* offered with a plain FoxPro driver; no importer */
+#define KSIMP_TYPE_PDF 1058             /* PDF */
+#define KSIMP_TYPE_OUTLOOK_EXPRESS 1059 /* Outlook Express folder */
+#define KSIMP_TYPE_ANY_FILE 1061        /* any file, as a link or attachment */
+/* Reached by number only: */
+#define KSIMP_TYPE_FIXED_WIDTH 9999    /* fixed-width text (the delimited wizard's other half) */
+#define KSIMP_TYPE_WFW 7               /* Word for Windows converter (no importer) */
+#define KSIMP_TYPE_EXCEL 21            /* Excel table */
+#define KSIMP_TYPE_PARADOX 703         /* Paradox table */
+#define KSIMP_TYPE_DBASE 770           /* dBase table */
+#define KSIMP_TYPE_ACCESS 771          /* Access table */
+#define KSIMP_TYPE_ACCEPTED_1003 1003  /* accepted without an importer: counts as imported */
+#define KSIMP_TYPE_ACCEPTED_1007 1007  /* accepted without an importer: counts as imported */
+#define KSIMP_TYPE_OUTLOOK_FOLDER 1008 /* queued size is a message count */
+#define KSIMP_TYPE_WIN_THREE 1009      /* no importer */
+#define KSIMP_TYPE_IMAP_SERVER 1062    /* queued size is a message count */
+/* Imported as another type: */
+#define KSIMP_TYPE_DBASE_ALIAS 1099   /* as KSIMP_TYPE_DBASE */
+#define KSIMP_TYPE_EXCEL_ALIAS 1219   /* as KSIMP_TYPE_EXCEL */
+#define KSIMP_TYPE_PARADOX_ALIAS 1300 /* as KSIMP_TYPE_PARADOX */
+
+/* ---- Import locations (argument 4 of KSIMP_AddFileToImport) ------------ */
+#define KSIMP_LOC_END 1            /* end of the database */
+#define KSIMP_LOC_AFTER_CURRENT 2  /* after the current document */
+#define KSIMP_LOC_AFTER_NAMED 3    /* after the named document (argument 8) */
+#define KSIMP_LOC_END_OF_CURRENT 4 /* at the end of the current document */
+#define KSIMP_LOC_TOP 6            /* top of the database */
+
+/* ---- Document delimiters (argument 9: bits) ---------------------------- */
+#define KSIMP_DELIM_NONE 0          /* the whole source is one document */
+#define KSIMP_DELIM_BLANK_LINE 1    /* a blank line ends a document */
+#define KSIMP_DELIM_PAGE_BREAK 2    /* a form feed ends a document */
+#define KSIMP_DELIM_EVERY_N_LINES 4 /* every N lines (argument 10) */
+#define KSIMP_DELIM_STRING 8        /* a line holding the string (argument 11) */
 
 /* ---- Starting an import ---------------------------------------------- */
 

@@ -1,6 +1,6 @@
 #include "api/error_list.h"
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 
 void ImportErrorList::Record(uint32_t import_handle, uint32_t code) {
   std::lock_guard lock(mutex_);

@@ -4,13 +4,13 @@
 #include <string>
 #include <utility>
 
-#include "api/error_codes.h"
 #include "api/export_guard.h"
 #include "api/file_type_offers.h"
 #include "api/ks_imp_app.h"
-#include "api/message_texts.h"
 #include "api/settings_file_requests.h"
 #include "core/config_store.h"
+#include "core/error_codes.h"
+#include "core/message_texts.h"
 #include "core/option_mask.h"
 #include "importers/text/first_row_names.h"
 #include "ks_imp.h"
@@ -119,15 +119,15 @@ KSIMP_API uint32_t KSIMP_Abort(uint32_t handle) {
 }
 
 KSIMP_API uint32_t KSIMP_GetTotalBytes(uint32_t handle) {
-  return GuardExport([&] { return Session().GetTotalBytes(handle); });
+  return GuardExport([&] { return Session().handles().TotalBytes(handle); });
 }
 
 KSIMP_API uint32_t KSIMP_GetCurBytes(uint32_t handle) {
-  return GuardExport([&] { return Session().GetCurrentBytes(handle); });
+  return GuardExport([&] { return Session().handles().CurrentBytes(handle); });
 }
 
 KSIMP_API uint32_t KSIMP_GetNumDocsAdded(uint32_t handle) {
-  return GuardExport([&] { return Session().GetDocumentsAdded(handle); });
+  return GuardExport([&] { return Session().handles().DocumentsAdded(handle); });
 }
 
 KSIMP_API uint32_t KSIMP_GetCurFile(uint32_t handle, char* buffer) {

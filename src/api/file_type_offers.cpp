@@ -2,11 +2,11 @@
 
 #include "core/config_store.h"
 #include "core/database_import_settings.h"
-#include "core/default_filters.h"
-#include "core/import_filters.h"
 #include "core/import_options.h"
 #include "core/installed_helpers.h"
 #include "ks_eng5.h"
+#include "registry/default_filters.h"
+#include "registry/import_filters.h"
 
 namespace file_type_offers {
 

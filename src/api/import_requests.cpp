@@ -13,14 +13,15 @@
 #include <string_view>
 #include <vector>
 
-#include "api/error_codes.h"
-#include "api/file_error_text.h"
 #include "api/file_names.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
-#include "api/message_texts.h"
-#include "core/file_types.h"
+#include "core/error_codes.h"
+#include "core/file_error_text.h"
+#include "core/message_texts.h"
 #include "ks_eng5.h"
+#include "ks_imp.h"
+#include "registry/file_type_table.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ uint32_t CImportSession::InitImportUsingFileName(const char* path) {
     RecordError(0, error_code::kCannotOpenDatabase);
     return 0;
   }
-  return CreateHandle(database, /*owns_database=*/true);
+  return handles_.Create(database, /*owns_database=*/true);
 }
 
 uint32_t CImportSession::InitImportUsingFileHandle(uint32_t database) {
@@ -56,7 +57,7 @@ uint32_t CImportSession::InitImportUsingFileHandle(uint32_t database) {
     RecordError(0, error_code::kInvalidDatabaseHandle);
     return 0;
   }
-  return CreateHandle(database, /*owns_database=*/false);
+  return handles_.Create(database, /*owns_database=*/false);
 }
 
 uint32_t CImportSession::AddFileToImport(SETDATA record) {
@@ -65,7 +66,7 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
     RecordError(handle, error_code::kNoFileNameToImport);
     return 0;
   }
-  if (record.file_type == file_type::kImapServer) {
+  if (record.file_type == KSIMP_TYPE_IMAP_SERVER) {
     // Sizing an IMAP source needs a connection to its server, which this
     // build cannot make yet; the source is refused as it is when the
     // connection fails.
@@ -78,7 +79,7 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
   file_type_offers::ApplyFileTypeOptions(record, &warning);
   if (!warning.empty()) AddLogText(handle, warning + "\r\n");
   AddSourceSizeToTotal(record);
-  if (!Queue(std::move(record))) {
+  if (!queue_.Append(std::move(record))) {
     RecordError(handle, error_code::kCannotQueueImport);
     return 0;
   }
@@ -90,8 +91,8 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
 // it reports why, once, when the import reaches it.
 void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
   const uint32_t handle = record.import_handle;
-  if (record.file_type == file_type::kOutlookFolder) {
-    AddTotalBytes(handle, kEmptyOutlookFolderSize);
+  if (record.file_type == KSIMP_TYPE_OUTLOOK_FOLDER) {
+    handles_.AddTotalBytes(handle, kEmptyOutlookFolderSize);
     return;
   }
   uint64_t size = 0;
@@ -101,7 +102,7 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
       size += static_cast<uint64_t>(info.st_size);
     }
   }
-  AddTotalBytes(handle, size);
+  handles_.AddTotalBytes(handle, size);
 }
 
 uint32_t CImportSession::ImportDlg(uint32_t handle, void* parent_window, uint32_t* result) {
@@ -125,7 +126,7 @@ uint32_t CImportSession::ImportWizard(uint32_t handle, void* parent_window) {
 // fails silently, the others record what is missing.
 bool CImportSession::DialogArgumentsValid(uint32_t handle, void* parent_window, uint32_t* result,
                                           bool needs_result) {
-  if (!HandleExists(handle)) return false;
+  if (!handles_.Exists(handle)) return false;
   if (parent_window == nullptr) {
     RecordError(handle, error_code::kParentWindowRequired);
     return false;
@@ -148,12 +149,14 @@ uint32_t CImportSession::ReportNoDialog(uint32_t handle, void* parent_window, co
 }
 
 uint32_t CImportSession::Abort(uint32_t handle) {
-  SessionLockGuard session(lock_);
+  // Held across the whole abort, as hosts have always seen it; the calls
+  // below go on under it.
+  SessionLockGuard session(locks_.session);
   uint32_t found = 0;
-  if (SetAborted(handle)) {
+  if (handles_.SetAborted(handle)) {
     std::vector<tagIMPORTATTACH> waiting;
     {
-      std::lock_guard data(data_mutex_);
+      std::lock_guard data(locks_.data);
       waiting.swap(attachments_);
     }
     // The attachments import into the database of the running import, which
@@ -174,7 +177,7 @@ uint32_t CImportSession::GetCurFile(uint32_t handle, char* buffer) {
     CopyPathSizedText(MessageText(error_code::kImportingAttachments), buffer);
     return 1;
   }
-  const std::optional<SETDATA> current = FirstQueued(handle);
+  const std::optional<SETDATA> current = queue_.First(handle);
   if (!current) return 0;
   CopyPathSizedText(current->file_name, buffer);
   return 1;

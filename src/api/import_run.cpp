@@ -5,13 +5,14 @@
 
 #include <string>
 
-#include "api/error_codes.h"
 #include "api/file_names.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
+#include "api/session_import_context.h"
 #include "api/temp_import_folder.h"
-#include "core/file_types.h"
+#include "core/error_codes.h"
 #include "ks_eng5.h"
+#include "registry/file_type_table.h"
 
 uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t host_value2,
                                 int64_t* carry, uint32_t* result) {
@@ -20,7 +21,21 @@ uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t ho
   SetImportingAttachments(false);
   host_value1_.store(host_value1);
   host_value2_.store(host_value2);
-  const uint32_t code = RunImport(handle, carry, result);
+  uint32_t code = 0;
+  try {
+    code = RunImport(handle, carry, result);
+  } catch (...) {
+    // Whatever an importer let out (a reader thread's failure, memory
+    // running out): the document it was in the middle of is already dropped
+    // by the unwinding; what was whole is committed, the error recorded, and
+    // the handle released below like after any run.
+    RecordError(handle, error_code::kInternal);
+    if (const auto record = handles_.Find(handle)) {
+      uint32_t ignored = 0;
+      CommitAddedDocuments(handle, record->database, &ignored);
+    }
+    code = 0;
+  }
 
   // The outcome as a trace line; no trace sink exists in this build, so
   // nothing reads it.
@@ -35,13 +50,13 @@ uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t ho
 }
 
 uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* result) {
-  const std::optional<ImportHandleRecord> record = GetHandleRecord(handle);
+  const std::optional<ImportHandleRecord> record = handles_.Find(handle);
   if (!record) return 0;
 
   bool first_file = true;
   uint32_t code = 1;
   int32_t last_type = 0;
-  while (const std::optional<SETDATA> queued = FirstQueued(handle)) {
+  while (const std::optional<SETDATA> queued = queue_.First(handle)) {
     last_type = queued->file_type;
     for (const std::string& name : SplitFileNames(queued->file_name)) {
       if (!ImportOneFile(handle, record->database, *queued, name, first_file, carry, &code)) {
@@ -53,11 +68,11 @@ uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* re
 
   if (last_type != 0) file_type_offers::RememberLastUsedFileType(record->database, last_type);
 
-  const std::optional<ImportHandleRecord> final_record = GetHandleRecord(handle);
+  const std::optional<ImportHandleRecord> final_record = handles_.Find(handle);
   // Written even when the last file failed: the host shows what did arrive.
   if (result != nullptr) *result = final_record ? final_record->documents_added : 0;
   if (final_record && final_record->owns_database) EngCloseDatabase(final_record->database);
-  RemoveHandle(handle);
+  handles_.Remove(handle);
   return code;
 }
 
@@ -66,7 +81,9 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
                                    uint32_t* result_code) {
   SETDATA options = queued;
   options.file_name = file_name;
-  options.file_type = file_type::ImportedAs(queued.file_type);
+  options.file_type = ks::registry::ImportedAs(queued.file_type);
+  // The context outlives the importer, which keeps a reference to it.
+  SessionImportContext context(*this, handle, database, options);
 
   CreatedImporter created = importer_factory_(options.file_type);
   switch (created.outcome) {
@@ -77,11 +94,11 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       break;
     case CreatedImporter::Outcome::kCreated: {
       CIMPImportBase& importer = *created.importer;
-      *result_code = static_cast<uint32_t>(importer.Prepare(handle, options));
+      *result_code = static_cast<uint32_t>(importer.Prepare(context));
       if (*result_code == 0) break;  // the importer skips this file
       if (carry != nullptr && *carry > 0) importer.SetCarry(*carry);
       importer.SetFirstFile(first_file);
-      *result_code = static_cast<uint32_t>(importer.Run(handle));
+      *result_code = static_cast<uint32_t>(importer.Run());
       if (carry != nullptr) *carry = importer.GetCarry();
       CommitAddedDocuments(handle, database, result_code);
       if (*result_code == 1 && queued.delete_after_import == 1 && IsInTempImportFolder(file_name)) {
@@ -94,7 +111,7 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
   // next n - 1 records of the handle off the queue unimported.  Hosts queue
   // either one multi-name record or several single-name ones, and existing
   // hosts see exactly this behaviour, so it stays.
-  RemoveFirstQueued(handle);
+  queue_.RemoveFirst(handle);
   return true;
 }
 
@@ -114,7 +131,7 @@ void CImportSession::CommitAddedDocuments(uint32_t handle, uint32_t database,
 }
 
 void CImportSession::ReleaseHandle(uint32_t handle) {
-  const std::optional<ImportHandleRecord> record = GetHandleRecord(handle);
+  const std::optional<ImportHandleRecord> record = handles_.Find(handle);
   if (!record) return;
   DiscardHandle(handle);
   if (record->owns_database) EngCloseDatabase(record->database);

@@ -1,36 +1,33 @@
 // CImportSession: the one process-wide import session behind the KSIMP_
-// functions.  It owns every live import handle record, the queue of sources
-// to import, the error list, the log and the attachments waiting to be
-// imported, and it performs the import run (import_run.cpp).  The requests
-// that the exported functions pass on are in import_requests.cpp.
+// functions.  It is made of
+//  - the handle registry: the live import handles and their counters;
+//  - the queue of sources to import;
+//  - the error list and the log, which outlive their handles;
+//  - the attachments waiting to be imported and the session's flags;
+// and it carries out the requests of the exported functions
+// (import_requests.cpp) and the import run (import_run.cpp).
 //
-// Locking: the visible SessionLock (session_lock.h) is taken by every
-// operation on the handle records or the queue, with its documented
-// "go on when already held" behaviour.  Because that lock alone does not
-// exclude a second thread, the records, the queue and the attachments also
-// sit behind data_mutex_, taken for the few instructions of each operation
-// and never while calling out (engine, importer, file system).  Counters that
-// the host polls are therefore read as a copy made under data_mutex_, and the
-// session's flags are atomics.  Order: SessionLock before data_mutex_.
+// Locking: the registry and the queue share the session's locks and take
+// them only through SessionGuard (session_guard.h), which keeps the
+// session's "go on when already held" lock in one place.  The error list and
+// the log have their own mutex; the flags are atomics.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
-#include <list>
-#include <mutex>
 #include <optional>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "api/error_list.h"
-#include "api/handle_record.h"
+#include "api/handle_registry.h"
 #include "api/import_attachment.h"
 #include "api/import_log.h"
-#include "api/session_lock.h"
-#include "core/importer_table.h"
+#include "api/import_queue.h"
+#include "api/session_guard.h"
 #include "core/setdata.h"
+#include "registry/file_type_table.h"
 
 class CImportSession {
  public:
@@ -38,46 +35,8 @@ class CImportSession {
   CImportSession(const CImportSession&) = delete;
   CImportSession& operator=(const CImportSession&) = delete;
 
-  // ---- Handle records -------------------------------------------------
-  // A new record with a random, non-zero handle that no live record uses.
-  uint32_t CreateHandle(uint32_t database, bool owns_database);
-  // Restarts the handle sequence, as a second session started in the same
-  // second would; used to prove that live values are never handed out twice.
-  void SeedHandleGenerator(uint32_t seed);
-  void RemoveHandle(uint32_t handle);
-  bool HandleExists(uint32_t handle);
-  std::optional<ImportHandleRecord> GetHandleRecord(uint32_t handle);
-
-  // Setters return false for an unknown handle; getters answer 0.
-  bool SetAborted(uint32_t handle);
-  bool IsAborted(uint32_t handle);
-  bool AddTotalBytes(uint32_t handle, uint64_t bytes);
-  bool AddCurrentBytes(uint32_t handle, uint64_t bytes);
-  bool SetCurrentBytes(uint32_t handle, uint32_t bytes);
-  bool SetDocumentsAdded(uint32_t handle, uint32_t count);
-  bool AddDocumentsAdded(uint32_t handle, uint32_t count);
-  // The last document the import wrote (the per-import 64-bit value), so
-  // that the documents of the next file follow those of the last one.
-  bool SetLastDocument(uint32_t handle, uint64_t document);
-  // A document saved: it becomes the last one, the count goes up by one and
-  // the progress moves to `bytes`, under one take of the lock (this runs
-  // once per imported row).
-  bool RecordDocumentSaved(uint32_t handle, uint64_t document, uint32_t bytes);
-  uint32_t GetTotalBytes(uint32_t handle);
-  uint32_t GetCurrentBytes(uint32_t handle);
-  uint32_t GetDocumentsAdded(uint32_t handle);
-
-  // ---- Queue of sources -------------------------------------------------
-  // Appends the record; false when its handle is unknown.
-  bool Queue(SETDATA record);
-  std::optional<SETDATA> FirstQueued(uint32_t handle);
-  void RemoveFirstQueued(uint32_t handle);
-  bool AnyQueuedOfType(int32_t file_type);
-  size_t QueuedCount(uint32_t handle);
-
-  // ---- Attachments waiting to be imported --------------------------------
-  void AddAttachment(tagIMPORTATTACH attachment);
-  size_t AttachmentCount();
+  HandleRegistry& handles() { return handles_; }
+  ImportQueue& queue() { return queue_; }
 
   // ---- Errors and log ---------------------------------------------------
   void RecordError(uint32_t handle, uint32_t code) { errors_.Record(handle, code); }
@@ -87,6 +46,10 @@ class CImportSession {
   uint32_t GetLogData(uint32_t handle, char* buffer, int32_t size) {
     return log_.Read(handle, buffer, size);
   }
+
+  // ---- Attachments waiting to be imported --------------------------------
+  void AddAttachment(tagIMPORTATTACH attachment);
+  size_t AttachmentCount();
 
   // ---- Session flags ----------------------------------------------------
   bool IsEmailMode() const { return email_mode_.load(); }
@@ -109,7 +72,8 @@ class CImportSession {
   uint32_t ImportEmail(uint32_t handle, int64_t* carry, uint32_t* result);
 
   // ---- Import run (import_run.cpp) --------------------------------------
-  // KSIMP_Import: runs the handle's queue and releases the handle.
+  // KSIMP_Import: runs the handle's queue and releases the handle, whatever
+  // an importer throws (the error is then 11001, what was whole is kept).
   uint32_t Import(uint32_t handle, int32_t host_value1, int32_t host_value2, int64_t* carry,
                   uint32_t* result);
   // The run loop alone; returns the last result code.
@@ -118,16 +82,12 @@ class CImportSession {
   // when the session opened it.
   void ReleaseHandle(uint32_t handle);
   // The factory the run creates importers with; an empty one restores the
-  // importer table.
+  // file-type table.
   void SetImporterFactory(ImporterFactory factory);
 
-  SessionLock& Lock() { return lock_; }
+  SessionLock& Lock() { return locks_.session; }
 
  private:
-  // Both need data_mutex_ held.
-  ImportHandleRecord* FindRecordLocked(uint32_t handle);
-  bool IsHandleLiveLocked(uint32_t handle) const;
-
   // Drops the handle's queued sources and record without touching the
   // database.
   void DiscardHandle(uint32_t handle);
@@ -141,16 +101,10 @@ class CImportSession {
                             bool needs_result);
   uint32_t ReportNoDialog(uint32_t handle, void* parent_window, const char* what);
 
-  SessionLock lock_;
-
-  std::mutex data_mutex_;
-  // Set once any import was ever asked to stop: until then the abort test,
-  // made for every record imported, needs no lock at all.
-  std::atomic<bool> any_abort_requested_{false};
-  std::list<ImportHandleRecord> records_;     // guarded by data_mutex_
-  std::list<SETDATA> queue_;                  // guarded by data_mutex_, in call order
-  std::vector<tagIMPORTATTACH> attachments_;  // guarded by data_mutex_, in order
-  std::mt19937 handle_generator_;             // guarded by data_mutex_
+  SessionLocks locks_;
+  HandleRegistry handles_{locks_};
+  ImportQueue queue_{locks_, handles_};
+  std::vector<tagIMPORTATTACH> attachments_;  // guarded by the locks, in order
 
   ImportErrorList errors_;
   ImportLog log_;

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 #include "importers/text/field_header.h"
 #include "importers/text/ksi_file_handler.h"
 

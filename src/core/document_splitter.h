@@ -30,13 +30,15 @@
 #include <string>
 #include <string_view>
 
+#include "ks_imp.h"
+
 namespace ks::core {
 
 struct DocumentDelimiter {
-  static constexpr uint32_t kBlankLine = 1;
-  static constexpr uint32_t kPageBreak = 2;
-  static constexpr uint32_t kEveryNLines = 4;
-  static constexpr uint32_t kString = 8;
+  static constexpr uint32_t kBlankLine = KSIMP_DELIM_BLANK_LINE;
+  static constexpr uint32_t kPageBreak = KSIMP_DELIM_PAGE_BREAK;
+  static constexpr uint32_t kEveryNLines = KSIMP_DELIM_EVERY_N_LINES;
+  static constexpr uint32_t kString = KSIMP_DELIM_STRING;
 
   uint32_t flags = 0;
   int32_t line_count = 0;

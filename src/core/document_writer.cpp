@@ -1,25 +1,15 @@
 #include "core/document_writer.h"
 
-#include "api/error_codes.h"
-#include "api/ks_imp_app.h"
+#include "core/error_codes.h"
 #include "ks_eng5.h"
 
-namespace {
-
-CImportSession& Session() {
-  return CKS_ImpApp::Instance().Session();
-}
-
-}  // namespace
-
-CDocumentWriter::CDocumentWriter(uint32_t import_handle, uint32_t database, const SETDATA& options,
-                                 int32_t kind)
-    : import_handle_(import_handle), database_(database), options_(options), kind_(kind) {
-  // Documents of a later file of the same import follow those of the earlier.
-  if (auto record = Session().GetHandleRecord(import_handle)) {
-    last_document_ = static_cast<uint64_t>(record->importer_value64);
-  }
-}
+CDocumentWriter::CDocumentWriter(ImportContext& context, uint32_t database, int32_t kind)
+    : context_(context),
+      database_(database),
+      options_(context.options()),
+      kind_(kind),
+      // Documents of a later file of the same import follow those of the earlier.
+      last_document_(context.LastDocument()) {}
 
 CDocumentWriter::~CDocumentWriter() {
   Abandon();
@@ -30,7 +20,7 @@ bool CDocumentWriter::Begin() {
   const int64_t form =
       EngFindDocument(database_, KSENG_KIND_FORM, options_.entry_form_name.c_str());
   if (form <= 0) {
-    Session().RecordError(import_handle_, error_code::kCannotOpenEntryForm);
+    context_.RecordError(error_code::kCannotOpenEntryForm);
     return false;
   }
   form_ = static_cast<uint64_t>(form);
@@ -76,7 +66,7 @@ CDocumentWriter::Outcome CDocumentWriter::Save(std::string_view text, bool end_o
     int32_t status = AddPiece(text);
     in_document_ = true;
     while (status == KSENG_STATUS_SAVE_FIRST) {
-      if (Session().IsAborted(import_handle_)) {
+      if (context_.IsAborted()) {
         Abandon();
         return Outcome::kAborted;
       }
@@ -87,12 +77,12 @@ CDocumentWriter::Outcome CDocumentWriter::Save(std::string_view text, bool end_o
       return Outcome::kFailed;
     }
     if (!end_of_document) {
-      Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+      context_.SetCurrentBytes(source_position);
     }
   }
   if (!end_of_document) return Outcome::kSaved;
   if (!in_document_) {
-    Session().SetCurrentBytes(import_handle_, static_cast<uint32_t>(source_position));
+    context_.SetCurrentBytes(source_position);
     return Outcome::kSaved;
   }
   return Finish(source_position);
@@ -115,7 +105,7 @@ CDocumentWriter::Outcome CDocumentWriter::Finish(uint64_t source_position) {
   }
   last_document_ = id;
   ++documents_saved_;
-  Session().RecordDocumentSaved(import_handle_, id, static_cast<uint32_t>(source_position));
+  context_.RecordDocumentSaved(id, source_position);
   return Outcome::kSaved;
 }
 

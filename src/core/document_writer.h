@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/import_context.h"
 #include "core/setdata.h"
 
 class CDocumentWriter {
@@ -21,8 +22,9 @@ class CDocumentWriter {
     kAborted,  // the import was aborted in the middle of the document
   };
 
-  // `kind` is the engine's document kind (plain or rich text).
-  CDocumentWriter(uint32_t import_handle, uint32_t database, const SETDATA& options, int32_t kind);
+  // Writes into `database` with the options of `context`, which outlives
+  // the writer; `kind` is the engine's document kind (plain or rich text).
+  CDocumentWriter(ImportContext& context, uint32_t database, int32_t kind);
   ~CDocumentWriter();
   CDocumentWriter(const CDocumentWriter&) = delete;
   CDocumentWriter& operator=(const CDocumentWriter&) = delete;
@@ -59,9 +61,9 @@ class CDocumentWriter {
   int32_t AddPiece(std::string_view text);
   Outcome Finish(uint64_t source_position);
 
-  uint32_t import_handle_;
+  ImportContext& context_;
   uint32_t database_;
-  SETDATA options_;
+  const SETDATA& options_;
   int32_t kind_;
   uint64_t form_ = 0;           // the entry form's identifier, 0 without one
   uint64_t last_document_ = 0;  // the new documents go after this one

@@ -1,7 +1,122 @@
 #include "core/import_base.h"
 
-int CIMPImportBase::Prepare(uint32_t import_handle, const SETDATA& record) {
-  import_handle_ = import_handle;
-  options_ = record;
-  return 1;
+#include "core/error_codes.h"
+#include "core/message_texts.h"
+#include "ks_eng5.h"
+
+namespace {
+
+const SETDATA kNoOptions{};
+
+}  // namespace
+
+int CIMPImportBase::Prepare(ImportContext& context) {
+  context_ = &context;
+  if (source_.Open(Options().file_name)) return 1;
+  SetLastErrorText(source_.ErrorText());
+  context.RecordError(error_code::kCannotOpenFile);
+  context.Log(source_.ErrorText());
+  return 0;
+}
+
+const SETDATA& CIMPImportBase::Options() const {
+  return context_ != nullptr ? context_->options() : kNoOptions;
+}
+
+int32_t CIMPImportBase::DocumentKind() const {
+  return KSENG_KIND_TEXT;
+}
+
+int CIMPImportBase::Run() {
+  if (context_ == nullptr) return 0;
+  // A cancel before the file began keeps what the files before it stored.
+  if (Aborted()) return 1;
+  if (!BeginAdding()) return 0;
+  int result = ImportSource();
+  if (failed_) result = 0;
+  if (result != 0 && !aborted_) SetProgress(source_.size());
+  writer_.reset();  // a document left unfinished is dropped whole
+  return result;
+}
+
+bool CIMPImportBase::BeginAdding() {
+  database_ = context_->database();
+  // Progress runs over all files of the import: this file's bytes count on
+  // from where the files before it left the counter.
+  progress_base_ = context_->CurrentBytes();
+  char marker = '[';
+  if (EngBeginAdd(database_, &marker) == 0) {
+    Fail(error_code::kCannotSaveDocument);
+    return false;
+  }
+  marker_ = marker != '\0' ? marker : '[';
+  // A file that declares Unicode is read as what it declares.
+  if (Options().file_origin_ansi == 0 && !source_.DeclaresUnicode()) {
+    oem_ = std::make_unique<ks::core::OemConverter>();
+  }
+  writer_.emplace(*context_, database_, DocumentKind());
+  if (!writer_->Begin()) {
+    failed_ = true;  // the writer recorded 14001
+    if (LogsMissingEntryForm()) Log(MessageText(error_code::kCannotOpenEntryForm));
+    writer_.reset();
+    return false;
+  }
+  return true;
+}
+
+bool CIMPImportBase::SavePiece(std::string_view text, bool end_of_document, uint64_t position) {
+  switch (writer_->Save(text, end_of_document, progress_base_ + position)) {
+    case CDocumentWriter::Outcome::kSaved:
+      return true;
+    case CDocumentWriter::Outcome::kAborted:
+      aborted_ = true;
+      return false;
+    case CDocumentWriter::Outcome::kFailed:
+      Fail(error_code::kCannotSaveDocument);
+      return false;
+  }
+  return false;
+}
+
+std::string_view CIMPImportBase::FromSource(std::string_view text, std::string* scratch) const {
+  if (!oem_) return text;
+  scratch->clear();
+  oem_->AppendConverted(text, *scratch);
+  return *scratch;
+}
+
+std::span<const std::string> CIMPImportBase::FromSource(std::span<const std::string> values,
+                                                        std::vector<std::string>* scratch) const {
+  if (!oem_) return values;
+  scratch->resize(values.size());
+  for (size_t i = 0; i < values.size(); ++i) {
+    (*scratch)[i].clear();
+    oem_->AppendConverted(values[i], (*scratch)[i]);
+  }
+  return *scratch;
+}
+
+bool CIMPImportBase::Aborted() {
+  if (!aborted_ && context_ != nullptr && context_->IsAborted()) aborted_ = true;
+  return aborted_;
+}
+
+void CIMPImportBase::SetProgress(uint64_t position) {
+  context_->SetCurrentBytes(progress_base_ + position);
+}
+
+void CIMPImportBase::Fail(uint32_t code) {
+  failed_ = true;
+  context_->RecordError(code);
+}
+
+void CIMPImportBase::Log(std::string_view line) {
+  context_->Log(line);
+}
+
+int CIMPImportBase::ReadFailed() {
+  SetLastErrorText(source_.ErrorText());
+  Fail(error_code::kCannotOpenFile);
+  Log(source_.ErrorText());
+  return 0;
 }

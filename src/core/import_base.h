@@ -1,12 +1,38 @@
-// CIMPImportBase: what every importer shares.  The import run creates one
-// importer per file name, prepares it from the queued record, hands it the
-// carry value and the first-file flag, runs it once and destroys it.
+// CIMPImportBase: the one frame every importer runs in.  The import run
+// creates one importer per file name, prepares it with the file's import
+// context, hands it the carry value and the first-file flag, runs it once and
+// destroys it.
+//
+// Run() is the frame, the same for every format:
+//  1. an import aborted before the file began stops at once, keeping what
+//     the files before it stored;
+//  2. begin adding: the engine is asked to take additions and gives the
+//     database's field marker (EngBeginAdd); the document writer is set up
+//     after the documents the import made before, with the import's entry
+//     form (14001 when the database has none); a DOS (OEM) source gets its
+//     conversion;
+//  3. the importer feeds the frame (ImportSource): with RunBlockLoop (the
+//     source cut into documents block by block: text, HTML, rich text), with
+//     the text family's record loop, or with a reader of its own; every
+//     piece goes to SavePiece, every failure to Fail;
+//  4. finish: a whole import moves the progress to the end of the source; a
+//     document left unfinished is dropped whole.
+// Importers reach the session, the engine's progress counters and the log
+// only through the context (ImportContext).
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
+#include "core/document_writer.h"
+#include "core/import_context.h"
+#include "core/oem_converter.h"
 #include "core/setdata.h"
 #include "core/source_file.h"
 
@@ -20,18 +46,17 @@ class CIMPImportBase {
   // 1 when this importer can read `file_name`, 0 when it refuses it.
   virtual int CheckFile(const std::string& file_name) = 0;
 
-  // Imports the prepared source for `import_handle`: 1 on success (a cancel
-  // included), 0 on failure.  Called once per importer.
-  virtual int Run(uint32_t import_handle) = 0;
-
   // One integer setting of the importer that callers may ask for.
   virtual int IntegerProperty() const = 0;
 
-  // Takes the options of `record`, whose file_name is the one name this
-  // importer reads and whose file_type is the type it was created for.
-  // Returns 0 to skip the file, non-zero to run it.  Importers that open
-  // their source here call this first.
-  virtual int Prepare(uint32_t import_handle, const SETDATA& record);
+  // Keeps the context (which outlives the importer's run) and opens the
+  // source.  Returns 0 to skip the file: it could not be opened, and the
+  // failure is recorded (11024) and logged.  Non-zero runs it.
+  virtual int Prepare(ImportContext& context);
+
+  // Imports the prepared source: 1 on success (an abort included), 0 on
+  // failure with its error recorded.  Called once per importer.
+  virtual int Run();
 
   // A signed value that travels from one file's importer to the next and
   // back to the host.
@@ -47,33 +72,91 @@ class CIMPImportBase {
   const std::string& LastErrorText() const { return last_error_text_; }
 
  protected:
-  uint32_t ImportHandle() const { return import_handle_; }
-  const SETDATA& Options() const { return options_; }
+  // ---- What a format adds to the frame -----------------------------------
+  // Imports the open source into the frame: 1 on success or abort, 0 on
+  // failure with the error recorded (Fail).
+  virtual int ImportSource() = 0;
+  // The engine's document kind of the documents made.
+  virtual int32_t DocumentKind() const;
+  // Whether a missing entry form is also written to the import log; the
+  // error code (14001) is recorded in every case.
+  virtual bool LogsMissingEntryForm() const { return true; }
 
-  // How the block-wise run loop turns the blocks of the source into
-  // documents.
+  // ---- The frame's services ----------------------------------------------
+  ImportContext& Context() { return *context_; }
+  uint32_t ImportHandle() const { return context_ != nullptr ? context_->import_handle() : 0; }
+  const SETDATA& Options() const;
+  SourceFile& Source() { return source_; }
+
+  // The database, its field marker and the entry form of the import (0
+  // without one), valid from the start of ImportSource().
+  uint32_t Database() const { return database_; }
+  char FieldMarker() const { return marker_; }
+  uint64_t EntryForm() const { return writer_ ? writer_->form() : 0; }
+
+  // Hands a piece of a document to the document writer; `end_of_document`
+  // is set on the last piece and `position` is the count of source bytes
+  // read once it is stored.  False when the import must stop: the engine
+  // refused (98 recorded) or the import was aborted in the middle of the
+  // document.  An empty document is not stored and is no failure.
+  bool SavePiece(std::string_view text, bool end_of_document, uint64_t position);
+  bool SaveDocument(std::string_view text, uint64_t position) {
+    return SavePiece(text, true, position);
+  }
+  // Files to attach to the next document saved.
+  void AttachToNextDocument(std::vector<CDocumentWriter::Attachment> files) {
+    writer_->AttachToNextDocument(std::move(files));
+  }
+
+  // Source text in the database's character set: as it stands for an ANSI
+  // source, converted for a DOS (OEM) one (into *scratch, which the result
+  // then points into).
+  std::string_view FromSource(std::string_view text, std::string* scratch) const;
+  std::span<const std::string> FromSource(std::span<const std::string> values,
+                                          std::vector<std::string>* scratch) const;
+
+  // Tests the abort flag; once it was seen set it stays set for this file.
+  bool Aborted();
+  bool WasAborted() const { return aborted_; }
+
+  // Sets the progress counter to `position` bytes into this source.
+  void SetProgress(uint64_t position);
+
+  // Records `code` against the import; the run's result is then 0.
+  void Fail(uint32_t code);
+  bool Failed() const { return failed_; }
+
+  // Adds one line (without its line end) to the import log.
+  void Log(std::string_view line);
+
+  // Records and logs a failed read of the source; returns 0.
+  int ReadFailed();
+
+  // ---- The block feeder ---------------------------------------------------
+  // How the block loop turns the blocks of the source into documents.
   enum class BlockMode {
     kSplitByDelimiter,      // cut by the import's document delimiter
     kWholeBlockIsDocument,  // each block is one document
   };
-
-  // Opens the prepared file as the source.  When it cannot, records 11024
-  // against the import handle, logs why in the usual words and returns false.
-  bool OpenSource();
-
-  // The run loop of the text, HTML and rich-text importers: reads the source
-  // block by block and hands its documents to the engine.  1 on success or
+  // Reads the source block by block, makes sure the database takes
+  // additions before each block, and saves its documents.  1 on success or
   // abort, 0 on failure (with the error recorded).
-  int RunBlockLoop(uint32_t import_handle, BlockMode mode, int32_t document_kind,
-                   size_t block_size);
-
-  SourceFile& Source() { return source_; }
+  int RunBlockLoop(BlockMode mode, size_t block_size);
 
  private:
-  uint32_t import_handle_ = 0;
-  SETDATA options_;  // the record this importer was prepared with
+  bool BeginAdding();
+
+  ImportContext* context_ = nullptr;
   int64_t carry_ = 0;
   bool first_file_ = false;
   std::string last_error_text_;
-  SourceFile source_;  // the file a block-wise importer reads
+  SourceFile source_;
+
+  uint32_t database_ = 0;
+  char marker_ = '[';
+  uint64_t progress_base_ = 0;  // what the files before this one brought the counter to
+  std::optional<CDocumentWriter> writer_;
+  std::unique_ptr<ks::core::OemConverter> oem_;  // set for a DOS (OEM) source
+  bool aborted_ = false;
+  bool failed_ = false;
 };

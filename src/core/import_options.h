@@ -11,26 +11,35 @@
 #include <string>
 
 #include "core/setdata.h"
+#include "ks_eng5.h"
+#include "ks_imp.h"
 
 namespace ks::core {
 
 // Where new documents are placed.  Codes not listed here are kept as given;
 // they display as "End of File" and are left to the document writer.
 namespace import_location {
-inline constexpr int32_t kEndOfFile = 1;
-inline constexpr int32_t kAfterCurrentDocument = 2;
-inline constexpr int32_t kAfterNamedDocument = 3;
-inline constexpr int32_t kEndOfCurrentDocument = 4;
-inline constexpr int32_t kTopOfFile = 6;
+inline constexpr int32_t kEndOfFile = KSIMP_LOC_END;
+inline constexpr int32_t kAfterCurrentDocument = KSIMP_LOC_AFTER_CURRENT;
+inline constexpr int32_t kAfterNamedDocument = KSIMP_LOC_AFTER_NAMED;
+inline constexpr int32_t kEndOfCurrentDocument = KSIMP_LOC_END_OF_CURRENT;
+inline constexpr int32_t kTopOfFile = KSIMP_LOC_TOP;
 }  // namespace import_location
+
+// The library hands the host's location to the engine unchanged.
+static_assert(KSIMP_LOC_END == KSENG_LOC_END &&
+              KSIMP_LOC_AFTER_CURRENT == KSENG_LOC_AFTER_CURRENT &&
+              KSIMP_LOC_AFTER_NAMED == KSENG_LOC_AFTER_NAMED &&
+              KSIMP_LOC_END_OF_CURRENT == KSENG_LOC_END_OF_CURRENT &&
+              KSIMP_LOC_TOP == KSENG_LOC_TOP);
 
 // How a source is cut into documents; several bits may be set.  No bit: the
 // whole source is one document.
 namespace delimiter_bit {
-inline constexpr int32_t kBlankLine = 1;
-inline constexpr int32_t kPageBreak = 2;
-inline constexpr int32_t kEveryNLines = 4;
-inline constexpr int32_t kString = 8;
+inline constexpr int32_t kBlankLine = KSIMP_DELIM_BLANK_LINE;
+inline constexpr int32_t kPageBreak = KSIMP_DELIM_PAGE_BREAK;
+inline constexpr int32_t kEveryNLines = KSIMP_DELIM_EVERY_N_LINES;
+inline constexpr int32_t kString = KSIMP_DELIM_STRING;
 inline constexpr int32_t kAny = kBlankLine | kPageBreak | kEveryNLines | kString;
 }  // namespace delimiter_bit
 

@@ -8,21 +8,23 @@
 #include <string_view>
 #include <vector>
 
+#include "ks_imp.h"
+
 namespace ks::core {
 
 enum class ImportOption : uint32_t {
-  kFileOrigin = 1,
-  kImportLocation = 2,
-  kDocumentDelimiter = 4,
-  kEntryForm = 8,
-  kAutoFieldRecognition = 16,
-  kDateRange = 32,
-  kSortOrder = 64,
-  kUseStoredSettings = 128,
-  kMessageDateRange = 256,
-  kFullHeader = 512,
-  kSaveAttachments = 1024,
-  kUseFilter = 2048,  // set only where the external filter program is installed
+  kFileOrigin = KSIMP_OPT_FILE_ORIGIN,
+  kImportLocation = KSIMP_OPT_IMPORT_LOCATION,
+  kDocumentDelimiter = KSIMP_OPT_DOCUMENT_DELIMITER,
+  kEntryForm = KSIMP_OPT_ENTRY_FORM,
+  kAutoFieldRecognition = KSIMP_OPT_AUTO_FIELDS,
+  kDateRange = KSIMP_OPT_DATE_RANGE,
+  kSortOrder = KSIMP_OPT_SORT_ORDER,
+  kUseStoredSettings = KSIMP_OPT_STORED_SETTINGS,
+  kMessageDateRange = KSIMP_OPT_MESSAGE_DATE_RANGE,
+  kFullHeader = KSIMP_OPT_FULL_HEADER,
+  kSaveAttachments = KSIMP_OPT_SAVE_ATTACHMENTS,
+  kUseFilter = KSIMP_OPT_FILTER,  // set only where the external filter program is installed
 };
 
 // Every option, in the order of its bit: the order of the dialog's rows.

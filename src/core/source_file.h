@@ -15,7 +15,7 @@
 #include <memory>
 #include <string>
 
-#include "api/file_error_text.h"
+#include "core/file_error_text.h"
 #include "core/utf16_decoder.h"
 
 class SourceFile {

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "api/error_codes.h"
 #include "api/ks_imp_app.h"
+#include "core/error_codes.h"
 #include "ks_imp.h"
 #include "stub_importer.h"
 #include "write_file.h"
@@ -46,7 +46,7 @@ TEST_F(AddFileToImportTest, SourcesWithoutARegularFileAreQueuedWithTheirFixedSiz
   EXPECT_EQ(KSIMP_GetTotalBytes(handle_), 0u);
   EXPECT_EQ(AddFile(handle_, "Inbox", KSIMP_TYPE_OUTLOOK_FOLDER), 1u);
   EXPECT_EQ(KSIMP_GetTotalBytes(handle_), 2000u);
-  EXPECT_EQ(session().QueuedCount(handle_), 3u);
+  EXPECT_EQ(session().queue().Count(handle_), 3u);
   EXPECT_EQ(KSIMP_IsLogData(handle_), 0u);
 }
 
@@ -57,7 +57,7 @@ TEST_F(AddFileToImportTest, RefusedSourcesQueueNothingAndRecordTheirError) {
   EXPECT_EQ(AddFile(other, ""), 0u);
   EXPECT_EQ(AddFile(other, nullptr), 0u);
   EXPECT_EQ(KSIMP_GetLastImportError(other), error_code::kNoFileNameToImport);
-  EXPECT_EQ(session().QueuedCount(handle_) + session().QueuedCount(other), 0u);
+  EXPECT_EQ(session().queue().Count(handle_) + session().queue().Count(other), 0u);
   session().ReleaseHandle(other);
   const uint32_t unknown = handle_ ^ 0x5A5A5A5Au;
   EXPECT_EQ(AddFile(unknown, WriteFile(dir_, "a.txt", "x").c_str()), 0u);
@@ -72,7 +72,7 @@ TEST_F(AddFileToImportTest, EveryArgumentLandsInItsFieldOfTheQueuedRecord) {
                                   "filter", 1, 0, "imap.host", "user", "secret", "INBOX", "fw.host",
                                   "fw-user", "fw-secret", 2, 0x1003E1),
             1u);
-  const auto record = session().FirstQueued(handle_);
+  const auto record = session().queue().First(handle_);
   ASSERT_TRUE(record);
   // Only the low 16 bits of the port are kept.
   EXPECT_EQ(Fields(*record),
@@ -98,7 +98,7 @@ TEST_F(AddFileToImportTest, OptionsTheTypeDoesNotOfferAndNamesWhoseFlagIsOffArri
                             nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr, nullptr, 0, 0, nullptr,
                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0),
       1u);
-  const auto kestro = session().FirstQueued(handle_);
+  const auto kestro = session().queue().First(handle_);
   ASSERT_TRUE(kestro);
   SETDATA offered = QueuedFile(handle_, "f.kst", 1010);
   offered.import_location = 6;
@@ -107,8 +107,8 @@ TEST_F(AddFileToImportTest, OptionsTheTypeDoesNotOfferAndNamesWhoseFlagIsOffArri
   offered.sort_order = 1;
   offered.date_to = "b";
   EXPECT_EQ(Fields(*kestro), Fields(offered));
-  session().RemoveFirstQueued(handle_);
-  const auto text = session().FirstQueued(handle_);
+  session().queue().RemoveFirst(handle_);
+  const auto text = session().queue().First(handle_);
   ASSERT_TRUE(text);
   EXPECT_EQ(text->import_location, 0) << "text offers the location: kept as given";
   EXPECT_EQ(text->entry_form_name, "");

@@ -2,8 +2,8 @@
 // "no dialog available" answer of a build without a windowing toolkit.
 #include <gtest/gtest.h>
 
-#include "api/error_codes.h"
 #include "api/ks_imp_app.h"
+#include "core/error_codes.h"
 #include "ks_imp.h"
 
 namespace {
@@ -54,7 +54,7 @@ TEST_F(DialogsTest, ValidCallSaysInTheLogThatNoDialogIsAvailableAndKeepsTheHandl
   EXPECT_EQ(result, 0u);
   EXPECT_EQ(KSIMP_IsLogData(handle_), 1u);
   EXPECT_EQ(KSIMP_GetLastImportError(handle_), error_code::kInternal) << "no error recorded";
-  EXPECT_TRUE(CKS_ImpApp::Instance().Session().HandleExists(handle_));
+  EXPECT_TRUE(CKS_ImpApp::Instance().Session().handles().Exists(handle_));
   EXPECT_EQ(CKS_ImpApp::Instance().Session().OwnerWindow(), parent_);
 }
 

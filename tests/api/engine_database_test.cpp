@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "api/error_codes.h"
 #include "api/import_session.h"
+#include "core/error_codes.h"
 #include "ks_eng5.h"
 #include "stub_importer.h"
 #include "write_file.h"
@@ -32,7 +32,7 @@ class EngineDatabaseTest : public ::testing::Test {
     return EngOpenDatabase(path_.c_str(), access, KSENG_SHARE_READWRITE);
   }
   uint32_t ImportOneFile(uint32_t handle) {
-    session_.Queue(QueuedFile(handle, "a.txt"));
+    session_.queue().Append(QueuedFile(handle, "a.txt"));
     return session_.Import(handle, 0, 0, nullptr, nullptr);
   }
 
@@ -45,7 +45,7 @@ class EngineDatabaseTest : public ::testing::Test {
 TEST_F(EngineDatabaseTest, OnlyADatabaseOpenedByFileNameIsClosedWhenTheImportEnds) {
   const uint32_t handle = session_.InitImportUsingFileName(path_.c_str());
   ASSERT_NE(handle, 0u);
-  const uint32_t opened = session_.GetHandleRecord(handle)->database;
+  const uint32_t opened = session_.handles().Find(handle)->database;
   ASSERT_TRUE(IsOpen(opened));
   ImportOneFile(handle);
   EXPECT_FALSE(IsOpen(opened));

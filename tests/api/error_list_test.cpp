@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "api/error_codes.h"
 #include "api/import_session.h"
+#include "core/error_codes.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ TEST(ImportErrorList, ErrorsOutliveTheHandleRecord) {
   const uint32_t handle = session.InitImportUsingFileHandle(3);
   session.RecordError(handle, error_code::kCannotSaveDocument);
   session.Import(handle, 0, 0, nullptr, nullptr);
-  ASSERT_FALSE(session.HandleExists(handle));
+  ASSERT_FALSE(session.handles().Exists(handle));
   EXPECT_EQ(session.GetLastImportError(handle), error_code::kCannotSaveDocument);
 }
 

@@ -1,6 +1,6 @@
 // The text of a failed file operation, by cause, with the file name put where
 // the text names it.
-#include "api/file_error_text.h"
+#include "core/file_error_text.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
-#include "core/default_filters.h"
 #include "ks_imp.h"
+#include "registry/default_filters.h"
 
 namespace {
 

@@ -26,7 +26,7 @@ class ImportRunTest : public ::testing::Test {
   }
 
   void QueueName(const std::string& name, int32_t type = 1000) {
-    ASSERT_TRUE(session_.Queue(QueuedFile(handle_, name, type)));
+    ASSERT_TRUE(session_.queue().Append(QueuedFile(handle_, name, type)));
   }
 
   uint32_t Import(int64_t* carry = nullptr, uint32_t* added = nullptr) {
@@ -51,15 +51,15 @@ TEST_F(ImportRunTest, BarJoinedRecordImportsEachNameAndIsTheLastRecordImported) 
   // first, and the record after a two-name record goes unimported.
   QueueName("a.txt| b.txt");
   QueueName("c.txt");
-  session_.AddTotalBytes(handle_, 10);
+  session_.handles().AddTotalBytes(handle_, 10);
   EXPECT_EQ(Import(), 1u);
   EXPECT_EQ(NamesImported(), (Names{"a.txt", "b.txt"}));
   EXPECT_TRUE(script_.seen[0].first_file);
   EXPECT_FALSE(script_.seen[1].first_file);
   // The handle is gone with the run, and its queue and counters with it.
-  EXPECT_FALSE(session_.HandleExists(handle_));
-  EXPECT_EQ(session_.QueuedCount(handle_), 0u);
-  EXPECT_EQ(session_.GetTotalBytes(handle_), 0u);
+  EXPECT_FALSE(session_.handles().Exists(handle_));
+  EXPECT_EQ(session_.queue().Count(handle_), 0u);
+  EXPECT_EQ(session_.handles().TotalBytes(handle_), 0u);
 }
 
 TEST_F(ImportRunTest, SingleNameRecordsAreAllImportedInQueueOrderAndTheLastResultCounts) {
@@ -109,7 +109,9 @@ TEST_F(ImportRunTest, AliasTypesAreMappedBeforeTheImporterIsCreated) {
 
 TEST_F(ImportRunTest, DocumentsAddedAreWrittenEvenWhenTheLastFileFails) {
   script_.run_results = {0};
-  script_.while_running = [this](uint32_t h, const SETDATA&) { session_.SetDocumentsAdded(h, 4); };
+  script_.while_running = [this](uint32_t h, const SETDATA&) {
+    session_.handles().SetDocumentsAdded(h, 4);
+  };
   QueueName("a.txt");
   uint32_t added = 99;
   EXPECT_EQ(Import(nullptr, &added), 0u);
@@ -123,8 +125,8 @@ TEST_F(ImportRunTest, UnknownFileTypeEndsTheRunAndTheHandleIsStillReleased) {
   uint32_t added = 77;
   EXPECT_EQ(Import(nullptr, &added), 0u);
   EXPECT_EQ(added, 77u) << "an early end leaves the result unwritten";
-  EXPECT_FALSE(session_.HandleExists(handle_));
-  EXPECT_EQ(session_.QueuedCount(handle_), 0u);
+  EXPECT_FALSE(session_.handles().Exists(handle_));
+  EXPECT_EQ(session_.queue().Count(handle_), 0u);
 }
 
 TEST_F(ImportRunTest, TypesAcceptedWithoutAnImporterCountAsSuccess) {
@@ -163,7 +165,7 @@ TEST_F(ImportRunTest, DeleteAfterImportRemovesOnlyASuccessfulFileInTheTempImport
     NewHandle();
     SETDATA record = QueuedFile(handle_, WriteFile(dir, name, "x"));
     record.delete_after_import = flag;
-    session_.Queue(record);
+    session_.queue().Append(record);
     script_.run_results = {run_result};
     script_.runs = 0;
     Import();

@@ -36,8 +36,8 @@ class ProgressTest : public ::testing::Test {
 };
 
 TEST_F(ProgressTest, CurrentFileIsTheFirstQueuedRecordOrTheAttachmentTextWhileTheyAreRead) {
-  session().Queue(QueuedFile(handle_, "a.txt| b.txt"));
-  session().Queue(QueuedFile(handle_, "c.txt"));
+  session().queue().Append(QueuedFile(handle_, "a.txt| b.txt"));
+  session().queue().Append(QueuedFile(handle_, "c.txt"));
   char name[PATH_MAX];
   ASSERT_EQ(KSIMP_GetCurFile(handle_, name), 1u);
   EXPECT_STREQ(name, "a.txt| b.txt");
@@ -47,7 +47,7 @@ TEST_F(ProgressTest, CurrentFileIsTheFirstQueuedRecordOrTheAttachmentTextWhileTh
 }
 
 TEST_F(ProgressTest, CurrentFileIsCutToPathMaxMinusOneBytes) {
-  session().Queue(QueuedFile(handle_, std::string(PATH_MAX + 50, 'n')));
+  session().queue().Append(QueuedFile(handle_, std::string(PATH_MAX + 50, 'n')));
   std::string buffer(PATH_MAX + 10, '#');
   ASSERT_EQ(KSIMP_GetCurFile(handle_, buffer.data()), 1u);
   EXPECT_EQ(std::strlen(buffer.c_str()), size_t{PATH_MAX - 1});
@@ -62,10 +62,10 @@ TEST_F(ProgressTest, AbortMarksTheHandleAndDeletesWaitingAttachmentFiles) {
   session().SetEmailMode(true);
 
   EXPECT_EQ(KSIMP_Abort(handle_), 1u);
-  EXPECT_TRUE(session().IsAborted(handle_));
+  EXPECT_TRUE(session().handles().IsAborted(handle_));
   EXPECT_FALSE(std::filesystem::exists(saved));
   EXPECT_EQ(session().AttachmentCount(), 0u);
-  EXPECT_FALSE(session().HandleExists(attachment_handle));
+  EXPECT_FALSE(session().handles().Exists(attachment_handle));
   EXPECT_FALSE(session().IsEmailMode());
 }
 
@@ -73,13 +73,13 @@ TEST_F(ProgressTest, PollingThreadSeesConsistentCountersWhileTheImportRuns) {
   constexpr uint32_t kSteps = 2000;
   script_.while_running = [](uint32_t h, const SETDATA&) {
     for (uint32_t i = 1; i <= kSteps; ++i) {
-      session().AddCurrentBytes(h, 1);
-      session().SetDocumentsAdded(h, i);
+      session().handles().AddCurrentBytes(h, 1);
+      session().handles().SetDocumentsAdded(h, i);
       if (i % 64 == 0) std::this_thread::yield();
     }
   };
-  session().Queue(QueuedFile(handle_, "a.txt"));
-  session().AddTotalBytes(handle_, kSteps);
+  session().queue().Append(QueuedFile(handle_, "a.txt"));
+  session().handles().AddTotalBytes(handle_, kSteps);
 
   std::atomic<bool> done{false};
   uint32_t backwards = 0, above_total = 0;
@@ -112,13 +112,13 @@ TEST_F(ProgressTest, AbortFromThePollingThreadStopsARunningImporter) {
   script_.while_running = [&](uint32_t h, const SETDATA&) {
     started.store(true);
     const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!session().IsAborted(h) && std::chrono::steady_clock::now() < give_up) {
-      session().AddCurrentBytes(h, 1);
+    while (!session().handles().IsAborted(h) && std::chrono::steady_clock::now() < give_up) {
+      session().handles().AddCurrentBytes(h, 1);
       std::this_thread::yield();
     }
   };
   script_.run_results = {1};
-  session().Queue(QueuedFile(handle_, "a.txt"));
+  session().queue().Append(QueuedFile(handle_, "a.txt"));
   std::thread poller([&] {
     while (!started.load()) std::this_thread::yield();
     KSIMP_Abort(handle_);

@@ -4,8 +4,8 @@
 
 #include <set>
 
-#include "api/error_codes.h"
 #include "api/import_session.h"
+#include "core/error_codes.h"
 #include "ks_imp.h"
 
 namespace {
@@ -13,10 +13,10 @@ namespace {
 TEST(ImportHandles, HandlesAreNonZeroAndDistinctEvenWhenTheDrawRepeats) {
   CImportSession session;
   std::set<uint32_t> handles;
-  for (int i = 0; i < 1000; ++i) handles.insert(session.CreateHandle(1, false));  // same second
+  for (int i = 0; i < 1000; ++i) handles.insert(session.handles().Create(1, false));  // same second
   for (int i = 0; i < 50; ++i) {
-    session.SeedHandleGenerator(1234);  // every handle starts from the same draw
-    handles.insert(session.CreateHandle(1, false));
+    session.handles().SeedGenerator(1234);  // every handle starts from the same draw
+    handles.insert(session.handles().Create(1, false));
   }
   EXPECT_EQ(handles.size(), 1050u);
   EXPECT_EQ(handles.count(0), 0u);
@@ -24,13 +24,13 @@ TEST(ImportHandles, HandlesAreNonZeroAndDistinctEvenWhenTheDrawRepeats) {
 
 TEST(ImportHandles, NewRecordStartsWithZeroCountersAndOwnsOnlyADatabaseItOpened) {
   CImportSession session;
-  const auto record = session.GetHandleRecord(session.CreateHandle(17, true));
+  const auto record = session.handles().Find(session.handles().Create(17, true));
   ASSERT_TRUE(record);
   EXPECT_EQ(record->database, 17u);
   EXPECT_TRUE(record->owns_database);
   EXPECT_FALSE(record->aborted);
   EXPECT_EQ(record->total_bytes + record->current_bytes + record->documents_added, 0u);
-  EXPECT_FALSE(session.GetHandleRecord(session.InitImportUsingFileHandle(5)).value().owns_database)
+  EXPECT_FALSE(session.handles().Find(session.InitImportUsingFileHandle(5)).value().owns_database)
       << "the host's database is not the record's to close";
 }
 
@@ -44,33 +44,33 @@ TEST(ImportHandles, RefusedInitRecordsItsErrorAgainstHandleZero) {
 
 TEST(ImportHandles, CountersChangeOnlyThroughTheirHandleAndTotalBytesStopAt32Bits) {
   CImportSession session;
-  const uint32_t a = session.CreateHandle(1, false);
-  const uint32_t b = session.CreateHandle(1, false);
-  session.AddTotalBytes(a, 100);
-  session.AddCurrentBytes(a, 30);
-  session.AddCurrentBytes(a, 12);
-  session.SetDocumentsAdded(a, 3);
-  EXPECT_EQ(session.GetTotalBytes(a), 100u);
-  EXPECT_EQ(session.GetCurrentBytes(a), 42u);
-  EXPECT_EQ(session.GetDocumentsAdded(a), 3u);
-  EXPECT_EQ(session.GetTotalBytes(b) + session.GetCurrentBytes(b), 0u);
-  session.AddTotalBytes(a, 0xFFFFFFF0u);
-  EXPECT_EQ(session.GetTotalBytes(a), 0xFFFFFFFFu);
+  const uint32_t a = session.handles().Create(1, false);
+  const uint32_t b = session.handles().Create(1, false);
+  session.handles().AddTotalBytes(a, 100);
+  session.handles().AddCurrentBytes(a, 30);
+  session.handles().AddCurrentBytes(a, 12);
+  session.handles().SetDocumentsAdded(a, 3);
+  EXPECT_EQ(session.handles().TotalBytes(a), 100u);
+  EXPECT_EQ(session.handles().CurrentBytes(a), 42u);
+  EXPECT_EQ(session.handles().DocumentsAdded(a), 3u);
+  EXPECT_EQ(session.handles().TotalBytes(b) + session.handles().CurrentBytes(b), 0u);
+  session.handles().AddTotalBytes(a, 0xFFFFFFF0u);
+  EXPECT_EQ(session.handles().TotalBytes(a), 0xFFFFFFFFu);
 }
 
 TEST(UnknownHandle, EveryQueryAnswersItsNotFoundValue) {
   CImportSession session;
   const uint32_t unknown = 12345;
-  EXPECT_FALSE(session.HandleExists(unknown));
-  EXPECT_FALSE(session.GetHandleRecord(unknown));
-  EXPECT_FALSE(session.SetAborted(unknown));
-  EXPECT_FALSE(session.IsAborted(unknown));
-  EXPECT_FALSE(session.AddTotalBytes(unknown, 1));
+  EXPECT_FALSE(session.handles().Exists(unknown));
+  EXPECT_FALSE(session.handles().Find(unknown));
+  EXPECT_FALSE(session.handles().SetAborted(unknown));
+  EXPECT_FALSE(session.handles().IsAborted(unknown));
+  EXPECT_FALSE(session.handles().AddTotalBytes(unknown, 1));
   SETDATA record;
   record.import_handle = unknown;
   record.file_name = "a.txt";
-  EXPECT_FALSE(session.Queue(record));
-  EXPECT_FALSE(session.FirstQueued(unknown));
+  EXPECT_FALSE(session.queue().Append(record));
+  EXPECT_FALSE(session.queue().First(unknown));
   EXPECT_EQ(session.GetLastImportError(unknown), error_code::kInternal);
 }
 

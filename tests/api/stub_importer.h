@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/import_base.h"
-#include "core/importer_table.h"
+#include "registry/file_type_table.h"
 
 struct StubFileSeen {
   std::string file_name;
@@ -38,25 +38,32 @@ class StubImporter : public CIMPImportBase {
   int CheckFile(const std::string&) override { return 1; }
   int IntegerProperty() const override { return 0; }
 
-  int Prepare(uint32_t import_handle, const SETDATA& record) override {
-    CIMPImportBase::Prepare(import_handle, record);
+  int Prepare(ImportContext& context) override {
+    context_ = &context;
+    const SETDATA& record = context.options();
     script_.seen.push_back({record.file_name, record.file_type, false, 0, false});
     return script_.prepare_result;
   }
 
-  int Run(uint32_t import_handle) override {
+  int Run() override {
+    const uint32_t import_handle = context_->import_handle();
+    const SETDATA& options = context_->options();
     StubFileSeen& seen = script_.seen.back();
     seen.ran = true;
     seen.first_file = IsFirstFile();
     seen.carry_in = GetCarry();
-    if (script_.while_running) script_.while_running(import_handle, Options());
+    if (script_.while_running) script_.while_running(import_handle, options);
     SetCarry(script_.carry_out);
     const size_t run = script_.runs++;
     return run < script_.run_results.size() ? script_.run_results[run] : 1;
   }
 
+ protected:
+  int ImportSource() override { return 1; }
+
  private:
   StubScript& script_;
+  ImportContext* context_ = nullptr;
 };
 
 // A factory that gives a StubImporter for every type.

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "api/message_texts.h"
+#include "core/message_texts.h"
 #include "importers/text/column_header_lines.h"
 
 namespace {

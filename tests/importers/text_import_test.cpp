@@ -121,9 +121,9 @@ TEST_F(TextImport, UnknownTypeEndsTheRunKeepingEarlierFiles) {
 // A text importer that notes the progress counter when its file is done.
 struct ProgressNotingImport : CIMPTextImport {
   explicit ProgressNotingImport(uint32_t* seen) : seen_(seen) {}
-  int Run(uint32_t handle) override {
-    const int result = CIMPTextImport::Run(handle);
-    *seen_ = CKS_ImpApp::Instance().Session().GetCurrentBytes(handle);
+  int Run() override {
+    const int result = CIMPTextImport::Run();
+    *seen_ = static_cast<uint32_t>(Context().CurrentBytes());
     return result;
   }
   uint32_t* seen_;

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 
 namespace {
 

@@ -16,11 +16,14 @@
 #include <memory>
 #include <string>
 
+#include "core/import_base.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mailbox_reader.h"
-#include "importers/text/delimited_field_base.h"
 
-class CIMPMailboxImport : public CDelimitedFieldBase {
+class CIMPMailboxImport : public CIMPImportBase {
+ public:
+  int IntegerProperty() const override { return 0; }
+
  protected:
   int ImportSource() override;
 

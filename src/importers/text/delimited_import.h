@@ -25,10 +25,10 @@
 #include <string>
 #include <vector>
 
-#include "importers/text/delimited_field_base.h"
 #include "importers/text/delimited_fields.h"
+#include "importers/text/record_import_base.h"
 
-class CDelimitedImport : public CDelimitedFieldBase {
+class CDelimitedImport : public CRecordImportBase {
  protected:
   int ImportSource() override;
 

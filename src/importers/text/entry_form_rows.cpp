@@ -3,30 +3,18 @@
 #include <algorithm>
 #include <cstring>
 
-#include "api/ks_imp_app.h"
-
 namespace ks::text {
-namespace {
 
-CImportSession& Session() {
-  return CKS_ImpApp::Instance().Session();
-}
-
-}  // namespace
-
-EntryFormRows::EntryFormRows(uint32_t import_handle, uint32_t database, const SETDATA& options,
-                             uint64_t form, char marker, std::string_view value_suffix)
-    : import_handle_(import_handle),
-      database_(database),
-      location_(options.import_location),
-      named_document_(options.named_document),
+EntryFormRows::EntryFormRows(ImportContext& context, uint64_t form, char marker,
+                             std::string_view value_suffix)
+    : context_(context),
+      database_(context.database()),
+      location_(context.options().import_location),
+      named_document_(context.options().named_document),
       form_(form),
       marker_(marker),
-      value_suffix_(value_suffix) {
-  if (auto record = Session().GetHandleRecord(import_handle)) {
-    anchor_ = static_cast<uint64_t>(record->importer_value64);
-  }
-}
+      value_suffix_(value_suffix),
+      anchor_(context.LastDocument()) {}
 
 std::optional<uint64_t> EntryFormRows::FirstAnchor() const {
   if (anchor_ != 0 || location_ != KSENG_LOC_AFTER_NAMED || named_document_.empty()) {
@@ -48,7 +36,7 @@ EntryFormRows::Outcome EntryFormRows::Add(std::span<const std::string> names,
   // The entry exists from here on: it is the import's last document whether
   // or not its values are taken.
   anchor_ = entry;
-  Session().SetLastDocument(import_handle_, entry);
+  context_.SetLastDocument(entry);
 
   // The values first, so that the records can point into them; the vector
   // is not touched again until the engine has copied what it needs.

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/setdata.h"
+#include "core/import_context.h"
 #include "ks_eng5.h"
 
 namespace ks::text {
@@ -39,8 +39,9 @@ class EntryFormRows {
   // import uses.  `value_suffix` is appended to every value handed over: the
   // delimited import has always stored its values followed by a blank, the
   // fixed-width import as they stand.
-  EntryFormRows(uint32_t import_handle, uint32_t database, const SETDATA& options, uint64_t form,
-                char marker, std::string_view value_suffix);
+  // The database and the import's location come from `context`, which
+  // outlives the rows.
+  EntryFormRows(ImportContext& context, uint64_t form, char marker, std::string_view value_suffix);
 
   // Makes one entry from a row: `names[i]` is the field of `values[i]`;
   // columns beyond `values` are handed over without a value.
@@ -52,7 +53,7 @@ class EntryFormRows {
   // Where the first entry goes when the import has placed nothing yet.
   std::optional<uint64_t> FirstAnchor() const;
 
-  uint32_t import_handle_;
+  ImportContext& context_;
   uint32_t database_;
   int32_t location_;
   std::string named_document_;  // location 3: the document to go after

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "api/message_texts.h"
+#include "core/message_texts.h"
 #include "core/profile_file.h"
 #include "importers/text/column_header_lines.h"
 

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 #include "core/oem_converter.h"
 #include "core/source_file.h"
 #include "importers/text/byte_source.h"

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 #include "importers/text/column_header_source.h"
 #include "importers/text/entry_form_rows.h"
 #include "importers/text/field_line_composer.h"
@@ -39,7 +39,7 @@ int CIMPFixedImport::ImportSource() {
   std::optional<ks::text::FieldLineComposer> composer;
   std::optional<ks::text::EntryFormRows> entries;
   if (valid && EntryForm() != 0) {
-    entries.emplace(ImportHandle(), Database(), Options(), EntryForm(), FieldMarker(), "");
+    entries.emplace(Context(), EntryForm(), FieldMarker(), "");
   } else if (valid) {
     composer.emplace(header.Names(), FieldMarker(),
                      ks::text::FieldLineComposer::ValueGap::kFixedWidth);

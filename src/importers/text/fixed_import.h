@@ -31,10 +31,10 @@
 #include <string>
 #include <vector>
 
-#include "importers/text/delimited_field_base.h"
 #include "importers/text/delimited_fields.h"
+#include "importers/text/record_import_base.h"
 
-class CIMPFixedImport : public CDelimitedFieldBase {
+class CIMPFixedImport : public CRecordImportBase {
  protected:
   int ImportSource() override;
   bool LogsMissingEntryForm() const override { return false; }

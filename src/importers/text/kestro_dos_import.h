@@ -23,9 +23,9 @@
 
 #include <string>
 
-#include "importers/text/delimited_field_base.h"
+#include "importers/text/record_import_base.h"
 
-class CIMPKestroDos : public CDelimitedFieldBase {
+class CIMPKestroDos : public CRecordImportBase {
  public:
   // 1 when `file_name` is a DOS export file by its last bytes, else 0.
   int CheckFile(const std::string& file_name) override;

@@ -16,13 +16,8 @@ int CIMPTextImport::CheckFile(const std::string&) {
   return 1;
 }
 
-int CIMPTextImport::Prepare(uint32_t import_handle, const SETDATA& record) {
-  CIMPImportBase::Prepare(import_handle, record);
-  return OpenSource() ? 1 : 0;
-}
-
-int CIMPTextImport::Run(uint32_t import_handle) {
-  return RunBlockLoop(import_handle, BlockMode::kSplitByDelimiter, KSENG_KIND_TEXT, kTextBlockSize);
+int CIMPTextImport::ImportSource() {
+  return RunBlockLoop(BlockMode::kSplitByDelimiter, kTextBlockSize);
 }
 
 int CIMPRtfImport::CheckFile(const std::string& file_name) {
@@ -30,12 +25,10 @@ int CIMPRtfImport::CheckFile(const std::string& file_name) {
   return probe.Open(file_name) ? 1 : 0;
 }
 
-int CIMPRtfImport::Prepare(uint32_t import_handle, const SETDATA& record) {
-  CIMPImportBase::Prepare(import_handle, record);
-  return OpenSource() ? 1 : 0;
+int32_t CIMPRtfImport::DocumentKind() const {
+  return KSENG_KIND_RICHTEXT;
 }
 
-int CIMPRtfImport::Run(uint32_t import_handle) {
-  return RunBlockLoop(import_handle, BlockMode::kWholeBlockIsDocument, KSENG_KIND_RICHTEXT,
-                      kRichTextBlockSize);
+int CIMPRtfImport::ImportSource() {
+  return RunBlockLoop(BlockMode::kWholeBlockIsDocument, kRichTextBlockSize);
 }

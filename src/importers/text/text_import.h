@@ -10,10 +10,13 @@
 class CIMPTextImport : public CIMPImportBase {
  public:
   int CheckFile(const std::string& file_name) override;
-  int Prepare(uint32_t import_handle, const SETDATA& record) override;
-  int Run(uint32_t import_handle) override;
   // The document delimiter the import cuts by.
   int IntegerProperty() const override { return Options().delimiter_flags; }
+
+ protected:
+  int ImportSource() override;
+  // Text importers never wrote a missing entry form to the log.
+  bool LogsMissingEntryForm() const override { return false; }
 };
 
 class CIMPHtmlImport : public CIMPTextImport {
@@ -24,7 +27,10 @@ class CIMPHtmlImport : public CIMPTextImport {
 class CIMPRtfImport : public CIMPImportBase {
  public:
   int CheckFile(const std::string& file_name) override;
-  int Prepare(uint32_t import_handle, const SETDATA& record) override;
-  int Run(uint32_t import_handle) override;
   int IntegerProperty() const override { return 0; }
+
+ protected:
+  int ImportSource() override;
+  int32_t DocumentKind() const override;
+  bool LogsMissingEntryForm() const override { return false; }
 };

@@ -1,11 +1,11 @@
-#include "api/file_error_text.h"
+#include "core/file_error_text.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <iterator>
 
-#include "api/error_codes.h"
-#include "api/message_texts.h"
+#include "core/error_codes.h"
+#include "core/message_texts.h"
 
 namespace {
 

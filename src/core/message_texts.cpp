@@ -1,11 +1,11 @@
-#include "api/message_texts.h"
+#include "core/message_texts.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <span>
 
-#include "api/error_codes.h"
+#include "core/error_codes.h"
 
 namespace {
 

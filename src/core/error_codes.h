@@ -1,27 +1,30 @@
-// Import error codes.  Each code is also the identifier of its message text
+// Import error codes; those a host may test for are the KSIMP_ERR_ names of
+// ks_imp.h, defined there once.  Each code is also the identifier of its message text
 // (message_texts.cpp), so a host can show any code with
 // KSIMP_ImportErrorToString.
 #pragma once
 
 #include <cstdint>
 
+#include "ks_imp.h"
+
 namespace error_code {
 
-inline constexpr uint32_t kNoFileSets = 90;
-inline constexpr uint32_t kNoDatabaseFileName = 91;
-inline constexpr uint32_t kCannotOpenDatabase = 92;
-inline constexpr uint32_t kInvalidDatabaseHandle = 93;
-inline constexpr uint32_t kParentWindowRequired = 94;
-inline constexpr uint32_t kNoFileNameToImport = 95;
-inline constexpr uint32_t kCannotSetParameters = 97;
-inline constexpr uint32_t kCannotSaveDocument = 98;
+inline constexpr uint32_t kNoFileSets = KSIMP_ERR_NO_FILE_SETS;
+inline constexpr uint32_t kNoDatabaseFileName = KSIMP_ERR_NO_FILENAME;
+inline constexpr uint32_t kCannotOpenDatabase = KSIMP_ERR_OPEN_DATABASE;
+inline constexpr uint32_t kInvalidDatabaseHandle = KSIMP_ERR_BAD_DATABASE_HANDLE;
+inline constexpr uint32_t kParentWindowRequired = KSIMP_ERR_NO_PARENT_WINDOW;
+inline constexpr uint32_t kNoFileNameToImport = KSIMP_ERR_NO_IMPORT_FILE;
+inline constexpr uint32_t kCannotSetParameters = KSIMP_ERR_SET_PARAMETERS;
+inline constexpr uint32_t kCannotSaveDocument = KSIMP_ERR_SAVE_DOCUMENT;
 inline constexpr uint32_t kTableImportFailed = 1000;  // has no text
-inline constexpr uint32_t kNoError = 11000;
-inline constexpr uint32_t kInternal = 11001;
-inline constexpr uint32_t kHandleNotInImportSet = 11002;
+inline constexpr uint32_t kNoError = KSIMP_ERR_NONE;
+inline constexpr uint32_t kInternal = KSIMP_ERR_INTERNAL;
+inline constexpr uint32_t kHandleNotInImportSet = KSIMP_ERR_NO_SUCH_HANDLE;
 inline constexpr uint32_t kComboBoxMemory = 11003;
-inline constexpr uint32_t kUnspecified = 11004;
-inline constexpr uint32_t kCannotQueueImport = 11005;
+inline constexpr uint32_t kUnspecified = KSIMP_ERR_UNSPECIFIED;
+inline constexpr uint32_t kCannotQueueImport = KSIMP_ERR_QUEUE;
 inline constexpr uint32_t kFileNotFound = 11006;
 inline constexpr uint32_t kBadPath = 11007;
 inline constexpr uint32_t kTooManyOpenFiles = 11008;
@@ -35,13 +38,13 @@ inline constexpr uint32_t kSharingViolation = 11015;
 inline constexpr uint32_t kLockViolation = 11016;
 inline constexpr uint32_t kDiskFull = 11017;
 inline constexpr uint32_t kEndOfFile = 11019;
-inline constexpr uint32_t kWrongFileType = 11020;
-inline constexpr uint32_t kEngineError = 11021;
-inline constexpr uint32_t kCannotOpenFile = 11024;
+inline constexpr uint32_t kWrongFileType = KSIMP_ERR_WRONG_FILE_TYPE;
+inline constexpr uint32_t kEngineError = KSIMP_ERR_ENGINE;
+inline constexpr uint32_t kCannotOpenFile = KSIMP_ERR_OPEN_FILE;
 inline constexpr uint32_t kNoAdoInstance = 11025;
 inline constexpr uint32_t kPasswordProtected = 11026;
 inline constexpr uint32_t kMailImportFailed = 12000;  // has no text
-inline constexpr uint32_t kUnsupportedFileType = 12003;
+inline constexpr uint32_t kUnsupportedFileType = KSIMP_ERR_UNSUPPORTED_TYPE;
 inline constexpr uint32_t kWordPerfectMissing = 12006;
 inline constexpr uint32_t kWordMissing = 12007;
 inline constexpr uint32_t kCannotCopyEntryForm = 14000;

@@ -1,15 +1,15 @@
 // The file-type list kept in the configuration: built for what is
 // installed, kept, read back, and never silently replaced when the
 // configuration is damaged.  Also the per-database "FilterString".
-#include "core/import_filters.h"
+#include "registry/import_filters.h"
 
 #include <gtest/gtest.h>
 
 #include "api/write_file.h"
 #include "core/database_import_settings.h"
-#include "core/default_filters.h"
 #include "core/filter_list_store.h"
-#include "scoped_env.h"
+#include "core/scoped_env.h"
+#include "registry/default_filters.h"
 
 namespace ks::core {
 namespace {

@@ -1,9 +1,9 @@
-#include "core/import_filters.h"
+#include "registry/import_filters.h"
 
 #include <algorithm>
 
-#include "core/default_filters.h"
 #include "core/filter_list_store.h"
+#include "registry/default_filters.h"
 
 namespace ks::core {
 

@@ -1,6 +1,6 @@
 // The default file-type list: its order and texts, the option each type
 // offers, and the two entries that depend on what is installed.
-#include "core/default_filters.h"
+#include "registry/default_filters.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,6 @@
 #include <tuple>
 #include <vector>
 
-#include "core/file_type_listing.h"
 #include "core/option_mask.h"
 
 namespace ks::core {
@@ -136,22 +135,6 @@ TEST(DefaultFilters, FilterProgramAddsUseFilterToTheMarkedTypesOnly) {
     EXPECT_EQ(with_program[i].option_mask, plain[i].option_mask | (is_marked ? 2048u : 0u))
         << plain[i].name;
   }
-}
-
-TEST(FileTypeListing, GivesEachTypeItsTextsMaskAndOfferedRowLabels) {
-  const auto filters = DefaultImportFilters(kNothingInstalled);
-  const auto offers = DescribeFileTypes(filters);
-  ASSERT_EQ(offers.size(), filters.size());
-  for (size_t i = 0; i < offers.size(); ++i) {
-    const FileTypeOffer& o = offers[i];
-    const ImportFilter& f = filters[i];
-    EXPECT_EQ(std::tie(o.file_type, o.name, o.extensions, o.description, o.option_mask),
-              std::tie(f.file_type, f.name, f.extensions, f.description, f.option_mask));
-  }
-  ASSERT_EQ(offers[2].file_type, 1010);
-  EXPECT_EQ(offers[2].offered_options,
-            (std::vector<std::string_view>{"Import Location", "Auto Field Recognition",
-                                           "Date Range", "Sort Order"}));
 }
 
 }  // namespace

@@ -1,0 +1,41 @@
+// SessionImportContext: the import context of one file of a session's import
+// run.  Everything the importer reports lands in the session, against the
+// run's import handle.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "api/import_session.h"
+#include "core/import_context.h"
+
+class SessionImportContext final : public ImportContext {
+ public:
+  SessionImportContext(CImportSession& session, uint32_t handle, uint32_t database, SETDATA options)
+      : session_(session), handle_(handle), database_(database), options_(std::move(options)) {}
+
+  uint32_t import_handle() const override { return handle_; }
+  const SETDATA& options() const override { return options_; }
+  uint32_t database() const override { return database_; }
+
+  bool IsAborted() override { return session_.handles().IsAborted(handle_); }
+  void RecordError(uint32_t code) override { session_.RecordError(handle_, code); }
+  void Log(std::string_view line) override;
+
+  uint64_t CurrentBytes() override { return session_.handles().CurrentBytes(handle_); }
+  void SetCurrentBytes(uint64_t bytes) override {
+    session_.handles().SetCurrentBytes(handle_, bytes);
+  }
+  void AddDocumentsAdded(uint32_t count) override {
+    session_.handles().AddDocumentsAdded(handle_, count);
+  }
+  uint64_t LastDocument() override;
+  void SetLastDocument(uint64_t document) override;
+  void RecordDocumentSaved(uint64_t document, uint64_t bytes) override;
+
+ private:
+  CImportSession& session_;
+  uint32_t handle_;
+  uint32_t database_;
+  SETDATA options_;
+};

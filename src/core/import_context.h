@@ -1,0 +1,46 @@
+// ImportContext: everything an importer may reach outside itself while it
+// imports one file: the queued options it was created for, the database, the
+// abort test, the error and log records and the progress counters the host
+// polls.  The import run hands one to every importer; importers and the
+// document writer never reach the session or any other global.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "core/setdata.h"
+
+class ImportContext {
+ public:
+  virtual ~ImportContext() = default;
+
+  virtual uint32_t import_handle() const = 0;
+  // The queued record for this one file: file_name is the one name the
+  // importer reads, file_type the type its importer was created for.
+  virtual const SETDATA& options() const = 0;
+  // The engine handle of the target database.
+  virtual uint32_t database() const = 0;
+
+  // Whether the host asked the import to stop.
+  virtual bool IsAborted() = 0;
+  // Records an error code against the import (the first one recorded is
+  // the one the host reads).
+  virtual void RecordError(uint32_t code) = 0;
+  // Adds one line, without its line end, to the import log.
+  virtual void Log(std::string_view line) = 0;
+
+  // Progress over the whole import: the files before this one have brought
+  // the counter to CurrentBytes() when the importer starts.
+  virtual uint64_t CurrentBytes() = 0;
+  virtual void SetCurrentBytes(uint64_t bytes) = 0;
+  virtual void AddDocumentsAdded(uint32_t count) = 0;
+
+  // The last document the import wrote, so that the documents of the next
+  // file follow those of this one; 0 before the first.
+  virtual uint64_t LastDocument() = 0;
+  virtual void SetLastDocument(uint64_t document) = 0;
+  // A document saved: it becomes the last one, the count of documents added
+  // goes up by one and the progress moves to `bytes`, in one step (this runs
+  // once per imported row).
+  virtual void RecordDocumentSaved(uint64_t document, uint64_t bytes) = 0;
+};

@@ -1,0 +1,74 @@
+#include "importers/text/record_import_base.h"
+
+#include <fmt/format.h>
+
+#include "core/error_codes.h"
+#include "core/message_texts.h"
+#include "importers/text/byte_source.h"
+#include "importers/text/record_pipeline.h"
+#include "importers/text/record_reader.h"
+
+int CRecordImportBase::CheckFile(const std::string&) {
+  return 1;
+}
+
+int CRecordImportBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
+                                   const RecordStore& store) {
+  using ks::text::RecordReader;
+  ks::text::SourceFileBytes bytes(Source());
+  ks::text::RecordPipeline records(bytes, qualifier, prepare);
+  uint64_t number = 0;
+  while (!Aborted()) {
+    const ks::text::PreparedRecord* record = records.Next();
+    if (record == nullptr) {
+      switch (records.End()) {
+        case RecordReader::Outcome::kRecordTooLong:
+          // Usually a quote left open that runs on to the end of a large file.
+          Log(
+              fmt::format("Record {} of {} (from byte {}) is longer than {} MB; it and the rest of "
+                          "the file were not imported.",
+                          number + 1, Source().path(), records.EndRecordOffset(),
+                          RecordReader::kDefaultMaxRecordBytes / (1024 * 1024)));
+          return 1;
+        case RecordReader::Outcome::kReadFailed:
+          return ReadFailed();
+        default:  // the end, or a blank line that ends the file
+          return 1;
+      }
+    }
+    ++number;
+    if (!store(*record)) return Failed() ? 0 : 1;
+  }
+  return 1;
+}
+
+void CRecordImportBase::PrepareRow(std::span<const std::string> values,
+                                   const std::optional<ks::text::FieldLineComposer>& composer,
+                                   ks::text::PreparedRecord* out) {
+  values = FromSource(values, &converted_);
+  if (composer) {
+    composer->Compose(values, &out->text);
+  } else {
+    out->values.assign(values.begin(), values.end());
+  }
+}
+
+bool CRecordImportBase::StoreEntry(ks::text::EntryFormRows& entries,
+                                   std::span<const std::string> names,
+                                   const ks::text::PreparedRecord& record, bool counted) {
+  switch (entries.Add(names, record.values)) {
+    case ks::text::EntryFormRows::Outcome::kAdded:
+      if (counted) Context().AddDocumentsAdded(1);
+      SetProgress(record.position);
+      return true;
+    case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
+      Fail(error_code::kCannotOpenEntryForm);
+      if (LogsMissingEntryForm()) Log(MessageText(error_code::kCannotOpenEntryForm));
+      return false;
+    case ks::text::EntryFormRows::Outcome::kNoPlace:
+    case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+      Fail(error_code::kCannotSaveDocument);
+      return false;
+  }
+  return false;
+}
