@@ -348,6 +348,15 @@ KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uin
  * list does not offer (fixed width, mail sources) keeps every option. */
 KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type);
 
+/* The short names a host may let its user type instead of a file type's
+ * number ("text", "csv", "fixed", ...), offered types first, in the order of
+ * the list, then the others.  Call with `index` 0, 1, ... until it returns 0:
+ * it writes the type's number to *file_type (may be NULL) and its short name
+ * into `buffer` (text plus terminator strictly shorter than `size`).  Returns
+ * 1, or 0 for an index past the end or a buffer too small. */
+KSIMP_API uint32_t KSIMP_GetFileTypeShortName(uint32_t index, int32_t* file_type, char* buffer,
+                                              int32_t size);
+
 /* The row label of one option bit, e.g. "File Origin" for
  * KSIMP_OPT_FILE_ORIGIN.  Returns 1 when copied (same size rule), else 0. */
 KSIMP_API uint32_t KSIMP_GetOptionLabel(uint32_t option, char* buffer, int32_t size);

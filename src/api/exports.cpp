@@ -14,6 +14,7 @@
 #include "core/option_mask.h"
 #include "importers/text/first_row_names.h"
 #include "ks_imp.h"
+#include "registry/file_type_table.h"
 
 namespace {
 
@@ -175,6 +176,19 @@ KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uin
 
 KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type) {
   return GuardExport([&] { return file_type_offers::OptionMaskOf(file_type); });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileTypeShortName(uint32_t index, int32_t* file_type, char* buffer,
+                                              int32_t size) {
+  return GuardExport([&] {
+    uint32_t seen = 0;
+    for (const ks::registry::FileTypeRow& row : ks::registry::FileTypeRows()) {
+      if (row.short_name.empty() || seen++ != index) continue;
+      if (file_type != nullptr) *file_type = row.number;
+      return CopyTextStrictly(row.short_name, buffer, size);
+    }
+    return 0u;
+  });
 }
 
 KSIMP_API uint32_t KSIMP_GetOptionLabel(uint32_t option, char* buffer, int32_t size) {

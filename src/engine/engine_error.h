@@ -3,6 +3,7 @@
 // deep inside a store reaches the caller with the right number.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -23,6 +24,27 @@ class EngineError : public std::runtime_error {
   uint32_t code_;    // a KSENG_ERR_* value, never KSENG_OK
   int sqlite_code_;  // the SQLite result behind it, 0 when SQLite was not involved
 };
+
+// The engine's code for a failed file operation's errno: a missing file or
+// folder, a refusal (a read-only file system included), a file that exists
+// already, memory, and everything else as an input/output failure.
+inline uint32_t ErrnoCode(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return KSENG_ERR_NOT_FOUND;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return KSENG_ERR_ACCESS;
+    case EEXIST:
+      return KSENG_ERR_EXISTS;
+    case ENOMEM:
+      return KSENG_ERR_MEMORY;
+    default:
+      return KSENG_ERR_IO;
+  }
+}
 
 // Throws EngineError(code, what) unless `condition` holds.
 inline void Require(bool condition, uint32_t code, const char* what) {

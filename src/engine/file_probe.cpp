@@ -37,30 +37,15 @@ class FileDescriptor {
   int fd_;
 };
 
-uint32_t OpenErrorCode(int error) {
-  switch (error) {
-    case ENOENT:
-    case ENOTDIR:
-      return KSENG_ERR_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-      return KSENG_ERR_ACCESS;
-    case ENOMEM:
-      return KSENG_ERR_MEMORY;
-    default:
-      return KSENG_ERR_IO;
-  }
-}
-
 }  // namespace
 
 uint32_t ProbeDatabaseFile(const std::string& path) {
   struct stat info {};
-  if (stat(path.c_str(), &info) != 0) throw EngineError(OpenErrorCode(errno), "cannot find file");
+  if (stat(path.c_str(), &info) != 0) throw EngineError(ErrnoCode(errno), "cannot find file");
   if (!S_ISREG(info.st_mode)) throw EngineError(KSENG_ERR_NOT_DATABASE, "not a regular file");
 
   FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) throw EngineError(OpenErrorCode(errno), "cannot open file for reading");
+  if (file.get() < 0) throw EngineError(ErrnoCode(errno), "cannot open file for reading");
 
   unsigned char header[kHeaderSize];
   size_t have = 0;

@@ -50,24 +50,6 @@ std::string Directory(const std::string& path) {
   return path.substr(0, slash);
 }
 
-uint32_t ErrnoCode(int error) {
-  switch (error) {
-    case ENOENT:
-    case ENOTDIR:
-      return KSENG_ERR_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return KSENG_ERR_ACCESS;
-    case EEXIST:
-      return KSENG_ERR_EXISTS;
-    case ENOMEM:
-      return KSENG_ERR_MEMORY;
-    default:
-      return KSENG_ERR_IO;
-  }
-}
-
 std::string CanonicalPath(const std::string& path) {
   char resolved[PATH_MAX];
   if (realpath(path.c_str(), resolved) == nullptr) {

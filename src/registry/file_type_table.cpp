@@ -6,7 +6,9 @@
 #include "importers/mail/mailbox_import.h"
 #include "importers/text/delimited_import.h"
 #include "importers/text/fixed_import.h"
+#include "importers/text/html_import.h"
 #include "importers/text/kestro_dos_import.h"
+#include "importers/text/rtf_import.h"
 #include "importers/text/text_import.h"
 #include "ks_imp.h"
 

@@ -146,7 +146,7 @@ struct ImportCommand {
     request.stored_settings = true;
     if (columns.header_row) {
       // Each file's own first row names its columns (see Run).
-      if (type.empty()) request.file_type = 1004;
+      if (type.empty()) request.file_type = KSIMP_TYPE_DELIMITED;
       return;
     }
     const std::string header = columns.ColumnHeader();
@@ -162,7 +162,7 @@ struct ImportCommand {
     }
     if (type.empty()) {
       const bool fixed = header.find("T=FXD") != std::string::npos;
-      request.file_type = fixed ? 9999 : 1004;
+      request.file_type = fixed ? KSIMP_TYPE_FIXED_WIDTH : KSIMP_TYPE_DELIMITED;
     }
   }
 

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <filesystem>
 #include <string_view>
+#include <vector>
 
 #include "database.h"
 #include "ks_imp.h"
@@ -14,17 +15,24 @@ namespace ksimp {
 namespace {
 
 struct NamedType {
-  const char* name;
-  int32_t type;
+  std::string name;
+  int32_t type = 0;
 };
 
-// Short names the host accepts for file types; any type may also be given by
-// its number.
-const NamedType kNamedTypes[] = {
-    {"text", 1000},   {"dos", 1002}, {"kst", 1010}, {"eudora", 1005}, {"mbx", 1060},
-    {"csv", 1004},    {"html", 108}, {"doc", 1056}, {"wpd", 1057},    {"rtf", 19},
-    {"foxpro", 1114}, {"pdf", 1058}, {"dbx", 1059}, {"any", 1061},    {"fixed", 9999},
-};
+// The short names the library gives its file types; any type may also be
+// given by its number.
+const std::vector<NamedType>& NamedTypes() {
+  static const std::vector<NamedType> names = [] {
+    std::vector<NamedType> found;
+    char name[256];
+    int32_t type = 0;
+    for (uint32_t i = 0; KSIMP_GetFileTypeShortName(i, &type, name, sizeof name) != 0; ++i) {
+      found.push_back({name, type});
+    }
+    return found;
+  }();
+  return names;
+}
 
 std::string Lower(std::string s) {
   std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -38,7 +46,7 @@ bool StartsWith(std::string_view s, std::string_view prefix) {
 }  // namespace
 
 int32_t ParseFileType(const std::string& text) {
-  for (const auto& named : kNamedTypes) {
+  for (const auto& named : NamedTypes()) {
     if (Lower(text) == named.name) return named.type;
   }
   try {
@@ -53,14 +61,14 @@ int32_t ParseFileType(const std::string& text) {
 
 std::string FileTypeNames() {
   std::string names;
-  for (const auto& named : kNamedTypes) {
+  for (const auto& named : NamedTypes()) {
     names += std::string(names.empty() ? "" : ", ") + named.name;
   }
   return names;
 }
 
 std::string FileTypeShortName(int32_t type) {
-  for (const auto& named : kNamedTypes) {
+  for (const auto& named : NamedTypes()) {
     if (named.type == type) return named.name;
   }
   return {};
@@ -84,7 +92,7 @@ int32_t FileTypeForPath(const std::string& path) {
       list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
     }
   }
-  return 1000;
+  return KSIMP_TYPE_TEXT;
 }
 
 void ParseDateRange(const std::string& text, std::string& from, std::string& to) {
@@ -108,12 +116,12 @@ void ParseSortOrder(const std::string& text, ImportRequest& request) {
 }
 
 void ParseDelimiter(const std::string& text, ImportRequest& request) {
-  request.delimiter_flags = 0;
+  request.delimiter_flags = KSIMP_DELIM_NONE;
   if (text == "none") return;
   if (text == "pagebreak") {
-    request.delimiter_flags = 2;
+    request.delimiter_flags = KSIMP_DELIM_PAGE_BREAK;
   } else if (text == "blankline") {
-    request.delimiter_flags = 1;
+    request.delimiter_flags = KSIMP_DELIM_BLANK_LINE;
   } else if (StartsWith(text, "lines:")) {
     try {
       request.delimiter_lines = std::stoi(text.substr(6));
@@ -123,9 +131,9 @@ void ParseDelimiter(const std::string& text, ImportRequest& request) {
     if (request.delimiter_lines < 1) {
       throw HostError(fmt::format("'{}': the line count must be a number above 0", text), 2);
     }
-    request.delimiter_flags = 4;
+    request.delimiter_flags = KSIMP_DELIM_EVERY_N_LINES;
   } else if (StartsWith(text, "string:") && text.size() > 7) {
-    request.delimiter_flags = 8;
+    request.delimiter_flags = KSIMP_DELIM_STRING;
     request.delimiter_string = text.substr(7);
   } else {
     throw HostError(fmt::format("unknown delimiter '{}': use none, pagebreak, blankline, lines:N "
@@ -137,16 +145,16 @@ void ParseDelimiter(const std::string& text, ImportRequest& request) {
 
 void ParseLocation(const std::string& text, ImportRequest& request) {
   if (text == "end") {
-    request.location = 1;
+    request.location = KSIMP_LOC_END;
   } else if (text == "after-current") {
-    request.location = 2;
+    request.location = KSIMP_LOC_AFTER_CURRENT;
   } else if (StartsWith(text, "after:") && text.size() > 6) {
-    request.location = 3;
+    request.location = KSIMP_LOC_AFTER_NAMED;
     request.named_document = text.substr(6);
   } else if (text == "end-current") {
-    request.location = 4;
+    request.location = KSIMP_LOC_END_OF_CURRENT;
   } else if (text == "top") {
-    request.location = 6;
+    request.location = KSIMP_LOC_TOP;
   } else {
     throw HostError(fmt::format("unknown location '{}': use end, top, after-current, end-current "
                                 "or after:NAME",

@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <string>
 
+#include "ks_imp.h"
+
 namespace ksimp {
 
 struct ImportRequest {
   int32_t file_type = 0;  // 0: chosen by each file's extension
-  int32_t location = 1;
+  int32_t location = KSIMP_LOC_END;
   std::string named_document;
   int32_t delimiter_flags = 0;
   int32_t delimiter_lines = 0;

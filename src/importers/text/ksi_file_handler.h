@@ -22,11 +22,13 @@
 #include <string_view>
 #include <vector>
 
+#include "ks_imp.h"
+
 class CKSIFileHandler {
  public:
   // The file type an import of the settings' kind runs as.
-  static constexpr int32_t kDelimitedKind = 1004;
-  static constexpr int32_t kFixedWidthKind = 9999;
+  static constexpr int32_t kDelimitedKind = KSIMP_TYPE_DELIMITED;
+  static constexpr int32_t kFixedWidthKind = KSIMP_TYPE_FIXED_WIDTH;
   // The name the wizard saves for a column the user left out; importers skip
   // columns of this name (without regard to case).
   static constexpr std::string_view kSkippedColumnName = "Skip";

@@ -1,14 +1,9 @@
 #include "importers/text/text_import.h"
 
-#include "ks_eng5.h"
-
 namespace {
 
 // Large enough to read quickly, small enough that memory stays flat.
 constexpr size_t kTextBlockSize = 1 << 20;
-// A rich-text file is one document as long as it fits one block; the block is
-// large so that real files are never cut (a cut would split the markup).
-constexpr size_t kRichTextBlockSize = 64 << 20;
 
 }  // namespace
 
@@ -18,17 +13,4 @@ int CIMPTextImport::CheckFile(const std::string&) {
 
 int CIMPTextImport::ImportSource() {
   return RunBlockLoop(BlockMode::kSplitByDelimiter, kTextBlockSize);
-}
-
-int CIMPRtfImport::CheckFile(const std::string& file_name) {
-  SourceFile probe;
-  return probe.Open(file_name) ? 1 : 0;
-}
-
-int32_t CIMPRtfImport::DocumentKind() const {
-  return KSENG_KIND_RICHTEXT;
-}
-
-int CIMPRtfImport::ImportSource() {
-  return RunBlockLoop(BlockMode::kWholeBlockIsDocument, kRichTextBlockSize);
 }
