@@ -1,0 +1,106 @@
+// Fuzzes MailboxReader, which cuts a mailbox file into its messages, and
+// hands each message to the message composer as the mailbox import does.
+//
+// Input: a byte of options (separator mode, full header, field marker),
+// then the mailbox text.
+//
+// Checks: the line ends made CR LF leave no lone CR or LF and lose no other
+// byte; the messages follow one another without gap or overlap from the
+// first separator to the end, and nothing before the first is a separator;
+// each separator line starts with "From " and holds no line end; a message's
+// raw text starts at the blank after the separator's first word (or at the
+// line end when none follows on its line) and holds no separator; progress
+// grows from 0 to 1; a finished reader stays finished.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz_input.h"
+#include "importers/mail/eudora_message.h"
+#include "importers/mail/mailbox_reader.h"
+
+namespace {
+
+using Mode = MailboxReader::Mode;
+
+void CheckCrLf(std::string_view text, std::string_view crlf) {
+  std::string kept_in;
+  std::string kept_out;
+  for (const char c : text) {
+    if (c != '\r' && c != '\n') kept_in += c;
+  }
+  for (size_t i = 0; i < crlf.size(); ++i) {
+    if (crlf[i] == '\r') FUZZ_CHECK(i + 1 < crlf.size() && crlf[i + 1] == '\n');
+    if (crlf[i] == '\n') FUZZ_CHECK(i > 0 && crlf[i - 1] == '\r');
+    if (crlf[i] != '\r' && crlf[i] != '\n') kept_out += crlf[i];
+  }
+  FUZZ_CHECK(kept_in == kept_out);
+}
+
+// The document the mailbox import stores for a message.
+void Compose(const MailboxReader::Message& found, Mode mode, bool full_header, char marker) {
+  std::unique_ptr<CEudoraMessage> message;
+  if (mode == Mode::kEudora) {
+    message = std::make_unique<CEudoraMessage>();
+  } else {
+    message = std::make_unique<CStdMessage>();
+  }
+  message->SetFieldMarker(marker);
+  message->SetSeparatorDate(mode == Mode::kEudora);
+  message->SetSeparatorLine(std::string(found.separator_line));
+  message->SetMailBox("mailbox");
+  message->SetRawText(std::string(found.raw_text));
+  if (full_header && message->Body()) message->SetFullHeader(true);
+  const std::string document = message->DocumentText();
+  FUZZ_CHECK(!message->Body() || document.ends_with(" ]"));
+  for (const std::string& name : message->AttachmentNames()) FUZZ_CHECK(!name.empty());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  ks::fuzz::FuzzInput in(data, size);
+  const uint8_t options = in.Byte();
+  const Mode mode = (options & 1) != 0 ? Mode::kEudora : Mode::kStandard;
+  const bool full_header = (options & 2) != 0;
+  const char marker = (options & 4) != 0 ? '[' : static_cast<char>(in.Byte());
+  const std::string_view input = in.Rest();
+
+  const std::string text = MailboxReader::WithCrLfLineEnds(input);
+  CheckCrLf(input, text);
+  const std::string_view separator = mode == Mode::kEudora ? "From ???@???" : "\r\nFrom ";
+
+  MailboxReader reader(std::string(input), mode);
+  FUZZ_CHECK(reader.Progress() == (text.empty() ? 1.0 : 0.0));
+  std::string tiled;  // the messages from their separators on, one after another
+  const char* previous_end = nullptr;
+  double progress = reader.Progress();
+  while (const std::optional<MailboxReader::Message> found = reader.Next()) {
+    const std::string_view line = found->separator_line;
+    const std::string_view raw = found->raw_text;
+    FUZZ_CHECK(line.starts_with("From "));
+    FUZZ_CHECK(line.find_first_of("\r\n") == std::string_view::npos);
+    FUZZ_CHECK(previous_end == nullptr || line.data() == previous_end);
+    // The raw text starts at the first blank after "From " on the line, or at
+    // the line's end.
+    const size_t blank = line.find(' ', 5);
+    FUZZ_CHECK(raw.data() == line.data() + (blank == std::string_view::npos ? line.size() : blank));
+    FUZZ_CHECK(raw.find(separator) == std::string_view::npos);
+    previous_end = raw.data() + raw.size();
+    tiled.append(line.data(), previous_end);
+    FUZZ_CHECK(tiled.size() <= text.size());
+    FUZZ_CHECK(reader.Progress() >= progress && reader.Progress() <= 1.0);
+    progress = reader.Progress();
+    Compose(*found, mode, full_header, marker);
+  }
+  FUZZ_CHECK(!reader.Next());
+  FUZZ_CHECK(reader.Progress() == 1.0);
+  FUZZ_CHECK(std::string_view(text).ends_with(tiled));
+  const std::string_view before = std::string_view(text).substr(0, text.size() - tiled.size());
+  FUZZ_CHECK(before.find(separator) == std::string_view::npos && !before.starts_with("From "));
+  return 0;
+}
