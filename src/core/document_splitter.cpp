@@ -95,11 +95,29 @@ bool DocumentSplitter::ScanLines(bool end_of_source, const PieceSink& sink) {
     const bool whole_line = content_end < size || end_of_source;
     scan_pos_ = line_end;
 
+    // Ends a document at each occurrence of the string in [begin, end) of the
+    // line, where `end` is the line's content end or a form feed in it.
+    const auto cut_at_strings = [&](size_t end) {
+      for (size_t at; (at = std::string_view(data + begin, end - begin).find(end_string)) !=
+                      std::string_view::npos;) {
+        at += begin;
+        if (at > begin && !IsBlank(begin, at)) doc_has_text_ = true;
+        size_t next = at + end_string.size();
+        if (next == content_end && whole_line) next = line_end;
+        if (!EndDocument(at, next, sink)) return false;
+        begin = next;
+        if (begin >= end) break;
+      }
+      return true;
+    };
+
     bool line_dropped = false;
     if (page_break) {
       for (const char* ff; (ff = static_cast<const char*>(std::memchr(
                                 data + begin, '\f', content_end - begin))) != nullptr;) {
         const size_t at = ff - data;
+        // The text before the form feed is cut by the string first.
+        if (by_string && !cut_at_strings(at)) return false;
         if (at > begin && !IsBlank(begin, at)) doc_has_text_ = true;
         if (at == begin && at + 1 == content_end && whole_line) {
           if (!EndDocument(begin, line_end, sink)) return false;
@@ -112,16 +130,7 @@ bool DocumentSplitter::ScanLines(bool end_of_source, const PieceSink& sink) {
       if (line_dropped) continue;
     }
     if (by_string) {
-      for (size_t at; (at = std::string_view(data + begin, content_end - begin).find(end_string)) !=
-                      std::string_view::npos;) {
-        at += begin;
-        if (at > begin && !IsBlank(begin, at)) doc_has_text_ = true;
-        size_t next = at + end_string.size();
-        if (next == content_end && whole_line) next = line_end;
-        if (!EndDocument(at, next, sink)) return false;
-        begin = next;
-        if (begin >= content_end) break;
-      }
+      if (!cut_at_strings(content_end)) return false;
       if (begin >= line_end) continue;
     }
     const bool blank = IsBlank(std::min(begin, content_end), content_end);

@@ -77,6 +77,16 @@ TEST(DocumentSplitter, EachDelimiterCutsWhereItShould) {
   EXPECT_EQ(split(Delimiter(D::kEveryNLines, 1), "a\r\nb\r\nc", 2), (Docs{"a\r\n", "b\r\n", "c"}));
 }
 
+TEST(DocumentSplitter, AStringBeforeAPageBreakInItsLineEndsADocument) {
+  // Found by fuzz_document_splitter: the string used to be looked for only
+  // after the line's last form feed.
+  using D = DocumentDelimiter;
+  EXPECT_EQ(
+      SplitSource(Delimiter(D::kPageBreak | D::kString, 0, "END"), "aENDb\fcENDd\fe\r\nf", 4096)
+          .documents,
+      (Docs{"a", "b", "c", "d", "e\r\nf"}));
+}
+
 TEST(DocumentSplitter, PiecesOfALongDocumentEndAtLineEnds) {
   std::string source;
   for (int i = 0; i < 200; ++i) source += "line " + std::to_string(i) + "\r\n";
