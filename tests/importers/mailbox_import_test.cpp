@@ -45,6 +45,9 @@ TEST(MailboxReader, LineEndsBecomeCrLfAndLeadingJunkIsSkipped) {
   // A separator line with only an address keeps the next line whole.
   EXPECT_EQ(RawTexts("From 123@xxx\r\nSubject: s\r\n\r\nb", MailboxReader::Mode::kStandard),
             (Docs{"\r\nSubject: s\r\n\r\nb"}));
+  // Also when no blank follows anywhere after it (found by fuzz_mailbox_reader).
+  EXPECT_EQ(RawTexts("From 123@xxx\nSubject:s", MailboxReader::Mode::kStandard),
+            (Docs{"\r\nSubject:s"}));
   EXPECT_TRUE(RawTexts("no separator at all", MailboxReader::Mode::kStandard).empty());
   EXPECT_TRUE(RawTexts("", MailboxReader::Mode::kEudora).empty());
 }

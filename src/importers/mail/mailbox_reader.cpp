@@ -70,8 +70,7 @@ std::optional<MailboxReader::Message> MailboxReader::Next() {
   // line end, so the first header line stays whole.
   size_t start = *separator + kFrom.size();
   const size_t line_end = std::min(text.find("\r\n", *separator), text.size());
-  const size_t blank = text.find(' ', start);
-  if (blank != std::string_view::npos) start = std::min(blank, line_end);
+  start = std::min(text.find(' ', start), line_end);
   const std::optional<size_t> next = LocateSeparator(start);
   const size_t end = next ? *next : text.size();
   position_ = end;
