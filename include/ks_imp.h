@@ -141,28 +141,29 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
 /* Queues one source (or several names separated by "|"; blanks after a bar
  * are dropped) for the import handle.  Returns 1 when queued, else 0 with:
  *   95    `file_name` is NULL or empty;
- *   11005 the handle is unknown, or the file type is 1062 (IMAP servers are
- *         not supported yet).
+ *   11005 the handle is unknown, or the file type is KSIMP_TYPE_IMAP_SERVER
+ *         (IMAP servers are not supported yet).
  * The handle's total bytes grow by the source's size: the file length of
  * each name (a file that cannot be examined counts 0 and its cause is added
  * to the log; it is queued anyway, and the import reports it), or 2000 for
- * an Outlook folder (1008).  NULL strings are kept as empty strings.
+ * an Outlook folder (KSIMP_TYPE_OUTLOOK_FOLDER).  NULL strings are kept as
+ * empty strings.
  *
  * Arguments, in order:
  *  1 handle                import handle
  *  2 file_name             source path(s), "|"-separated
- *  3 file_type             selects the importer
- *  4 import_location       where new documents go: 1 end of file, 2 after
- *                          the current document, 3 after the named document
- *                          (argument 8), 4 end of the current document, 6 top
- *                          of file; the dialogs pass 1
+ *  3 file_type             selects the importer: a KSIMP_TYPE_ value
+ *  4 import_location       where new documents go: a KSIMP_LOC_ value
+ *                          (KSIMP_LOC_AFTER_NAMED goes after the document
+ *                          named by argument 8); the dialogs pass
+ *                          KSIMP_LOC_END
  *  5 use_entry_form        non-zero: documents are made from the entry form
  *                          named by argument 6
  *  6 entry_form_name       kept only when argument 5 is non-zero
  *  7 use_named_document    non-zero: argument 8 is kept
  *  8 named_document        the document that location 3 places after
- *  9 delimiter_flags       document delimiter bits: 2 page break, 1 blank line,
- *                          4 every N lines, 8 string; 0 none (whole source)
+ *  9 delimiter_flags       document delimiter: KSIMP_DELIM_ bits, or
+ *                          KSIMP_DELIM_NONE (the whole source is one document)
  * 10 delimiter_lines       the N of "every N lines"
  * 11 delimiter_string      the string of delimiter bit 8
  * 12 file_origin_ansi      non-zero: source is ANSI (Windows); 0: OEM (DOS)

@@ -176,14 +176,14 @@ std::string ColumnHeaderFlags::ColumnHeaderFromFirstRow(const std::string& file,
                                          origin_ansi ? 1 : 0, text.data(),
                                          static_cast<int32_t>(text.size()), &message)) {
     // 11001 is also the answer to a buffer too small: try a larger one.
-    if (message != 11001 || text.size() >= (1u << 28)) {
-      std::string text = MessageText(message);
-      if (const size_t name = text.find("%s"); name != std::string::npos) {
-        text.replace(name, 2, file);
+    if (message != KSIMP_ERR_INTERNAL || text.size() >= (1u << 28)) {
+      std::string reason = MessageText(message);
+      if (const size_t name = reason.find("%s"); name != std::string::npos) {
+        reason.replace(name, 2, file);
       }
       throw HostError(
           fmt::format("cannot take the column names from the first row of {}: message {}: {}", file,
-                      message, text));
+                      message, reason));
     }
     text.resize(text.size() * 4);
   }

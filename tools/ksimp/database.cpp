@@ -107,7 +107,8 @@ std::vector<Database::Field> Database::Fields(uint64_t id) const {
   const uint32_t count = EngGetFieldCount(handle_, id);
   for (uint32_t i = 0; i < count; ++i) {
     std::vector<char> name(1024), value(1 << 16);
-    while (!EngGetField(handle_, id, i, name.data(), name.size(), value.data(), value.size())) {
+    while (!EngGetField(handle_, id, i, name.data(), static_cast<uint32_t>(name.size()),
+                        value.data(), static_cast<uint32_t>(value.size()))) {
       if (EngLastError(0) != KSENG_ERR_BUFFER || value.size() > (1u << 30)) break;
       value.resize(value.size() * 4);
     }

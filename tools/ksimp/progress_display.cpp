@@ -13,7 +13,7 @@ constexpr auto kPlainLineInterval = std::chrono::seconds(2);
 constexpr int kBarWidth = 30;
 
 std::string Megabytes(uint64_t bytes) {
-  return fmt::format("{:.1f} MB", bytes / 1e6);
+  return fmt::format("{:.1f} MB", static_cast<double>(bytes) / 1e6);
 }
 
 }  // namespace
