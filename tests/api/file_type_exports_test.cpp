@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "core/option_mask.h"
 #include "ks_imp.h"
 #include "registry/default_filters.h"
 
@@ -29,27 +30,30 @@ TEST(FileTypeExports, ListTheDefaultTypesInOrderWithoutAFoxProDriver) {
 }
 
 TEST(FileTypeExports, TextsFollowTheStrictBufferRule) {
-  const char* expected = "Text (*.txt)";
+  const std::string expected = ks::core::DefaultImportFilters({})[0].name;
   char name[64];
   std::memset(name, 'x', sizeof name);
-  const int32_t exact = static_cast<int32_t>(std::strlen(expected)) + 1;
+  const int32_t exact = static_cast<int32_t>(expected.size()) + 1;
   EXPECT_EQ(KSIMP_GetFileTypeInfo(0, nullptr, nullptr, name, exact, nullptr, 0, nullptr, 0), 0u);
   EXPECT_EQ(name[0], 'x') << "a refused buffer is left untouched";
   EXPECT_EQ(KSIMP_GetFileTypeInfo(0, nullptr, nullptr, name, exact + 1, nullptr, 0, nullptr, 0),
             1u);
-  EXPECT_STREQ(name, expected);
+  EXPECT_EQ(name, expected);
 }
 
+// The masks, labels and captions themselves are checked where they are
+// defined; here, that the exports hand them out.
 TEST(FileTypeExports, OptionMasksLabelsAndCaptions) {
-  EXPECT_EQ(KSIMP_GetFileTypeOptionMask(1000), 1151u);
-  EXPECT_EQ(KSIMP_GetFileTypeOptionMask(1061), 1130u);
+  for (const auto& filter : ks::core::DefaultImportFilters({})) {
+    EXPECT_EQ(KSIMP_GetFileTypeOptionMask(filter.file_type), filter.option_mask) << filter.name;
+  }
   EXPECT_EQ(KSIMP_GetFileTypeOptionMask(9999), 0xFFFu)
       << "types outside the list keep every option";
   char text[128];
-  ASSERT_EQ(KSIMP_GetOptionLabel(KSIMP_OPT_SAVE_ATTACHMENTS, text, sizeof text), 1u);
-  EXPECT_STREQ(text, "Save Attachments");
-  ASSERT_EQ(KSIMP_GetOptionLabel(KSIMP_OPT_ENTRY_FORM, text, sizeof text), 1u);
-  EXPECT_STREQ(text, "Import into Entry Form");
+  for (const auto option : ks::core::kOptionsInMaskOrder) {
+    ASSERT_EQ(KSIMP_GetOptionLabel(static_cast<uint32_t>(option), text, sizeof text), 1u);
+    EXPECT_EQ(text, ks::core::OptionRowLabel(option));
+  }
   EXPECT_EQ(KSIMP_GetOptionLabel(3, text, sizeof text), 0u);
   ASSERT_EQ(KSIMP_GetMessageCaption(14045, text, sizeof text), 1u);
   EXPECT_STREQ(text, "Cannot Set Save Attachments");

@@ -1,12 +1,15 @@
 // Golden texts: every message exactly as hosts have always seen it, slips
 // included (misspellings, double or trailing blanks, a missing full stop,
 // raw placeholders), read through KSIMP_ImportErrorToString, and the
-// buffer-size rule of that call.
+// buffer-size rule of that call; the texts of failed file operations, which
+// are messages of this table with the file name put in.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 
+#include "core/file_error_text.h"
 #include "ks_imp.h"
 
 namespace {
@@ -109,6 +112,37 @@ TEST(ImportErrorToString, BufferMustBeAtLeastTwoBytesLongerThanTheTextAndIsNever
   EXPECT_EQ(KSIMP_ImportErrorToString(90, kept, 0), 0u);
   EXPECT_EQ(KSIMP_ImportErrorToString(90, kept, -5), 0u);
   EXPECT_STREQ(kept, "keep");
+}
+
+TEST(FileErrorText, EachCauseGivesItsMessageWithTheFileNameWhereItBelongs) {
+  const uint32_t message_of_cause[] = {11000, 11004, 11006, 11007, 11008, 11009, 11010, 11011,
+                                       11012, 11013, 11014, 11015, 11016, 11017, 11019};
+  for (int cause = -1; cause <= 15; ++cause) {
+    std::string expected;
+    if (cause >= 0 && cause <= 14) {
+      expected = TextOf(message_of_cause[cause]);
+      if (const size_t at = expected.find("%s"); at != std::string::npos) {
+        expected.replace(at, 2, "a.txt");
+      }
+    }
+    EXPECT_EQ(FileErrorText(cause, "a.txt"), expected) << "cause " << cause;
+  }
+  EXPECT_EQ(FileErrorText(FileErrorCause::kFileNotFound, "100%s.txt"),
+            "The file 100%s.txt, could not be located.")
+      << "a name holding a percent sign goes in literally";
+}
+
+TEST(FileErrorCauseFromErrno, CommonFailuresMapToTheirCause) {
+  EXPECT_EQ(FileErrorCauseFromErrno(0), FileErrorCause::kNone);
+  EXPECT_EQ(FileErrorCauseFromErrno(ENOENT), FileErrorCause::kFileNotFound);
+  EXPECT_EQ(FileErrorCauseFromErrno(ENOTDIR), FileErrorCause::kBadPath);
+  EXPECT_EQ(FileErrorCauseFromErrno(EMFILE), FileErrorCause::kTooManyOpenFiles);
+  EXPECT_EQ(FileErrorCauseFromErrno(EACCES), FileErrorCause::kAccessDenied);
+  EXPECT_EQ(FileErrorCauseFromErrno(EPERM), FileErrorCause::kAccessDenied);
+  EXPECT_EQ(FileErrorCauseFromErrno(EISDIR), FileErrorCause::kInvalidFile);
+  EXPECT_EQ(FileErrorCauseFromErrno(ENOSPC), FileErrorCause::kDiskFull);
+  EXPECT_EQ(FileErrorCauseFromErrno(EIO), FileErrorCause::kHardwareError);
+  EXPECT_EQ(FileErrorCauseFromErrno(EPROTO), FileErrorCause::kGeneric);
 }
 
 }  // namespace

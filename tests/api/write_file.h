@@ -3,7 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 #include "temp_dir.h"
@@ -19,7 +19,10 @@ inline std::string WriteFile(const TempDir& dir, const std::string& name,
   return WriteFile(dir.path() / name, content);
 }
 
+// A folder or a missing file reads as empty.
 inline std::string ReadFile(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
 }

@@ -1,5 +1,6 @@
-// Import options: carried in and out of the queue record, and narrowed to
-// what a source's file type offers.
+// Import options: carried in from the queue record, narrowed to what a
+// source's file type offers, the two that exclude each other, and the option
+// mask's rows and labels.
 #include "core/import_options.h"
 
 #include <gtest/gtest.h>
@@ -74,29 +75,6 @@ TEST(ImportOptionsFromSetData, TakesEachArgumentAsItsOptionAndDefaultsFromADefau
   EXPECT_EQ(ImportOptions::FromSetData(SETDATA{}), ImportOptions{});
 }
 
-TEST(ImportOptionsWriteTo, RoundTripsEveryOptionAndLeavesOtherFieldsAlone) {
-  SETDATA written;
-  written.import_handle = 5;
-  written.file_name = "other.txt";
-  written.file_type = 19;
-  written.imap_server = "kept";
-  kEverySet.WriteTo(written);
-  EXPECT_EQ(ImportOptions::FromSetData(written), kEverySet);
-  EXPECT_EQ(written.import_handle, 5u);
-  EXPECT_EQ(written.file_name, "other.txt");
-  EXPECT_EQ(written.file_type, 19);
-  EXPECT_EQ(written.imap_server, "kept");
-  EXPECT_EQ(written.sort_order, 1);
-  EXPECT_EQ(written.file_origin_ansi, 0);
-}
-
-TEST(ImportOptionsForcedToMask, FullMaskKeepsEveryValueAndEmptyMaskGivesEveryDefault) {
-  EXPECT_EQ(kEverySet.ForcedToMask(kEverything), kEverySet);
-  ImportOptions defaults;
-  defaults.delete_after_import = true;  // a property of the file, not an option
-  EXPECT_EQ(kEverySet.ForcedToMask(0), defaults);
-}
-
 TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnFieldsToTheirDefaults) {
   using enum ImportOption;
   using O = ImportOptions;
@@ -118,6 +96,11 @@ TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnFieldsToTheirDefault
       {kUseFilter, reset(&O::filter_name)},
   };
   ASSERT_EQ(std::size(own_fields), std::size(kOptionsInMaskOrder));
+  // A type outside the list keeps every option (add_file_to_import_test.cpp);
+  // one that offers none gives every default.
+  ImportOptions defaults;
+  defaults.delete_after_import = true;  // a property of the file, not an option
+  EXPECT_EQ(kEverySet.ForcedToMask(0), defaults);
   for (const auto& [option, reset_own_fields] : own_fields) {
     ImportOptions expected = kEverySet;
     reset_own_fields(expected);
@@ -133,6 +116,66 @@ TEST(ImportOptionsForcedToMask, TypeWithoutLocationImportsAtTheEndWhateverTheCod
     o.import_location = code;
     EXPECT_EQ(o.ForcedToMask(no_location).import_location, 1) << "code " << code;
   }
+}
+
+// ---- A document delimiter and saving attachments exclude each other: trying
+// to set one while the other is set is refused with its message, and nothing
+// changes.
+
+ImportOptions WithBlankLineDelimiter() {
+  ImportOptions o;
+  o.delimiter_flags = delimiter_bit::kBlankLine;
+  return o;
+}
+
+ImportOptions SavingAttachments() {
+  ImportOptions o;
+  o.save_attachments = true;
+  return o;
+}
+
+TEST(OptionExclusion, EachIsRefusedWithItsMessageWhileTheOtherIsSetAndNothingChanges) {
+  ImportOptions delimited = WithBlankLineDelimiter();
+  EXPECT_EQ(delimited.TrySetSaveAttachments(true), 14045u);
+  EXPECT_EQ(delimited, WithBlankLineDelimiter());
+  for (const int32_t flags : {1, 2, 4, 8, 3}) {
+    ImportOptions o = SavingAttachments();
+    EXPECT_EQ(o.TrySetDocumentDelimiter(flags, 10, "--"), 14053u) << "flags " << flags;
+    EXPECT_EQ(o, SavingAttachments()) << "flags " << flags;
+  }
+}
+
+TEST(OptionExclusion, EitherIsAcceptedWhenTheOtherIsOffAndTurningEitherOffAlwaysIs) {
+  ImportOptions o;
+  EXPECT_EQ(o.TrySetSaveAttachments(true), option_change::kAccepted);
+  EXPECT_TRUE(o.save_attachments);
+  ImportOptions d;
+  EXPECT_EQ(d.TrySetDocumentDelimiter(4, 30, ""), option_change::kAccepted);
+  EXPECT_EQ(d.delimiter_flags, 4);
+  EXPECT_EQ(d.delimiter_lines, 30);
+
+  ImportOptions saving = SavingAttachments();
+  EXPECT_EQ(saving.TrySetDocumentDelimiter(0, 0, ""), option_change::kAccepted);
+  EXPECT_EQ(saving.TrySetSaveAttachments(false), option_change::kAccepted);
+  EXPECT_FALSE(saving.save_attachments);
+  ImportOptions delimited = WithBlankLineDelimiter();
+  EXPECT_EQ(delimited.TrySetSaveAttachments(false), option_change::kAccepted);
+  EXPECT_EQ(delimited.TrySetDocumentDelimiter(0, 0, ""), option_change::kAccepted);
+  EXPECT_FALSE(delimited.HasDocumentDelimiter());
+  EXPECT_EQ(delimited.TrySetSaveAttachments(true), option_change::kAccepted);
+}
+
+// ---- The option mask: which bit offers which row, and the rows' labels.
+
+TEST(OptionMask, EveryKnownBitOffersItsRowWithItsLabelInBitOrderAndOtherBitsNothing) {
+  EXPECT_EQ(OfferedOptionLabels(4095),
+            (std::vector<std::string_view>{
+                "File Origin", "Import Location", "Document Delimiter", "Import into Entry Form",
+                "Auto Field Recognition", "Date Range", "Sort Order", "Use Stored Settings",
+                "Message Date Range", "Full Header", "Save Attachments", "Use Filter"}));
+  EXPECT_TRUE(OfferedOptions(0).empty());
+  EXPECT_TRUE(OfferedOptions(0xFFFFF000u).empty());
+  EXPECT_EQ(OfferedOptions(4096 | 2), std::vector<ImportOption>{ImportOption::kImportLocation});
 }
 
 }  // namespace

@@ -131,9 +131,9 @@ TEST_F(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
   ASSERT_TRUE(WIFEXITED(status));
   ASSERT_EQ(access((path + "-journal").c_str(), F_OK), 0) << "expected an interrupted write";
 
-  std::string before = ReadFileBytes(path);
+  std::string before = ReadFile(path);
   EXPECT_FAILS(OpenForReading(path), 0u, KSENG_ERR_BUSY);
-  EXPECT_EQ(ReadFileBytes(path), before);
+  EXPECT_EQ(ReadFile(path), before);
 
   uint32_t writer = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ);
   ASSERT_NE(writer, 0u) << LastError();

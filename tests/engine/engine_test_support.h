@@ -7,37 +7,23 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <set>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "api/write_file.h"
 #include "engine/api_guard.h"
 #include "engine/handle_table.h"
 #include "engine/sqlite_database.h"
 #include "ks_eng5.h"
-#include "temp_dir.h"
 
 namespace ks::engine::test {
 
 // The last error as "code: text", for assertion messages.
 inline std::string LastError() {
   return std::to_string(LastErrorCode()) + ": " + LastErrorText();
-}
-
-inline std::string ReadFileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
-
-inline void WriteFileBytes(const std::string& path, std::string_view bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 inline std::set<std::string> ListFolder(const std::string& folder) {

@@ -36,13 +36,13 @@ class OpenTest : public EngineTest {
   // they were and create no file.
   void ExpectRefused(const std::string& path, uint32_t error) {
     bool existed = access(path.c_str(), F_OK) == 0;
-    std::string before = existed ? ReadFileBytes(path) : "";
+    std::string before = existed ? ReadFile(path) : "";
     Files files = ListFolder(Folder());
     for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
       SCOPED_TRACE(access_mode);
       EXPECT_FAILS(EngOpenDatabase(path.c_str(), access_mode, KSENG_SHARE_READ), 0u, error);
       if (existed) {
-        EXPECT_EQ(ReadFileBytes(path), before);
+        EXPECT_EQ(ReadFile(path), before);
       }
       EXPECT_EQ(ListFolder(Folder()), files);
     }
@@ -84,9 +84,9 @@ TEST_F(OpenTest, CreateRefusesAMissingFolderAndAnExistingFileUnlessToldToReplace
   EXPECT_TRUE(ListFolder(Folder()).empty());
 
   std::string path = Path();
-  WriteFileBytes(path, "keep me");
+  WriteFile(path, "keep me");
   EXPECT_FAILS(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0, KSENG_ERR_EXISTS);
-  EXPECT_EQ(ReadFileBytes(path), "keep me");
+  EXPECT_EQ(ReadFile(path), "keep me");
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 1), 1) << LastError();
   uint32_t db = OpenForReading(path);
   EXPECT_NE(db, 0u) << LastError();
@@ -97,8 +97,8 @@ TEST_F(OpenTest, CreateRefusesAMissingFolderAndAnExistingFileUnlessToldToReplace
 TEST_F(OpenTest, WhatIsNotOneOfOurDatabasesIsRefusedWithItsOwnErrorAndLeftAlone) {
   ExpectRefused(Path("absent.kst"), KSENG_ERR_NOT_FOUND);  // and it is not created
   ASSERT_EQ(mkdir(Path("folder.kst").c_str(), 0755), 0);
-  WriteFileBytes(Path("notes.kst"), std::string(4096, 'x'));
-  WriteFileBytes(Path("empty.kst"), "");
+  WriteFile(Path("notes.kst"), std::string(4096, 'x'));
+  WriteFile(Path("empty.kst"), "");
   sqlite3* raw = nullptr;
   ASSERT_EQ(sqlite3_open(Path("other.db").c_str(), &raw), SQLITE_OK);
   ASSERT_EQ(
@@ -106,9 +106,9 @@ TEST_F(OpenTest, WhatIsNotOneOfOurDatabasesIsRefusedWithItsOwnErrorAndLeftAlone)
       SQLITE_OK);
   sqlite3_close(raw);
   MakePopulatedDatabase(Path("newer.kst"));
-  std::string bytes = ReadFileBytes(Path("newer.kst"));
+  std::string bytes = ReadFile(Path("newer.kst"));
   bytes[63] = 2;  // user_version, big-endian at offset 60
-  WriteFileBytes(Path("newer.kst"), bytes);
+  WriteFile(Path("newer.kst"), bytes);
   const std::pair<const char*, uint32_t> cases[] = {{"folder.kst", KSENG_ERR_NOT_DATABASE},
                                                     {"notes.kst", KSENG_ERR_NOT_DATABASE},
                                                     {"empty.kst", KSENG_ERR_NOT_DATABASE},
@@ -123,7 +123,7 @@ TEST_F(OpenTest, WhatIsNotOneOfOurDatabasesIsRefusedWithItsOwnErrorAndLeftAlone)
 TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReadingAndAnUnreadableOneNotAtAll) {
   std::string path = Path();
   MakePopulatedDatabase(path);
-  std::string before = ReadFileBytes(path);
+  std::string before = ReadFile(path);
   // A write-protected file opens only for reading.
   ASSERT_EQ(chmod(path.c_str(), 0444), 0);
   EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
@@ -134,7 +134,7 @@ TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReadingAndAnUnreadableOneNotAtAll
     EngCloseDatabase(db);
     return ok;
   }));
-  EXPECT_EQ(ReadFileBytes(path), before);
+  EXPECT_EQ(ReadFile(path), before);
   // Nor is an unreadable one opened any way.
   ASSERT_EQ(chmod(path.c_str(), 0), 0);
   EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
@@ -145,14 +145,14 @@ TEST_F(OpenTest, WriteProtectedFileOpensOnlyForReadingAndAnUnreadableOneNotAtAll
     return true;
   }));
   ASSERT_EQ(chmod(path.c_str(), 0600), 0);
-  EXPECT_EQ(ReadFileBytes(path), before);
+  EXPECT_EQ(ReadFile(path), before);
   EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
 }
 
 TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   std::string path = Path();
   MakePopulatedDatabase(path);
-  std::string before = ReadFileBytes(path);
+  std::string before = ReadFile(path);
   struct stat info_before {};
   ASSERT_EQ(stat(path.c_str(), &info_before), 0);
 
@@ -177,7 +177,7 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
   EXPECT_EQ(EngCloseDatabase(db), 1);
 
-  EXPECT_EQ(ReadFileBytes(path), before);
+  EXPECT_EQ(ReadFile(path), before);
   struct stat info_after {};
   ASSERT_EQ(stat(path.c_str(), &info_after), 0);
   EXPECT_EQ(info_after.st_mtim.tv_sec, info_before.st_mtim.tv_sec);

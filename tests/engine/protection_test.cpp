@@ -14,7 +14,7 @@ class ProtectionTest : public EngineTest {
 };
 
 TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing) {
-  std::string before = ReadFileBytes(Path());
+  std::string before = ReadFile(Path());
   for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
     EXPECT_FAILS(EngOpenDatabase(Path().c_str(), access_mode, KSENG_SHARE_READ), 0u,
                  KSENG_ERR_PASSWORD_REQUIRED);
@@ -28,7 +28,7 @@ TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing)
     EXPECT_FAILS(EngOpenDatabaseEx(Path().c_str(), access_mode, KSENG_SHARE_READ, password, group),
                  0u, KSENG_ERR_PASSWORD_WRONG);
   }
-  EXPECT_EQ(ReadFileBytes(Path()), before);
+  EXPECT_EQ(ReadFile(Path()), before);
 }
 
 TEST_F(ProtectionTest, RightCredentialsOpenBothWays) {
@@ -44,11 +44,11 @@ TEST_F(ProtectionTest, RightCredentialsOpenBothWays) {
 }
 
 TEST_F(ProtectionTest, FileHoldsNeitherThePasswordNorAnUnsaltedHash) {
-  std::string bytes = ReadFileBytes(Path());
+  std::string bytes = ReadFile(Path());
   EXPECT_EQ(bytes.find(kPassword), std::string::npos);
   // Two files with the same password keep different hashes: each is salted.
   ASSERT_EQ(EngCreateDatabase(Path("second.kst").c_str(), "Staff", kPassword, 0), 1);
-  std::string other = ReadFileBytes(Path("second.kst"));
+  std::string other = ReadFile(Path("second.kst"));
   size_t at = bytes.find("$argon2");
   ASSERT_NE(at, std::string::npos);
   std::string hash = bytes.substr(at, bytes.find('\0', at) - at);

@@ -105,7 +105,7 @@ TEST_F(SearchTest, UnindexedDocumentsAreFoundOnAReadOnlyHandle) {
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFEXITED(status));
 
-  std::string before = ReadFileBytes(Path());
+  std::string before = ReadFile(Path());
   uint32_t reader = OpenForReading(Path());
   ASSERT_NE(reader, 0u) << LastError();
   EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), 20u);
@@ -114,7 +114,7 @@ TEST_F(SearchTest, UnindexedDocumentsAreFoundOnAReadOnlyHandle) {
   EXPECT_EQ(Search(reader, "word7 OR word8"), (Ids{WalkIds(reader)[7], WalkIds(reader)[8]}));
   EXPECT_FAILS(EngSearch(reader, "AND (", nullptr, 0), -1, KSENG_ERR_QUERY);
   EngCloseDatabase(reader);
-  EXPECT_EQ(ReadFileBytes(Path()), before);
+  EXPECT_EQ(ReadFile(Path()), before);
   EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
 
   // The writable open catches the index up; the reader then needs no scratch.

@@ -1,12 +1,15 @@
 // The field splitter: the usual quoting rules, every consequence that old
 // files depend on (leading and trailing delimiters, unclosed and doubled
-// qualifiers, the delimiter list as a set), and how settings are loaded.
+// qualifiers, the delimiter list as a set), and how settings are loaded; and
+// cutting fixed-width lines (loading their widths shows in fixed_import_test).
 #include "importers/text/delimited_fields.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "importers/text/fixed_width_fields.h"
 
 namespace {
 
@@ -170,6 +173,33 @@ TEST(DelimitedFieldsSettings, AFixedWidthStringLeavesNoDelimiterAndNoQualifier) 
   EXPECT_EQ(fields.Qualifier(), '\0');
   fields.Split("\"a,b");
   EXPECT_EQ(fields.Values(), (Values{"\"a,b"}));
+}
+
+// ---- Fixed width ----
+
+TEST(FixedWidthCut, LinesAreCutAtTheWidthsInOrder) {
+  const struct {
+    const char* name;
+    std::string_view line;
+    std::vector<int32_t> widths;
+    Values expected;
+  } cases[] = {
+      {"text after the last column is one more value",
+       "abcdefghij",
+       {3, 4},
+       {"abc", "defg", "hij"}},
+      {"a line that fits exactly has no extra value", "abcdefg", {3, 4}, {"abc", "defg"}},
+      {"a short line gives short and empty values", "abc", {5, 5}, {"abc", ""}},
+      {"an empty line", "", {2, 1}, {"", ""}},
+      {"filler blanks are kept", "Smith     WA", {10, 2}, {"Smith     ", "WA"}},
+      {"zero and negative widths take nothing", "abcd", {0, 2, -3, 1}, {"", "ab", "", "c", "d"}},
+      {"without widths the values stay as they were", "abcd", {}, {"previous"}},
+  };
+  for (const auto& c : cases) {
+    Values values{"previous"};
+    ks::text::CutFixedWidthLine(c.line, c.widths, &values);
+    EXPECT_EQ(values, c.expected) << c.name;
+  }
 }
 
 }  // namespace

@@ -5,26 +5,18 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "api/write_file.h"
 #include "importers/text/field_header.h"
-#include "temp_dir.h"
 
 namespace {
 
 class KsiFile : public testing::Test {
  protected:
-  void Write(const std::string& text) const { std::ofstream(path_, std::ios::binary) << text; }
-
-  std::string Text() const {
-    std::ifstream in(path_, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
+  void Write(const std::string& text) const { WriteFile(path_, text); }
+  std::string Text() const { return ReadFile(path_); }
 
   TempDir dir_;
   const std::string path_ = dir_.file("a.ksi");

