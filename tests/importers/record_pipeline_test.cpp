@@ -2,8 +2,9 @@
 // reader alone gives them, across many batches; the end, a failure and an
 // exception reach the importing thread after the records before them; and
 // an importer that stops early never waits for the rest of the file.  That
-// each record's prepared values arrive with it shows in the delimited
-// import's long runs.
+// each record's prepared values arrive with it, and the blank line or the
+// overlong record that ends the file with where it starts, show in the
+// delimited import's tests.
 #include "importers/text/record_pipeline.h"
 
 #include <gtest/gtest.h>
@@ -82,22 +83,6 @@ TEST(RecordPipeline, GivesTheReadersRecordsAndPositionsInOrder) {
     }
     EXPECT_EQ(pipeline.End(), Outcome::kEndOfInput);
     EXPECT_EQ(pipeline.Next(), nullptr) << "the end stays the end";
-  }
-}
-
-TEST(RecordPipeline, EndsAtABlankLineOrAnOverlongRecordAndSaysWhere) {
-  {
-    StringSource source("a\r\nb\r\n\r\nc\r\n");
-    RecordPipeline pipeline(source, '"', nullptr);
-    EXPECT_EQ(Piped(pipeline).texts, (std::vector<std::string>{"a", "b"}));
-    EXPECT_EQ(pipeline.End(), Outcome::kEmptyRecord);
-  }
-  {
-    StringSource source("a\r\n\"open quote runs on\r\nand on\r\n");
-    RecordPipeline pipeline(source, '"', nullptr, 16);
-    EXPECT_EQ(Piped(pipeline).texts, (std::vector<std::string>{"a"}));
-    EXPECT_EQ(pipeline.End(), Outcome::kRecordTooLong);
-    EXPECT_EQ(pipeline.EndRecordOffset(), 3u);
   }
 }
 

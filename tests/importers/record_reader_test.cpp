@@ -1,17 +1,14 @@
 // The record reader: line ends of every kind, line ends inside quoted text,
 // the blank line that ends a file, NULs, block boundaries, the record-size
-// limit, and the real sources (file descriptor, stream).
+// limit and a failing source.  Source files read block by block are what
+// every delimited import reads.
 #include "importers/text/record_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
-
-#include "temp_dir.h"
 
 namespace ks::text {
 namespace {
@@ -177,20 +174,7 @@ TEST(RecordReaderLimit, AnUnclosedQuoteReadsNoMoreThanTheLimitAndABlock) {
   EXPECT_LE(source.served(), (1u << 20) + RecordReader::kBlockSize);
 }
 
-TEST(RecordReaderLimit, AFiftyMegabyteQuotedFieldIsReadWhole) {
-  std::string text = "a,\"";
-  text.append(50u << 20, 'x');
-  text[1000] = '\r';
-  text[1001] = '\n';
-  text += "\",b\r\nnext\r\n";
-  StringSource source(text);
-  RecordReader reader(source);
-  std::string record;
-  ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
-  EXPECT_EQ(record.size(), text.size() - 8);
-  ASSERT_EQ(reader.Read('"', &record), Outcome::kRecord);
-  EXPECT_EQ(record, "next");
-}
+// A fifty-megabyte quoted field read whole is the delimited import's test.
 
 // ---- Sources ----
 
@@ -216,27 +200,6 @@ TEST(RecordReaderSources, AReadFailureStopsTheFileAndIsReported) {
   EXPECT_EQ(record, "ab");
   EXPECT_EQ(reader.Read('"', &record), Outcome::kReadFailed) << "cd was cut short by the failure";
   EXPECT_EQ(reader.Read('"', &record), Outcome::kReadFailed);
-}
-
-TEST(RecordReaderSources, ASourceFileIsReadBlockByBlock) {
-  TempDir dir;
-  const std::string path = dir.file("rows.csv");
-  std::string text;
-  for (int i = 0; i < 20000; ++i) text += "row " + std::to_string(i) + ",\"x\r\ny\"\r\n";
-  std::ofstream(path, std::ios::binary) << text;
-  SourceFile file;
-  ASSERT_TRUE(file.Open(path));
-  SourceFileBytes source(file);
-  const ReadResult result = ReadAll(source, '"', RecordReader::kDefaultMaxRecordBytes);
-  ASSERT_EQ(result.records.size(), 20000u);
-  EXPECT_EQ(result.records[19999], "row 19999,\"x\r\ny\"");
-  EXPECT_EQ(result.last, Outcome::kEndOfInput);
-}
-
-TEST(RecordReaderSources, AStreamIsReadAsItsBytes) {
-  std::istringstream stream(std::string("a\r\nb\rc\n", 7), std::ios::binary);
-  StreamSource source(stream);
-  EXPECT_EQ(ReadAll(source, '"', 100).records, (Records{"a", "b", "c"}));
 }
 
 }  // namespace
