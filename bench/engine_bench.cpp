@@ -125,8 +125,8 @@ void Compare(const char* title, const std::string& folder, size_t count, size_t 
              megabytes, rounds);
   double total = engine.seconds + engine.end_seconds;
   auto line = [&](const char* what, double seconds, bool ratio) {
-    fmt::print("  {:<44} {:8.3f} s {:10.0f} docs/s {:7.1f} MB/s", what, seconds, count / seconds,
-               megabytes / seconds);
+    fmt::print("  {:<44} {:8.3f} s {:10.0f} docs/s {:7.1f} MB/s", what, seconds,
+               static_cast<double>(count) / seconds, megabytes / seconds);
     if (ratio) fmt::print("  ratio {:.2f}", seconds / plain);
     fmt::print("\n");
   };

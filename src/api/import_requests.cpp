@@ -16,6 +16,7 @@
 #include "api/file_names.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
+#include "api/temp_import_folder.h"
 #include "core/error_codes.h"
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
@@ -163,7 +164,7 @@ uint32_t CImportSession::Abort(uint32_t handle) {
     // stays open: their handles are dropped without closing anything.
     for (const tagIMPORTATTACH& attachment : waiting) {
       DiscardHandle(attachment.import_handle);
-      ::unlink(attachment.path.c_str());
+      DeleteTempImportFile(attachment.path);
     }
     found = 1;
   }

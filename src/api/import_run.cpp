@@ -101,8 +101,16 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       *result_code = static_cast<uint32_t>(importer.Run());
       if (carry != nullptr) *carry = importer.GetCarry();
       CommitAddedDocuments(handle, database, result_code);
-      if (*result_code == 1 && queued.delete_after_import == 1 && IsInTempImportFolder(file_name)) {
-        ::unlink(file_name.c_str());
+      // Only a source imported whole is deleted: one cut short (a blank line
+      // that ends a delimited file, an abort, a mailbox that gave nothing)
+      // still holds what the database lacks.
+      if (queued.delete_after_import == 1) {
+        if (*result_code == 1 && importer.ImportedWhole()) {
+          const std::string kept = DeleteTempImportFile(file_name);
+          if (!kept.empty()) context.Log(kept);
+        } else {
+          context.Log(fmt::format("{} was not imported whole and is kept.", file_name));
+        }
       }
       break;
     }

@@ -32,6 +32,7 @@ int CIMPImportBase::Run() {
   // A cancel before the file began keeps what the files before it stored.
   if (Aborted()) return 1;
   if (!BeginAdding()) return 0;
+  ran_ = true;
   int result = ImportSource();
   if (failed_) result = 0;
   if (result != 0 && !aborted_) SetProgress(source_.size());

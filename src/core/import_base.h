@@ -58,6 +58,11 @@ class CIMPImportBase {
   // failure with its error recorded.  Called once per importer.
   virtual int Run();
 
+  // Whether the last Run() imported every document of the source: it
+  // succeeded, was not aborted, and its format did not stop short of the
+  // source's end.
+  virtual bool ImportedWhole() const { return ran_ && !failed_ && !aborted_ && !stopped_short_; }
+
   // A signed value that travels from one file's importer to the next and
   // back to the host.
   void SetCarry(int64_t carry) { carry_ = carry; }
@@ -132,6 +137,11 @@ class CIMPImportBase {
   // Records and logs a failed read of the source; returns 0.
   int ReadFailed();
 
+  // Says that the import ends before the source does (a blank line that ends
+  // a delimited file, a record too long, a mailbox with no message) although
+  // it succeeded: the source is then never deleted after its import.
+  void StoppedShort() { stopped_short_ = true; }
+
   // ---- The block feeder ---------------------------------------------------
   // How the block loop turns the blocks of the source into documents.
   enum class BlockMode {
@@ -159,4 +169,6 @@ class CIMPImportBase {
   std::unique_ptr<ks::core::OemConverter> oem_;  // set for a DOS (OEM) source
   bool aborted_ = false;
   bool failed_ = false;
+  bool ran_ = false;            // Run() reached the format's import
+  bool stopped_short_ = false;  // see StoppedShort()
 };

@@ -45,7 +45,10 @@ bool SourceFile::Open(const std::string& path) {
   Close();
   path_ = path;
   error_text_.clear();
-  fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Opened without blocking: opening a FIFO for reading would otherwise wait
+  // for a writer forever.  Only a regular file is kept, and reads from it
+  // never block anyway.
+  fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (fd_ < 0) {
     Fail(FileErrorCauseFromErrno(errno));
     return false;

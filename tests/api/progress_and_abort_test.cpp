@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "api/ks_imp_app.h"
+#include "core/scoped_env.h"
 #include "ks_imp.h"
 #include "stub_importer.h"
 #include "write_file.h"
@@ -55,15 +56,19 @@ TEST_F(ProgressTest, CurrentFileIsCutToPathMaxMinusOneBytes) {
 }
 
 TEST_F(ProgressTest, AbortMarksTheHandleAndDeletesWaitingAttachmentFiles) {
-  TempDir dir;
-  const std::string saved = WriteFile(dir, "att.bin", "data");
+  TempDir dir;  // $TMPDIR points here, so the temp import folder is inside
+  ScopedEnv tmpdir("TMPDIR", dir.path().string());
+  const std::string saved = WriteFile(dir, "KSTmpImp/att.bin", "data");
+  const std::string elsewhere = WriteFile(dir, "mine/att.bin", "data");
   const uint32_t attachment_handle = KSIMP_InitImportUsingFileHandle(4242);
   session().AddAttachment({saved, "att.bin", 3, attachment_handle});
+  session().AddAttachment({elsewhere, "att.bin", 3, attachment_handle});
   session().SetEmailMode(true);
 
   EXPECT_EQ(KSIMP_Abort(handle_), 1u);
   EXPECT_TRUE(session().handles().IsAborted(handle_));
   EXPECT_FALSE(std::filesystem::exists(saved));
+  EXPECT_TRUE(std::filesystem::exists(elsewhere)) << "only files of the temp folder are deleted";
   EXPECT_EQ(session().AttachmentCount(), 0u);
   EXPECT_FALSE(session().handles().Exists(attachment_handle));
   EXPECT_FALSE(session().IsEmailMode());

@@ -45,6 +45,9 @@ class StubImporter : public CIMPImportBase {
     return script_.prepare_result;
   }
 
+  // A stand-in imports nothing it could leave behind.
+  bool ImportedWhole() const override { return true; }
+
   int Run() override {
     const uint32_t import_handle = context_->import_handle();
     const SETDATA& options = context_->options();

@@ -33,6 +33,7 @@ struct QueuedFile {
   std::string date_from;  // for delimited and fixed-width text: where the settings are
   int32_t full_header = 0;
   int32_t save_attachments = 0;
+  int32_t delete_after = 0;  // 1: delete it after its import, inside the temp import folder
 };
 
 // A document as the engine keeps it, with the fields of an entry.
@@ -99,8 +100,8 @@ class ImportFixture : public ::testing::Test {
         f.entry_form.c_str(), f.named_document.empty() ? 0 : 1, f.named_document.c_str(),
         f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(), f.origin_ansi, 0,
         f.date_from.c_str(), 0, f.use_stored_settings, nullptr, f.full_header, nullptr,
-        f.save_attachments, nullptr, nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr,
-        nullptr, nullptr, 0, 0);
+        f.save_attachments, nullptr, nullptr, f.delete_after, 0, nullptr, nullptr, nullptr, nullptr,
+        nullptr, nullptr, nullptr, 0, 0);
   }
 
   // Queues every file on a new handle of the database and runs the import.

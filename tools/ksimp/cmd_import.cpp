@@ -151,18 +151,22 @@ struct ImportCommand {
     }
     const std::string header = columns.ColumnHeader();
     request.date_from = header;
+    if (type.empty()) {
+      const bool fixed = header.find("T=FXD") != std::string::npos;
+      request.file_type = fixed ? KSIMP_TYPE_FIXED_WIDTH : KSIMP_TYPE_DELIMITED;
+    }
     const uint32_t code = KSIMP_CheckColumnHeader(header.c_str());
     if (code != 0) {
       std::vector<char> text(4096);
       KSIMP_ImportErrorToString(code, text.data(), static_cast<int32_t>(text.size()));
+      // What the import then does depends on the type: delimited text takes
+      // each row as it stands, fixed-width text cannot be cut at all.
+      const bool fixed = request.file_type == KSIMP_TYPE_FIXED_WIDTH;
       fmt::print(stderr,
                  "warning: the column header string does not parse: message {}: {}\n"
-                 "         each row is imported as it stands.\n",
-                 code, text.data());
-    }
-    if (type.empty()) {
-      const bool fixed = header.find("T=FXD") != std::string::npos;
-      request.file_type = fixed ? KSIMP_TYPE_FIXED_WIDTH : KSIMP_TYPE_DELIMITED;
+                 "         {}\n",
+                 code, text.data(),
+                 fixed ? "no row is imported." : "each row is imported as it stands.");
     }
   }
 

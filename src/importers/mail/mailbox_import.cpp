@@ -75,9 +75,18 @@ int CIMPMailboxImport::ImportSource() {
   const std::string mailbox_name = MailboxName(Source().path());
   const bool eudora = SeparatorMode() == MailboxReader::Mode::kEudora;
 
+  uint64_t messages = 0;
   while (!Aborted()) {
     const std::optional<MailboxReader::Message> found = mailbox.Next();
-    if (!found) break;
+    if (!found) {
+      if (messages == 0 && file_size != 0) {
+        // Nothing here looks like a message of this kind of mailbox.
+        StoppedShort();
+        Log(fmt::format("{}: no message was found in the mailbox.", Source().path()));
+      }
+      break;
+    }
+    ++messages;
     std::unique_ptr<CEudoraMessage> message = NewMessage();
     message->SetFieldMarker(FieldMarker());
     message->SetSeparatorDate(eudora);

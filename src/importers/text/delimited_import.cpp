@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "core/error_codes.h"
@@ -36,7 +37,19 @@ int CDelimitedImport::ImportSource() {
     fielded = header.ErrorCode() == column_header_error::kNone;
     if (!fielded) {
       Log(fmt::format("{}: {} {}", Source().path(), header.ErrorCode(), header.ErrorText()));
+      Log(
+          fmt::format("{}: the settings do not apply, so each row is imported as a document of its "
+                      "own text.",
+                      Source().path()));
     }
+  }
+  if (fielded && EntryForm() == 0 &&
+      std::none_of(header.Names().begin(), header.Names().end(),
+                   ks::text::FieldLineComposer::IsWrittenColumn)) {
+    Log(
+        fmt::format("{}: the settings name no column to import (every name is empty or \"Skip\"), "
+                    "so no row makes a document.",
+                    Source().path()));
   }
 
   std::optional<ks::text::FieldLineComposer> composer;

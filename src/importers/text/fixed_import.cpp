@@ -35,6 +35,12 @@ int CIMPFixedImport::ImportSource() {
       valid = false;
     }
   }
+  if (has_settings && !valid) {
+    Log(
+        fmt::format("{}: without settings that can be used the columns are unknown, so no row is "
+                    "imported.",
+                    Source().path()));
+  }
 
   std::optional<ks::text::FieldLineComposer> composer;
   std::optional<ks::text::EntryFormRows> entries;

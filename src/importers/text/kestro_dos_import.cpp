@@ -20,7 +20,8 @@ constexpr char kEndMark[2] = {'\0', '\0'};
 // byte last); returns how many there were: 0 for an empty file or one that
 // cannot be read.
 size_t ReadLastBytes(const std::string& path, char tail[2]) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Never blocks on a FIFO; anything but a regular file gives 0.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return 0;
   struct stat info {};
   size_t count = 0;

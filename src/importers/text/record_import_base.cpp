@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <vector>
+
 #include "core/error_codes.h"
 #include "core/message_texts.h"
 #include "importers/text/byte_source.h"
@@ -23,6 +25,7 @@ int CRecordImportBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
     if (record == nullptr) {
       switch (records.End()) {
         case RecordReader::Outcome::kRecordTooLong:
+          StoppedShort();
           // Usually a quote left open that runs on to the end of a large file.
           Log(
               fmt::format("Record {} of {} (from byte {}) is longer than {} MB; it and the rest of "
@@ -32,7 +35,10 @@ int CRecordImportBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
           return 1;
         case RecordReader::Outcome::kReadFailed:
           return ReadFailed();
-        default:  // the end, or a blank line that ends the file
+        case RecordReader::Outcome::kEmptyRecord:
+          ReportEarlyEnd(records.EndRecordOffset(), number);
+          return 1;
+        default:  // the end of the source
           return 1;
       }
     }
@@ -40,6 +46,42 @@ int CRecordImportBase::ReadRecords(char qualifier, const RecordPrepare& prepare,
     if (!store(*record)) return Failed() ? 0 : 1;
   }
   return 1;
+}
+
+void CRecordImportBase::ReportEarlyEnd(uint64_t offset, uint64_t records) {
+  // The rest of the source is read once more, as the reader read it, to
+  // count what the rule leaves out; blank lines alone at the end are no loss.
+  SourceFile rest;
+  if (!rest.Open(Source().path())) return;
+  std::vector<char> block(1 << 16);
+  uint64_t position = 0;
+  uint64_t lines_left = 0;
+  uint64_t file_offset = offset;
+  bool line_has_text = false;
+  while (true) {
+    const ssize_t got = rest.Read(block.data(), block.size());
+    if (got <= 0) break;
+    if (offset >= position && offset < position + static_cast<uint64_t>(got)) {
+      file_offset = rest.FileOffsetOf(offset);
+    }
+    for (ssize_t i = 0; i < got; ++i, ++position) {
+      if (position <= offset) continue;
+      const char c = block[static_cast<size_t>(i)];
+      if (c == '\n' || c == '\r') {
+        if (line_has_text) ++lines_left;
+        line_has_text = false;
+      } else {
+        line_has_text = true;
+      }
+    }
+  }
+  if (line_has_text) ++lines_left;
+  if (lines_left == 0) return;
+  StoppedShort();
+  Log(
+      fmt::format("{}: a blank line (or a NUL) at byte {}, after record {}, ends the file; the {} "
+                  "line(s) after it were not imported.",
+                  Source().path(), file_offset, records, lines_left));
 }
 
 void CRecordImportBase::PrepareRow(std::span<const std::string> values,

@@ -51,5 +51,10 @@ class CRecordImportBase : public CIMPImportBase {
                   const ks::text::PreparedRecord& record, bool counted);
 
  private:
+  // A blank line (or a NUL where a record starts) at text offset `offset`,
+  // after `records` records, ends the file, as delimited text always has:
+  // logs where, and how many lines with text were left, if any.
+  void ReportEarlyEnd(uint64_t offset, uint64_t records);
+
   std::vector<std::string> converted_;  // a DOS (OEM) row's values, converted
 };
