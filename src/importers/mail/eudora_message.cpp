@@ -203,28 +203,40 @@ std::string CEudoraMessage::FullHeaderBlock() const {
   }
   // A colon right after a letter opens a field when the walk back to the
   // start of its line meets a CR before any blank; the field before it is
-  // closed with "]" just before that CR.  Text is inserted only behind the
-  // scan, so the scan goes from the end towards the start.
-  for (size_t colon = text.size(); colon-- > 1;) {
-    if (text[colon] != ':' || !IsLetter(text[colon - 1])) continue;
-    size_t back = colon;
-    bool at_line_start = false;
-    bool blank = false;
-    while (back > 0) {
-      --back;
-      if (text[back] == '\r') {
-        at_line_start = true;
-        break;
-      }
-      if (text[back] == ' ') {
-        blank = true;
-        break;
-      }
+  // closed with "]" just before that CR.  The walk depends on the text before
+  // the colon only, so one pass forward finds every colon that opens a field
+  // and the CRs that get a "]", and a second builds the result: inserting
+  // into the text as each colon was found cost time growing with the square
+  // of the header's size.
+  std::vector<size_t> opened;  // colons that become the marker, in order
+  std::vector<size_t> closed;  // a CR's position once for every "]" before it
+  char last_stop = '\0';       // the last CR or blank before the scan
+  size_t last_cr = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == ':' && i > 0 && IsLetter(text[i - 1]) && last_stop != ' ') {
+      opened.push_back(i);
+      if (last_stop == '\r') closed.push_back(last_cr);
+    } else if (text[i] == '\r') {
+      last_stop = '\r';
+      last_cr = i;
+    } else if (text[i] == ' ') {
+      last_stop = ' ';
     }
-    if (blank) continue;
-    text[colon] = marker_;
-    if (at_line_start) text.insert(back, 1, ']');
   }
+  std::string rewritten;
+  rewritten.reserve(text.size() + closed.size() + 8);
+  auto next_open = opened.begin();
+  auto next_close = closed.begin();
+  for (size_t i = 0; i < text.size(); ++i) {
+    for (; next_close != closed.end() && *next_close == i; ++next_close) rewritten += ']';
+    if (next_open != opened.end() && *next_open == i) {
+      rewritten += marker_;
+      ++next_open;
+    } else {
+      rewritten += text[i];
+    }
+  }
+  text = std::move(rewritten);
   for (size_t at = text.find(kHeaderEnd); at != std::string::npos; at = text.find(kHeaderEnd, at)) {
     text.erase(at, kHeaderEnd.size());
   }
