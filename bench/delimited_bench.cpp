@@ -227,6 +227,7 @@ int main(int argc, char** argv) {
   fmt::print("  database file                {:7.1f} MB ({:.1f}x the CSV)\n", database_megabytes,
              database_megabytes / megabytes);
   fmt::print("  peak memory                  {:.1f} MB before the import, {:.1f} MB after\n",
-             memory_before / 1024.0, memory_after / 1024.0);
+             static_cast<double>(memory_before) / 1024.0,
+             static_cast<double>(memory_after) / 1024.0);
   return 0;
 }
