@@ -219,6 +219,27 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
     const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
     const char* firewall_password, int32_t firewall_type, int32_t imap_port);
 
+/* ---- Attachment files named in messages -------------------------------- */
+/* A mail message may name files the mail program saved (its attachments);
+ * with "Save Attachments" the import reads them.  Because anyone who sends a
+ * message chooses those names, a file is read only when its real path (after
+ * ".." and symbolic links) lies in the mail store: the mailbox's own folder
+ * tree, the folders of the configuration's "AttachmentFolders" value
+ * ("|"-separated, under SOFTWARE\Kestro\Windows\5.0\Kestro\Import) and the
+ * folders added here; only regular files are read, each up to a size limit
+ * (256 MiB unless "AttachmentMaxBytes" there or the call below says
+ * otherwise).  A Windows path ("C:\Mail\Attach\x.doc") is looked up by its
+ * file name in the store.  Every name refused gets a log line. */
+
+/* Adds `folder` to the mail store of the import.  Returns 1, or 0 for an
+ * unknown handle or an empty folder. */
+KSIMP_API uint32_t KSIMP_AddAttachmentFolder(uint32_t handle, const char* folder);
+
+/* Sets the largest attachment file the import reads, in bytes (0 restores
+ * the configured limit or the default).  Returns 1, or 0 for an unknown
+ * handle. */
+KSIMP_API uint32_t KSIMP_SetAttachmentSizeLimit(uint32_t handle, uint64_t max_bytes);
+
 /* ---- Dialogs ---------------------------------------------------------- */
 /* No dialog can be shown in this build.  Each call checks its arguments as
  * the dialog would and then returns 0 and adds a log text for the handle

@@ -94,6 +94,23 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
   });
 }
 
+KSIMP_API uint32_t KSIMP_AddAttachmentFolder(uint32_t handle, const char* folder) {
+  return GuardExport([&] {
+    if (folder == nullptr || *folder == '\0') return 0u;
+    const bool known = Session().handles().Update(
+        handle, [folder](ImportHandleRecord& r) { r.attachment_folders.emplace_back(folder); });
+    return known ? 1u : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_SetAttachmentSizeLimit(uint32_t handle, uint64_t max_bytes) {
+  return GuardExport([&] {
+    const bool known = Session().handles().Update(
+        handle, [max_bytes](ImportHandleRecord& r) { r.attachment_max_bytes = max_bytes; });
+    return known ? 1u : 0u;
+  });
+}
+
 KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t /*host_value1*/,
                                    int32_t /*host_value2*/, int32_t /*host_value3*/,
                                    int32_t /*host_value4*/, uint32_t* result) {

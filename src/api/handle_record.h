@@ -4,7 +4,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <utility>
+#include <vector>
 
 // How importers write numbers when they have no better source (currency and
 // separators); the values are the defaults every new import starts with.
@@ -32,4 +34,8 @@ struct ImportHandleRecord {
   int32_t importer_value = 0;
   std::pair<int32_t, int32_t> importer_pair{0, 0};
   int64_t importer_value64 = 0;
+  // Where attachment files named in messages may also be read from, and a
+  // size limit the host set (0: the configuration's, or the default).
+  std::vector<std::string> attachment_folders;
+  uint64_t attachment_max_bytes = 0;
 };

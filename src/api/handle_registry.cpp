@@ -80,8 +80,11 @@ bool HandleRegistry::SetAborted(uint32_t handle) {
 
 bool HandleRegistry::IsAborted(uint32_t handle) {
   if (!any_abort_requested_.load(std::memory_order_acquire)) return false;
-  const std::optional<ImportHandleRecord> record = Find(handle);
-  return record && record->aborted;
+  // Read in place: this runs for every record imported once any import was
+  // aborted, and a copy of the record would allocate.
+  bool aborted = false;
+  Update(handle, [&aborted](ImportHandleRecord& r) { aborted = r.aborted; });
+  return aborted;
 }
 
 bool HandleRegistry::AddTotalBytes(uint32_t handle, uint64_t bytes) {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "api/file_names.h"
@@ -10,6 +11,7 @@
 #include "api/import_session.h"
 #include "api/session_import_context.h"
 #include "api/temp_import_folder.h"
+#include "core/config_store.h"
 #include "core/error_codes.h"
 #include "ks_eng5.h"
 #include "registry/file_type_table.h"
@@ -76,6 +78,33 @@ uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* re
   return code;
 }
 
+// Where the run's importers may read attachment files from: the folders the
+// user keeps in the configuration and those the host added for this import;
+// the size limit the host set, else the configured one, else the default.
+AttachmentRules CImportSession::AttachmentRulesOf(uint32_t handle) {
+  AttachmentRules rules;
+  try {
+    const ks::core::ConfigStore store = ks::core::ConfigStore::Load();
+    const ks::core::ProfileFile& configuration = store.values();
+    if (auto folders = configuration.Get(ks::core::kImportSettingsKey, "AttachmentFolders")) {
+      for (const std::string& folder : SplitFileNames(*folders)) rules.folders.push_back(folder);
+    }
+    if (auto limit = configuration.Get(ks::core::kImportSettingsKey, "AttachmentMaxBytes")) {
+      const uint64_t bytes = std::strtoull(limit->c_str(), nullptr, 10);
+      if (bytes > 0) rules.max_bytes = bytes;
+    }
+  } catch (const ks::core::ConfigError&) {
+    // A damaged configuration is reported where the file types are read;
+    // attachments then come from the mailbox's folder tree alone.
+  }
+  if (const auto record = handles_.Find(handle)) {
+    rules.folders.insert(rules.folders.end(), record->attachment_folders.begin(),
+                         record->attachment_folders.end());
+    if (record->attachment_max_bytes > 0) rules.max_bytes = record->attachment_max_bytes;
+  }
+  return rules;
+}
+
 bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SETDATA& queued,
                                    const std::string& file_name, bool first_file, int64_t* carry,
                                    uint32_t* result_code) {
@@ -83,7 +112,7 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
   options.file_name = file_name;
   options.file_type = ks::registry::ImportedAs(queued.file_type);
   // The context outlives the importer, which keeps a reference to it.
-  SessionImportContext context(*this, handle, database, options);
+  SessionImportContext context(*this, handle, database, options, AttachmentRulesOf(handle));
 
   CreatedImporter created = importer_factory_(options.file_type);
   switch (created.outcome) {

@@ -26,6 +26,7 @@
 #include "api/import_log.h"
 #include "api/import_queue.h"
 #include "api/session_guard.h"
+#include "core/import_context.h"
 #include "core/setdata.h"
 #include "registry/file_type_table.h"
 
@@ -96,6 +97,7 @@ class CImportSession {
                      const std::string& file_name, bool first_file, int64_t* carry,
                      uint32_t* result_code);
   void CommitAddedDocuments(uint32_t handle, uint32_t database, uint32_t* result_code);
+  AttachmentRules AttachmentRulesOf(uint32_t handle);
   void AddSourceSizeToTotal(const SETDATA& record);
   bool DialogArgumentsValid(uint32_t handle, void* parent_window, uint32_t* result,
                             bool needs_result);

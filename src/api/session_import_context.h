@@ -11,12 +11,20 @@
 
 class SessionImportContext final : public ImportContext {
  public:
-  SessionImportContext(CImportSession& session, uint32_t handle, uint32_t database, SETDATA options)
-      : session_(session), handle_(handle), database_(database), options_(std::move(options)) {}
+  // The attachment rules default to the mailbox's own folder tree and the
+  // default size limit.
+  SessionImportContext(CImportSession& session, uint32_t handle, uint32_t database, SETDATA options,
+                       AttachmentRules attachment_rules = {})
+      : session_(session),
+        handle_(handle),
+        database_(database),
+        options_(std::move(options)),
+        attachment_rules_(std::move(attachment_rules)) {}
 
   uint32_t import_handle() const override { return handle_; }
   const SETDATA& options() const override { return options_; }
   uint32_t database() const override { return database_; }
+  const AttachmentRules& attachment_rules() const override { return attachment_rules_; }
 
   bool IsAborted() override { return session_.handles().IsAborted(handle_); }
   void RecordError(uint32_t code) override { session_.RecordError(handle_, code); }
@@ -38,4 +46,5 @@ class SessionImportContext final : public ImportContext {
   uint32_t handle_;
   uint32_t database_;
   SETDATA options_;
+  AttachmentRules attachment_rules_;
 };

@@ -50,6 +50,11 @@ class ConfigStore {
   ProfileFile values_;
 };
 
+// The key of the import settings: the attachment folders ("AttachmentFolders",
+// "|"-separated) and the attachment size limit ("AttachmentMaxBytes").
+inline constexpr std::string_view kImportSettingsKey =
+    "SOFTWARE\\Kestro\\Windows\\5.0\\Kestro\\Import";
+
 // The key under which per-database settings live: the File Settings key
 // followed by the database path with every backslash and slash replaced by
 // "*" (a path such as /data/notes.kst gives "...File Settings\*data*notes.kst").

@@ -6,9 +6,22 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/setdata.h"
+
+// Where the files that a mail message names (its saved attachments) may be
+// read from, and how large one may be.  Names found inside an input are
+// untrusted: a file is read only from the mailbox's own folder tree and these
+// folders, after resolving ".." and symbolic links.
+struct AttachmentRules {
+  static constexpr uint64_t kDefaultMaxBytes = uint64_t{256} << 20;
+
+  std::vector<std::string> folders;  // besides the mailbox's own folder
+  uint64_t max_bytes = kDefaultMaxBytes;
+};
 
 class ImportContext {
  public:
@@ -20,6 +33,8 @@ class ImportContext {
   virtual const SETDATA& options() const = 0;
   // The engine handle of the target database.
   virtual uint32_t database() const = 0;
+  // Where attachment files named inside the source may be read from.
+  virtual const AttachmentRules& attachment_rules() const = 0;
 
   // Whether the host asked the import to stop.
   virtual bool IsAborted() = 0;

@@ -125,6 +125,8 @@ struct ImportCommand {
   std::string delimiter = "none";
   std::string origin = "ansi";
   std::string location = "end";
+  std::vector<std::string> attachment_folders;
+  uint64_t attachment_max_mb = 0;
   std::string date_range;
   std::string message_date_range;
   std::string sort = "asc";
@@ -203,6 +205,10 @@ struct ImportCommand {
                                   ErrorText(KSIMP_GetLastImportError(0)),
                                   EngineErrorText(engine_error)));
     }
+    for (const std::string& folder : attachment_folders) {
+      KSIMP_AddAttachmentFolder(handle, folder.c_str());
+    }
+    if (attachment_max_mb > 0) KSIMP_SetAttachmentSizeLimit(handle, attachment_max_mb << 20);
     for (size_t i = 0; i < files.size(); ++i) {
       const std::string& file = files[i];
       const int32_t file_type = request.file_type != 0 ? request.file_type : FileTypeForPath(file);
@@ -293,6 +299,12 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_flag("--full-header", r.full_header, "Keep the full header of mail messages");
   cmd->add_flag("--save-attachments", r.save_attachments,
                 "Save attachments (mail), or the original file as an attachment");
+  cmd->add_option("--attachments-dir", command->attachment_folders,
+                  "A folder attachment files named in messages may be read from, besides the "
+                  "mailbox's own folder (repeatable)");
+  cmd->add_option("--attachment-max-mb", command->attachment_max_mb,
+                  "Largest attachment file read, in MB (default 256)")
+      ->check(CLI::PositiveNumber);
   cmd->add_option("--filter", r.filter, "Filter the source through this filter first");
   cmd->add_flag("--delete-after", r.delete_after,
                 "Delete files of the temporary import folder once imported");

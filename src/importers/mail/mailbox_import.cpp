@@ -3,20 +3,20 @@
 #include <fmt/format.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "core/error_codes.h"
+#include "core/source_file.h"
 
 namespace {
 
-// Up to `count` bytes from the start of the file; fewer when it is shorter
-// or cannot be read.
+// Up to `count` bytes from the start of the file; fewer when it is shorter,
+// and none when it is not a regular file (a FIFO is never waited on) or
+// cannot be read.
 std::string ReadFirstBytes(const std::string& file_name, size_t count) {
-  std::ifstream in(file_name, std::ios::binary);
+  SourceFile file;
   std::string bytes(count, '\0');
-  in.read(bytes.data(), static_cast<std::streamsize>(count));
-  bytes.resize(static_cast<size_t>(std::max<std::streamsize>(in.gcount(), 0)));
+  const ssize_t got = file.Open(file_name) ? file.Read(bytes.data(), count) : 0;
+  bytes.resize(got > 0 ? static_cast<size_t>(got) : 0);
   return bytes;
 }
 
@@ -52,17 +52,19 @@ bool CIMPMailboxImport::ReadWhole(std::string* text) {
 }
 
 std::vector<CDocumentWriter::Attachment> CIMPMailboxImport::ReadAttachments(
-    const CEudoraMessage& message) {
+    const CEudoraMessage& message, MailStore& store) {
   std::vector<CDocumentWriter::Attachment> files;
-  for (const std::string& path : message.AttachmentNames()) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-      Log(fmt::format("Could not open attachment file \"{}\" for message \"{}\"", path,
-                      message.Subject()));
+  for (const std::string& name : message.AttachmentNames()) {
+    std::string why;
+    std::string content;
+    const std::optional<std::string> path = store.Find(name, &why);
+    if (path && store.Read(*path, &content, &why)) {
+      files.push_back({AttachmentFileName(name), std::move(content)});
       continue;
     }
-    std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    files.push_back({AttachmentFileName(path), std::move(content)});
+    if (!why.empty()) Log(why);
+    Log(fmt::format("Could not open attachment file \"{}\" for message \"{}\"", name,
+                    message.Subject()));
   }
   return files;
 }
@@ -74,6 +76,7 @@ int CIMPMailboxImport::ImportSource() {
   MailboxReader mailbox(std::move(text), SeparatorMode());
   const std::string mailbox_name = MailboxName(Source().path());
   const bool eudora = SeparatorMode() == MailboxReader::Mode::kEudora;
+  MailStore store(Source().path(), Context().attachment_rules());
 
   uint64_t messages = 0;
   while (!Aborted()) {
@@ -101,7 +104,9 @@ int CIMPMailboxImport::ImportSource() {
         Log("An error occurred while accessing the message header.  A normal import was done");
       }
     }
-    if (Options().save_attachments != 0) AttachToNextDocument(ReadAttachments(*message));
+    if (Options().save_attachments != 0) {
+      AttachToNextDocument(ReadAttachments(*message, store));
+    }
     const auto position =
         static_cast<uint64_t>(mailbox.Progress() * static_cast<double>(file_size));
     if (!SaveDocument(message->DocumentText(), position)) return Failed() ? 0 : 1;

@@ -18,6 +18,7 @@
 
 #include "core/import_base.h"
 #include "importers/mail/eudora_message.h"
+#include "importers/mail/mail_store.h"
 #include "importers/mail/mailbox_reader.h"
 
 class CIMPMailboxImport : public CIMPImportBase {
@@ -31,9 +32,11 @@ class CIMPMailboxImport : public CIMPImportBase {
   virtual std::unique_ptr<CEudoraMessage> NewMessage() const = 0;
 
  private:
-  // The attachment files named in the message, each read whole; a file that
-  // cannot be read is logged and left out.
-  std::vector<CDocumentWriter::Attachment> ReadAttachments(const CEudoraMessage& message);
+  // The attachment files named in the message, each read whole from the
+  // mail store; a file that is refused or cannot be read is logged and left
+  // out.
+  std::vector<CDocumentWriter::Attachment> ReadAttachments(const CEudoraMessage& message,
+                                                           MailStore& store);
   bool ReadWhole(std::string* text);
 };
 
