@@ -116,6 +116,10 @@ extern "C" {
 #define KSENG_ERR_BUFFER 15      /* buffer too small */
 #define KSENG_ERR_STATE 16       /* call out of order (e.g. save, nothing added) */
 #define KSENG_ERR_INTERNAL 17    /* unexpected engine failure */
+/* a read-only open found the journal of an interrupted write and may not roll
+ * it back (read-only file system, no permission): open the database once for
+ * writing, as its owner */
+#define KSENG_ERR_INTERRUPTED 18
 #define KSENG_ERR_PASSWORD_REQUIRED 4000
 #define KSENG_ERR_PASSWORD_WRONG 4001
 
@@ -157,11 +161,17 @@ KSENG_API int32_t EngCreateDatabase(const char* path, const char* login_group, c
                                     uint32_t flags);
 
 /* 1: opens a database.  Returns its handle, or 0 (see EngLastError; 4000 when
- * the database is protected).  Opening with KSENG_ACCESS_READ never writes the
- * file.  A failed open changes nothing on disk.  A path that names a folder is
- * KSENG_ERR_NOT_DATABASE.  When a writer was killed in the middle of a commit,
- * a read-only open fails with KSENG_ERR_BUSY until a writable open has rolled
- * the interrupted commit back (which restores the last committed state). */
+ * the database is protected).  A path that names a folder is
+ * KSENG_ERR_NOT_DATABASE.  Opening with KSENG_ACCESS_READ never writes the
+ * file, and a failed open changes nothing on disk, with one exception: a
+ * writer killed in the middle of a commit leaves a journal ("<path>-journal")
+ * that must be rolled back before the file can be read.  Every open rolls
+ * it back, a read-only one on a writable connection of its own that it closes
+ * at once; rolling back restores the last committed state and changes nothing
+ * that was committed.  When the file or its folder cannot be written
+ * (read-only file system, no permission), a read-only open fails with
+ * KSENG_ERR_INTERRUPTED and leaves everything as it is: the database must be
+ * opened once for writing, by its owner. */
 KSENG_API uint32_t EngOpenDatabase(const char* path, int32_t access_mode, int32_t share_mode);
 
 /* 156: opens a database with credentials.  For an unprotected database the

@@ -16,9 +16,9 @@ uint32_t EngineCodeFor(int rc) {
     case SQLITE_NOMEM:
       return KSENG_ERR_MEMORY;
     case SQLITE_READONLY:
-      // A reader meeting a hot journal cannot recover it: the file is busy
-      // until a writable open rolls the interrupted write back.
-      return rc == SQLITE_READONLY_ROLLBACK ? KSENG_ERR_BUSY : KSENG_ERR_READONLY;
+      // A reader meeting the journal of an interrupted write cannot roll it
+      // back: nothing can be read until a connection that may write does.
+      return rc == SQLITE_READONLY_ROLLBACK ? KSENG_ERR_INTERRUPTED : KSENG_ERR_READONLY;
     case SQLITE_IOERR:
     case SQLITE_FULL:
       return KSENG_ERR_IO;

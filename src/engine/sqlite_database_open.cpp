@@ -85,6 +85,47 @@ void CheckSchemaAndCredentials(Connection& connection,
   Require(password_ok && group_ok, KSENG_ERR_PASSWORD_WRONG, "wrong login group or password");
 }
 
+// What a reader that cannot roll back an interrupted write says.
+constexpr const char* kRollBackAdvice =
+    "an interrupted write left a journal beside the database that must be rolled back: open the "
+    "database once for writing, as the owner of the file and its folder";
+
+// Makes the first read on a new connection, which tells whether a writer was
+// interrupted: its journal must then be rolled back before anything can be
+// read.  True when it was, and `connection` cannot do it (it reads only).
+bool FindsInterruptedWrite(Connection& connection) {
+  sqlite3_busy_timeout(connection.get(), kBusyTimeoutMs);
+  int rc = sqlite3_exec(connection.get(), "SELECT count(*) FROM sqlite_schema", nullptr, nullptr,
+                        nullptr);
+  if (rc == SQLITE_READONLY_ROLLBACK) return true;
+  if (rc != SQLITE_OK) ThrowSqlite(connection.get(), rc, "read database");
+  return false;
+}
+
+// Rolls back the journal an interrupted write left, on a writable connection
+// of its own that is closed again at once.  Rolling back restores the last
+// committed state: it changes nothing that was ever committed.  Refused with
+// KSENG_ERR_INTERRUPTED when the file or its folder (where the journal is
+// deleted) cannot be written.
+void RollBackInterruptedWrite(const std::string& full_path) {
+  Require(
+      ::access(full_path.c_str(), W_OK) == 0 && ::access(Directory(full_path).c_str(), W_OK) == 0,
+      KSENG_ERR_INTERRUPTED, kRollBackAdvice);
+  std::unique_ptr<Connection> writer;
+  try {
+    writer = std::make_unique<Connection>(FileUri(full_path, false), SQLITE_OPEN_READWRITE);
+  } catch (const EngineError& error) {
+    if (error.code() == KSENG_ERR_ACCESS) throw EngineError(KSENG_ERR_INTERRUPTED, kRollBackAdvice);
+    throw;
+  }
+  // SQLite falls back to reading only when it may not write after all.
+  Require(sqlite3_db_readonly(writer->get(), "main") == 0, KSENG_ERR_INTERRUPTED, kRollBackAdvice);
+  sqlite3_busy_timeout(writer->get(), kBusyTimeoutMs);
+  writer->Exec(kWriterPragmas);
+  // The first read of a connection that may write rolls the journal back.
+  Require(!FindsInterruptedWrite(*writer), KSENG_ERR_INTERRUPTED, kRollBackAdvice);
+}
+
 // A new file under a unique temporary name beside `path`, removed again
 // unless Keep() is called.
 class TemporaryFile {
@@ -190,15 +231,20 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::Open(const std::string& path, in
   }
 
   auto reader = std::make_unique<Connection>(FileUri(full_path, true), SQLITE_OPEN_READONLY);
-  sqlite3_busy_timeout(reader->get(), kBusyTimeoutMs);
-  // The first read tells whether a writer was interrupted: its journal must be
-  // rolled back before anything can be read, and a reader may not do that.
-  int rc =
-      sqlite3_exec(reader->get(), "SELECT count(*) FROM sqlite_schema", nullptr, nullptr, nullptr);
-  bool interrupted = rc == SQLITE_READONLY_ROLLBACK;
-  if (!interrupted && rc != SQLITE_OK) ThrowSqlite(reader->get(), rc, "read database");
-  Require(!interrupted || writable, KSENG_ERR_BUSY,
-          "an interrupted write must be recovered by a writable open first");
+  bool interrupted = FindsInterruptedWrite(*reader);
+  if (interrupted && !writable) {
+    // A reader may not roll the journal back itself.  A connection of its
+    // own that may write does it, and the reader starts again on the file as
+    // it was last committed.  A clean file never gets here, so a read-only
+    // open of one still writes nothing.
+    reader.reset();
+    RollBackInterruptedWrite(full_path);
+    reader = std::make_unique<Connection>(FileUri(full_path, true), SQLITE_OPEN_READONLY);
+    // Another writer may have been killed in the meantime: that is rare
+    // enough to report rather than to try again.
+    Require(!FindsInterruptedWrite(*reader), KSENG_ERR_INTERRUPTED, kRollBackAdvice);
+    interrupted = false;
+  }
   if (!interrupted) CheckSchemaAndCredentials(*reader, credentials);
 
   if (!writable) {

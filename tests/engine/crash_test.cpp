@@ -85,10 +85,18 @@ void KillMidImportAndCheck(const std::string& path, int delay_ms) {
   ASSERT_TRUE(WIFSIGNALED(status)) << "the importer stopped by itself: " << WEXITSTATUS(status);
   ASSERT_GE(reported, 50u);
 
-  // A writable open recovers the interrupted batch and indexes what needs it.
+  // A reader opens it whatever the kill interrupted (rolling back a hot
+  // journal first) and sees what was committed.
+  uint32_t reader = OpenForReading(path);
+  ASSERT_NE(reader, 0u) << LastError();
+  std::vector<uint64_t> read_ids = WalkIds(reader);
+  EXPECT_EQ(EngCloseDatabase(reader), 1);
+
+  // A writable open indexes what needs it.
   uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
   ASSERT_NE(db, 0u) << LastError();
   std::vector<uint64_t> ids = WalkIds(db);
+  EXPECT_EQ(ids, read_ids);
   EXPECT_GE(ids.size(), reported);
   for (uint32_t n = 0; n < ids.size(); ++n) {
     // Documents are whole and in import order: a prefix of what was imported.
@@ -112,36 +120,86 @@ TEST_F(CrashTest, KilledImportLosesNoCommittedDocumentAndLeavesNoHalfDocument) {
   }
 }
 
-TEST_F(CrashTest, ReaderWaitsForAWritableOpenToRecoverAnInterruptedWrite) {
-  std::string path = Path();
-  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+// A child that commits `committed`, then is killed inside a batch larger
+// than its cache: pages of the batch are in the file, and the journal that
+// holds what they replaced is left behind (a hot journal).
+void KillInsideALargeBatch(const std::string& path, const std::vector<std::string>& committed) {
   pid_t child = fork();
+  ASSERT_GE(child, 0);
   if (child == 0) {
     EngineTuning tuning;
     tuning.cache_kib = 256;
     uint32_t db = OpenTuned(path, KSENG_ACCESS_READWRITE, tuning);
-    AddDocument(db, "committed");
-    EngEndAdd(db, 0, 0, '[', nullptr);
-    // An open batch larger than the cache has written pages into the file.
-    for (int i = 0; i < 20; ++i) AddDocument(db, std::string(100000, 'x'));
-    _exit(0);
+    for (const std::string& text : committed) {
+      if (AddDocument(db, text) == 0) _exit(2);
+    }
+    if (EngEndAdd(db, 0, 0, '[', nullptr) != 1) _exit(3);
+    for (int i = 0; i < 20; ++i) {
+      if (AddDocument(db, "uncommitted " + std::string(100000, 'x')) == 0) _exit(4);
+    }
+    kill(getpid(), SIGKILL);
+    _exit(5);
   }
   int status = 0;
   waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status));
-  ASSERT_EQ(access((path + "-journal").c_str(), F_OK), 0) << "expected an interrupted write";
+  ASSERT_TRUE(WIFSIGNALED(status)) << "the importer stopped by itself: " << WEXITSTATUS(status);
+  ASSERT_EQ(access((path + "-journal").c_str(), F_OK), 0) << "expected a hot journal";
+}
 
+TEST_F(CrashTest, ReadOnlyOpenRollsBackAWriteKilledInsideABatch) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  const std::vector<std::string> committed{"committed one", "committed two", "committed three"};
+  KillInsideALargeBatch(path, committed);
+
+  uint32_t reader = OpenForReading(path);
+  ASSERT_NE(reader, 0u) << LastError();
+  EXPECT_EQ(WalkTexts(reader), committed);
+  EXPECT_EQ(EngCountDocuments(reader, KSENG_WALK_DOCUMENTS), committed.size());
+  EXPECT_EQ(Search(reader, "committed").size(), committed.size());
+  EXPECT_TRUE(Search(reader, "uncommitted").empty());
+  EXPECT_EQ(EngCloseDatabase(reader), 1);
+  // The rollback's connection is closed and its journal gone.
+  EXPECT_EQ(ListFolder(Folder()), std::set<std::string>{"test.kst"});
+
+  // The recovered file is an ordinary one again: reading leaves it as it is.
+  std::string recovered = ReadFile(path);
+  reader = OpenForReading(path);
+  ASSERT_NE(reader, 0u) << LastError();
+  EXPECT_EQ(WalkTexts(reader), committed);
+  EngCloseDatabase(reader);
+  EXPECT_EQ(ReadFile(path), recovered);
+}
+
+TEST_F(CrashTest, ReaderThatMayNotWriteSaysHowToRecoverAndChangesNothing) {
+  std::string path = Path();
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
+  KillInsideALargeBatch(path, {"committed"});
+  std::string journal = path + "-journal";
+  // Readable by anyone, writable by nobody but the owner, in a folder that
+  // only its owner may write.
+  ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+  ASSERT_EQ(chmod(journal.c_str(), 0644), 0);
+  ASSERT_EQ(chmod(Folder().c_str(), 0555), 0);
   std::string before = ReadFile(path);
-  EXPECT_FAILS(OpenForReading(path), 0u, KSENG_ERR_BUSY);
+  std::string journal_before = ReadFile(journal);
+  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
+    return OpenForReading(path) == 0 && EngLastError(0) == KSENG_ERR_INTERRUPTED;
+  }));
+  ASSERT_EQ(chmod(Folder().c_str(), 0700), 0);
   EXPECT_EQ(ReadFile(path), before);
+  EXPECT_EQ(ReadFile(journal), journal_before);
 
+  // Once its owner has opened it for writing, anyone may read it.
   uint32_t writer = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READ);
   ASSERT_NE(writer, 0u) << LastError();
-  EXPECT_EQ(WalkTexts(writer), std::vector<std::string>{"committed"});
   EngCloseDatabase(writer);
-  uint32_t reader = OpenForReading(path);
-  EXPECT_NE(reader, 0u) << LastError();
-  EngCloseDatabase(reader);
+  EXPECT_TRUE(AsOrdinaryUser(Folder(), [&] {
+    uint32_t reader = OpenForReading(path);
+    bool ok = reader != 0 && WalkTexts(reader) == std::vector<std::string>{"committed"};
+    EngCloseDatabase(reader);
+    return ok;
+  }));
 }
 
 }  // namespace

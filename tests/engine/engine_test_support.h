@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -165,6 +168,24 @@ inline int32_t AddPiece(uint32_t db, const char* text, int32_t kind = KSENG_KIND
 inline uint64_t SaveFinal(uint32_t db) {
   uint64_t id = 0;
   return EngSaveDocument(db, nullptr, nullptr, 1, &id) == KSENG_STATUS_TAKEN ? id : 0;
+}
+
+// Runs `check` in a child process with the rights of an ordinary user
+// (nobody) when the tests run as root, who may read and write any file;
+// otherwise in this process.  Returns the check's result.
+template <typename Check>
+bool AsOrdinaryUser(const std::string& folder, Check&& check) {
+  if (geteuid() != 0) return check();
+  chmod(folder.c_str(), 0755);  // let the ordinary user reach the file
+  pid_t child = fork();
+  if (child == 0) {
+    bool ok = setgid(65534) == 0 && setuid(65534) == 0 && check();
+    _exit(ok ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  chmod(folder.c_str(), 0700);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 // A test's own folder and a database file in it.

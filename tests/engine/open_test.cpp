@@ -12,24 +12,6 @@ namespace {
 
 using Files = std::set<std::string>;
 
-// Runs `check` in a child process with the rights of an ordinary user
-// (nobody) when the tests run as root, who may read and write any file;
-// otherwise in this process.  Returns the check's result.
-template <typename Check>
-bool AsOrdinaryUser(const std::string& folder, Check&& check) {
-  if (geteuid() != 0) return check();
-  chmod(folder.c_str(), 0755);  // let the ordinary user reach the file
-  pid_t child = fork();
-  if (child == 0) {
-    bool ok = setgid(65534) == 0 && setuid(65534) == 0 && check();
-    _exit(ok ? 0 : 1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  chmod(folder.c_str(), 0700);
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 class OpenTest : public EngineTest {
  protected:
   // Opens `path` both ways; each must fail with `error`, leave the bytes as
