@@ -66,6 +66,14 @@ check bad-type-name 2 "$ksimp" import "$db" "$work/notes.txt" --type nonsense
 check no-command 2 "$ksimp"
 check delimiter-and-attachments 2 "$ksimp" import "$db" "$work/notes.txt" --delimiter blankline --save-attachments
 contains exclusion-text "$work/err" "You cannot set the Save Attachments option  when a document Delimiter is defined."
+# The library reads "|" in a name as the border between two files: a file
+# whose name holds one is refused, and nothing of the command is imported.
+printf 'not this' >"$work/a"
+printf 'this' >"$work/a|b.txt"
+check bar-in-name 2 "$ksimp" import "$db" "$work/notes.txt" "$work/a|b.txt" --quiet
+contains bar-in-name-said "$work/err" "cannot import $work/a|b.txt: its name holds \"|\""
+check bar-in-name-nothing-imported 0 "$ksimp" docs "$db"
+contains bar-in-name-still-three "$work/out" "3 document(s)"
 check option-not-offered 0 "$ksimp" import "$db" "$work/notes.txt" --full-header --quiet
 contains option-warning "$work/err" 'does not offer "Full Header"'
 

@@ -118,6 +118,21 @@ void RefuseDelimiterWithAttachments(const ImportRequest& r, const std::vector<st
   throw HostError(fmt::format("{}: {}", caption, text.data()), 2);
 }
 
+// The library's queue reads "|" as the border between two file names (and
+// drops the blanks after it), so a file whose own name holds a bar would be
+// imported as other files, or not found.  Such a name is refused before
+// anything is read or imported.
+void RefuseBarInFileNames(const std::vector<std::string>& files) {
+  for (const auto& file : files) {
+    if (file.find('|') == std::string::npos) continue;
+    throw HostError(fmt::format("cannot import {}: its name holds \"|\", which the import library "
+                                "reads as a separator between file names; rename the file or "
+                                "link it under a name without \"|\"",
+                                file),
+                    2);
+  }
+}
+
 struct ImportCommand {
   std::string path;
   std::vector<std::string> files;
@@ -173,6 +188,7 @@ struct ImportCommand {
   }
 
   void Run() {
+    RefuseBarInFileNames(files);
     ParseDelimiter(delimiter, request);
     ParseOrigin(origin, request);
     ParseLocation(location, request);
@@ -280,7 +296,10 @@ void AddImportCommand(CLI::App& parent) {
   auto command = std::make_shared<ImportCommand>();
   CLI::App* cmd = parent.add_subcommand("import", "Import files into a database");
   cmd->add_option("DB.kst", command->path, "Database to import into")->required();
-  cmd->add_option("FILE", command->files, "Files to import")->required();
+  cmd->add_option("FILE", command->files,
+                  "Files to import.  A name holding \"|\" is refused: the import library "
+                  "reads \"|\" as a separator between file names")
+      ->required();
   ImportRequest& r = command->request;
   cmd->add_option("--type", command->type,
                   "File type: a number, or " + FileTypeNames() +
