@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # ksimp end to end: the commands a person types, their output and exit
-# status.  Usage: ksimp_test.sh KSIMP
+# status.  Usage: ksimp_test.sh KSIMP ATTACH_FIXTURE
 set -uo pipefail
 ksimp=$1
+fixture=$2
 work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-test.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 export KESTRO_CONFIG_DIR=$work/config ODBCSYSINI=$work/odbc
@@ -30,6 +31,11 @@ contains() {  # contains NAME FILE TEXT
 lacks() {  # lacks NAME FILE TEXT
   if ! grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
     echo "FAIL $1: '$3' in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
+}
+
+file_is() {  # file_is NAME PATH CONTENT
+  if [ -f "$2" ] && [ "$(cat "$2")" = "$3" ]; then passes=$((passes + 1)); else
+    echo "FAIL $1: $2 does not hold '$3'"; failures=$((failures + 1)); fi
 }
 
 db=$work/t.kst
@@ -124,6 +130,26 @@ contains mbx-count "$work/out" "2 document(s) added"
 check mbx-docs 0 "$ksimp" docs "$mdb" --json
 contains mbx-fields "$work/out" '"text":"Subject[ two ]\r\nMailBox[ In ]\r\nMessage[ \r\n\r\nsecond\r\n ]"'
 contains mbx-attachment "$work/out" 'a.txt'
+
+# Export: every attachment is written, each under its own name inside its
+# document's .att folder, whatever name the database gives it.
+adb=$work/att.kst
+check create-att 0 "$ksimp" create "$adb"
+check attach 0 "$fixture" "$adb" 'with attachments' same.txt one same.txt two SAME.txt three \
+  ../../x four "$work/abs.txt" five .. six sub/dir/ seven 'C:\Mail\y.doc' eight
+check export-att 0 "$ksimp" export "$adb" "$work/ax/out"
+att=$work/ax/out/000001.att
+file_is att-first "$att/same.txt" one
+file_is att-second "$att/same (2).txt" two
+file_is att-third "$att/SAME (3).txt" three
+file_is att-dot-dot "$att/x" four
+file_is att-absolute "$att/abs.txt" five
+file_is att-only-dots "$att/attachment6" six
+file_is att-folder "$att/dir" seven
+file_is att-windows-path "$att/y.doc" eight
+if [ "$(find "$work/ax" -type f | wc -l)" -eq 9 ] && [ ! -e "$work/abs.txt" ]; then
+  passes=$((passes + 1)); else
+  echo "FAIL att-nothing-else:"; find "$work/ax" -type f | sed 's/^/  | /'; failures=$((failures + 1)); fi
 
 echo "$passes passed, $failures failed"
 [ "$failures" -eq 0 ]

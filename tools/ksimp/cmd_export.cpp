@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <set>
 
 #include "commands.h"
 #include "database.h"
@@ -14,6 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The longest file name the usual Linux file systems take, in bytes.
+constexpr size_t kMaxNameBytes = 255;
+// A longer tail after the last dot is taken as part of the name, so that
+// cutting a long name to kMaxNameBytes always leaves some of its stem.
+constexpr size_t kMaxExtensionBytes = 32;
+
 void WriteFile(const fs::path& path, const char* data, size_t size) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(data, static_cast<std::streamsize>(size));
@@ -21,13 +28,69 @@ void WriteFile(const fs::path& path, const char* data, size_t size) {
   if (!out) throw HostError(fmt::format("cannot write {}", path.string()));
 }
 
-// An attachment name as a file name inside the .att folder: no folders, no
-// way out of it.
-std::string SafeFileName(const std::string& name, uint32_t index) {
-  std::string safe = fs::path(name).filename().string();
-  if (safe.empty() || safe == "." || safe == "..") safe = fmt::format("attachment{}", index + 1);
-  return safe;
+bool IsUtf8Continuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
+
+// `text` cut to at most `size` bytes, not inside a UTF-8 sequence (at most
+// four bytes long); a text that is no UTF-8 there is cut at `size` itself.
+std::string CutToBytes(std::string text, size_t size) {
+  if (text.size() <= size) return text;
+  size_t end = size;
+  while (end > 0 && size - end < 3 && IsUtf8Continuation(text[end])) --end;
+  if (IsUtf8Continuation(text[end])) end = size;
+  text.resize(end);
+  return text;
+}
+
+// An attachment's name comes from the imported data, so it is made a plain
+// file name that can only land inside the .att folder: its last part after
+// any "/" or "\" (mail written on Windows names folders with "\"), without
+// leading dots (so neither ".." nor a hidden file), control characters made
+// "_".  A name with nothing left becomes "attachmentN".
+std::string BaseName(const std::string& name, uint32_t index) {
+  std::string base = name;
+  while (!base.empty() && (base.back() == '/' || base.back() == '\\')) base.pop_back();
+  const size_t slash = base.find_last_of("/\\");
+  if (slash != std::string::npos) base.erase(0, slash + 1);
+  base.erase(0, base.find_first_not_of('.'));
+  for (char& c : base) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '_';
+  }
+  if (base.empty()) base = fmt::format("attachment{}", index + 1);
+  return base;
+}
+
+// The file names given to one document's attachments.  A name already taken
+// gets " (2)", " (3)", ... before its extension, so that no attachment is
+// written over another.  Names are compared without regard to ASCII case, as
+// a folder on a file system that ignores case would compare them.
+class AttachmentNames {
+ public:
+  std::string Take(const std::string& name, uint32_t index) {
+    const std::string base = BaseName(name, index);
+    const size_t dot = base.find_last_of('.');
+    const bool has_extension = dot != std::string::npos && base.size() - dot <= kMaxExtensionBytes;
+    const std::string stem = has_extension ? base.substr(0, dot) : base;
+    const std::string extension = has_extension ? base.substr(dot) : std::string();
+    for (uint32_t number = 1;; ++number) {
+      const std::string suffix = number == 1 ? std::string() : fmt::format(" ({})", number);
+      const std::string candidate =
+          CutToBytes(stem, kMaxNameBytes - suffix.size() - extension.size()) + suffix + extension;
+      if (taken_.insert(Folded(candidate)).second) return candidate;
+    }
+  }
+
+ private:
+  static std::string Folded(std::string name) {
+    for (char& c : name) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return name;
+  }
+
+  std::set<std::string> taken_;
+};
 
 }  // namespace
 
@@ -39,7 +102,11 @@ void AddExportCommand(CLI::App& parent) {
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand("export", "Write each document's exact bytes to a folder");
   cmd->add_option("DB.kst", options->path, "Database")->required();
-  cmd->add_option("DIR", options->dir, "Folder to write into (created if missing)")->required();
+  cmd->add_option("DIR", options->dir,
+                  "Folder to write into (created if missing): DIR/000001.txt, ..., each "
+                  "document's attachments in DIR/000001.att/ under their base names, a name "
+                  "already taken there as \"name (2).ext\", \"name (3).ext\", ...")
+      ->required();
   cmd->callback([options] {
     Database db(options->path, KSENG_ACCESS_READ);
     std::error_code ec;
@@ -56,9 +123,10 @@ void AddExportCommand(CLI::App& parent) {
       const fs::path folder = fs::path(options->dir) / fmt::format("{:06}.att", ordinal);
       fs::create_directories(folder, ec);
       if (ec) throw HostError(fmt::format("cannot create {}: {}", folder.string(), ec.message()));
+      AttachmentNames names;
       for (uint32_t i = 0; i < attachments.size(); ++i) {
         const auto bytes = db.AttachmentBytes(id, i, attachments[i].size);
-        WriteFile(folder / SafeFileName(attachments[i].name, i), bytes.data(), bytes.size());
+        WriteFile(folder / names.Take(attachments[i].name, i), bytes.data(), bytes.size());
       }
     }
     fmt::print("Exported {} document(s) to {}\n", ordinal, options->dir);
