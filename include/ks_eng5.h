@@ -120,6 +120,7 @@ extern "C" {
  * it back (read-only file system, no permission): open the database once for
  * writing, as its owner */
 #define KSENG_ERR_INTERRUPTED 18
+#define KSENG_ERR_FULL 19 /* the disk or the file size limit is full */
 #define KSENG_ERR_PASSWORD_REQUIRED 4000
 #define KSENG_ERR_PASSWORD_WRONG 4001
 
@@ -213,7 +214,10 @@ KSENG_API int64_t EngFindDocument(uint32_t db, int32_t kind, const char* name);
  * gave.  *added (may be NULL) receives the number of documents made since
  * EngBeginAdd (or the previous EngEndAdd), all committed when this returns
  * (text appended to an existing document makes no new document).  A document
- * still being added stays pending and is not committed. */
+ * still being added stays pending and is not committed.  When the commit
+ * fails (KSENG_ERR_FULL when the disk or the file size limit is full), every
+ * document not committed before is lost, as after any failed write that
+ * rolls the batch back, and EngCountDocuments counts what the file holds. */
 KSENG_API int32_t EngEndAdd(uint32_t db, int32_t kind, uint64_t id, char marker, uint32_t* added);
 
 /* 17: hands a piece of a new document's text to the engine.  The first piece

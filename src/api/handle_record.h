@@ -29,6 +29,9 @@ struct ImportHandleRecord {
   uint32_t total_bytes = 0;    // grows as sources are queued
   uint32_t current_bytes = 0;  // advanced by the running importer
   uint32_t documents_added = 0;
+  // The database's documents when the run began: after a failure the count
+  // of documents added is what the database really holds beyond them.
+  uint64_t documents_at_start = 0;
   NumberFormatDefaults number_format;
   // Free for importers to share between files of one import.
   int32_t importer_value = 0;

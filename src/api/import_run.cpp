@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 
@@ -12,6 +14,7 @@
 #include "api/session_import_context.h"
 #include "api/temp_import_folder.h"
 #include "core/config_store.h"
+#include "core/engine_refusal.h"
 #include "core/error_codes.h"
 #include "ks_eng5.h"
 #include "registry/file_type_table.h"
@@ -34,7 +37,8 @@ uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t ho
     RecordError(handle, error_code::kInternal);
     if (const auto record = handles_.Find(handle)) {
       uint32_t ignored = 0;
-      CommitAddedDocuments(handle, record->database, &ignored);
+      CommitAddedDocuments(handle, record->database, std::string(), &ignored);
+      RecountDocumentsAdded(handle, record->database);
     }
     code = 0;
   }
@@ -54,6 +58,12 @@ uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t ho
 uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* result) {
   const std::optional<ImportHandleRecord> record = handles_.Find(handle);
   if (!record) return 0;
+  // One count per run, so that a failure can tell what really arrived; the
+  // engine keeps the count, it reads no table.
+  const uint64_t documents_at_start = EngCountDocuments(record->database, KSENG_WALK_DOCUMENTS);
+  handles_.Update(handle, [documents_at_start](ImportHandleRecord& r) {
+    r.documents_at_start = documents_at_start;
+  });
 
   bool first_file = true;
   uint32_t code = 1;
@@ -129,7 +139,10 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       importer.SetFirstFile(first_file);
       *result_code = static_cast<uint32_t>(importer.Run());
       if (carry != nullptr) *carry = importer.GetCarry();
-      CommitAddedDocuments(handle, database, result_code);
+      CommitAddedDocuments(handle, database, file_name, result_code);
+      // The documents counted as they were saved are not all in the database
+      // when the engine lost a batch (a full disk): count what is there.
+      if (*result_code == 0) RecountDocumentsAdded(handle, database);
       // Only a source imported whole is deleted: one cut short (a blank line
       // that ends a delimited file, an abort, a mailbox that gave nothing)
       // still holds what the database lacks.
@@ -157,14 +170,25 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
 // engine does not take additions on (read-only, or unknown to it) has nothing
 // to commit.
 void CImportSession::CommitAddedDocuments(uint32_t handle, uint32_t database,
-                                          uint32_t* result_code) {
+                                          const std::string& file_name, uint32_t* result_code) {
   char marker = '[';
   if (EngBeginAdd(database, &marker) == 0) return;
   uint32_t committed = 0;
   if (EngEndAdd(database, 0, 0, marker, &committed) == 0) {
+    const uint32_t cause = EngLastError(0);
     RecordError(handle, error_code::kCannotSaveDocument);
+    AddLogText(handle, CommitFailedText(cause, database, file_name) + "\r\n");
     *result_code = 0;
   }
+}
+
+void CImportSession::RecountDocumentsAdded(uint32_t handle, uint32_t database) {
+  const uint64_t now = EngCountDocuments(database, KSENG_WALK_DOCUMENTS);
+  if (EngLastError(0) != KSENG_OK) return;  // the count the importers kept stays
+  handles_.Update(handle, [now](ImportHandleRecord& r) {
+    const uint64_t added = now > r.documents_at_start ? now - r.documents_at_start : 0;
+    r.documents_added = static_cast<uint32_t>(std::min<uint64_t>(added, UINT32_MAX));
+  });
 }
 
 void CImportSession::ReleaseHandle(uint32_t handle) {

@@ -96,7 +96,13 @@ class CImportSession {
   bool ImportOneFile(uint32_t handle, uint32_t database, const SETDATA& queued,
                      const std::string& file_name, bool first_file, int64_t* carry,
                      uint32_t* result_code);
-  void CommitAddedDocuments(uint32_t handle, uint32_t database, uint32_t* result_code);
+  // Commits what the importer of `file_name` (empty when not known) added;
+  // a failure is recorded, logged with its cause, and sets *result_code to 0.
+  void CommitAddedDocuments(uint32_t handle, uint32_t database, const std::string& file_name,
+                            uint32_t* result_code);
+  // Sets the count of documents added to what the database really holds
+  // beyond the documents it had when the run began.
+  void RecountDocumentsAdded(uint32_t handle, uint32_t database);
   AttachmentRules AttachmentRulesOf(uint32_t handle);
   void AddSourceSizeToTotal(const SETDATA& record);
   bool DialogArgumentsValid(uint32_t handle, void* parent_window, uint32_t* result,

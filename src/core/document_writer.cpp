@@ -73,8 +73,10 @@ CDocumentWriter::Outcome CDocumentWriter::Save(std::string_view text, bool end_o
       status = EngSaveDocument(database_, nullptr, nullptr, 0, nullptr);
     }
     if (status != KSENG_STATUS_TAKEN) {
+      // Before the cancel, which sets the engine's last error anew.
+      const Outcome refused = Refused();
       Abandon();
-      return Outcome::kFailed;
+      return refused;
     }
     if (!end_of_document) {
       context_.SetCurrentBytes(source_position);
@@ -99,14 +101,19 @@ CDocumentWriter::Outcome CDocumentWriter::Finish(uint64_t source_position) {
   while ((status = EngSaveDocument(database_, named, nullptr, 1, &id)) == KSENG_STATUS_SAVE_FIRST) {
   }
   in_document_ = false;
-  if (status != KSENG_STATUS_TAKEN || id == 0) return Outcome::kFailed;
+  if (status != KSENG_STATUS_TAKEN || id == 0) return Refused();
   if (form_ != 0 && !EngAttachForm(database_, options_.entry_form_name.c_str())) {
-    return Outcome::kFailed;
+    return Refused();
   }
   last_document_ = id;
   ++documents_saved_;
   context_.RecordDocumentSaved(id, source_position);
   return Outcome::kSaved;
+}
+
+CDocumentWriter::Outcome CDocumentWriter::Refused() {
+  engine_error_ = EngLastError(0);
+  return Outcome::kFailed;
 }
 
 void CDocumentWriter::Abandon() {

@@ -18,7 +18,7 @@ class CDocumentWriter {
  public:
   enum class Outcome {
     kSaved,    // the piece was taken (and the document made, at its end)
-    kFailed,   // the engine refused; nothing of this document is stored
+    kFailed,   // the engine refused (engine_error() says why); nothing of it is stored
     kAborted,  // the import was aborted in the middle of the document
   };
 
@@ -55,11 +55,16 @@ class CDocumentWriter {
   // The entry form the options name, once Begin() found it; 0 without one.
   uint64_t form() const { return form_; }
   uint32_t documents_saved() const { return documents_saved_; }
+  // The engine's error code for the last refusal (kFailed), read before
+  // anything else was asked of the engine.
+  uint32_t engine_error() const { return engine_error_; }
   uint64_t last_document() const { return last_document_; }
 
  private:
   int32_t AddPiece(std::string_view text);
   Outcome Finish(uint64_t source_position);
+  // Keeps the engine's error for a refusal and answers kFailed.
+  Outcome Refused();
 
   ImportContext& context_;
   uint32_t database_;
@@ -69,5 +74,6 @@ class CDocumentWriter {
   uint64_t last_document_ = 0;  // the new documents go after this one
   bool in_document_ = false;    // the engine holds pieces of an unfinished document
   uint32_t documents_saved_ = 0;
+  uint32_t engine_error_ = 0;            // see engine_error()
   std::vector<Attachment> attachments_;  // for the next document begun
 };

@@ -1,5 +1,6 @@
 #include "core/import_base.h"
 
+#include "core/engine_refusal.h"
 #include "core/error_codes.h"
 #include "core/message_texts.h"
 #include "ks_eng5.h"
@@ -73,7 +74,7 @@ bool CIMPImportBase::SavePiece(std::string_view text, bool end_of_document, uint
       aborted_ = true;
       return false;
     case CDocumentWriter::Outcome::kFailed:
-      Fail(error_code::kCannotSaveDocument);
+      EngineRefused(writer_->engine_error());
       return false;
   }
   return false;
@@ -109,6 +110,11 @@ void CIMPImportBase::SetProgress(uint64_t position) {
 void CIMPImportBase::Fail(uint32_t code) {
   failed_ = true;
   context_->RecordError(code);
+}
+
+void CIMPImportBase::EngineRefused(uint32_t engine_error) {
+  Fail(error_code::kCannotSaveDocument);
+  Log(DocumentRefusedText(engine_error, database_, Options().file_name));
 }
 
 void CIMPImportBase::Log(std::string_view line) {

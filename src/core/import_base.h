@@ -102,8 +102,8 @@ class CIMPImportBase {
   // Hands a piece of a document to the document writer; `end_of_document`
   // is set on the last piece and `position` is the count of source bytes
   // read once it is stored.  False when the import must stop: the engine
-  // refused (98 recorded) or the import was aborted in the middle of the
-  // document.  An empty document is not stored and is no failure.
+  // refused (98 recorded, its cause logged) or the import was aborted in the
+  // middle of the document.  An empty document is not stored and is no failure.
   bool SavePiece(std::string_view text, bool end_of_document, uint64_t position);
   bool SaveDocument(std::string_view text, uint64_t position) {
     return SavePiece(text, true, position);
@@ -133,6 +133,11 @@ class CIMPImportBase {
 
   // Adds one line (without its line end) to the import log.
   void Log(std::string_view line);
+
+  // Records that the engine refused what the import handed it (98) and logs
+  // why, in words a user understands, with the source and the database:
+  // `engine_error` is the engine's last error, read right after the refusal.
+  void EngineRefused(uint32_t engine_error);
 
   // Records and logs a failed read of the source; returns 0.
   int ReadFailed();

@@ -25,10 +25,18 @@ class EngineError : public std::runtime_error {
   int sqlite_code_;  // the SQLite result behind it, 0 when SQLite was not involved
 };
 
+// Whether a failed write's errno says there is no room: the disk (or the
+// user's quota) is full, or the file reached the size limit the process runs
+// under.
+inline bool IsFullErrno(int error) {
+  return error == ENOSPC || error == EFBIG || error == EDQUOT;
+}
+
 // The engine's code for a failed file operation's errno: a missing file or
 // folder, a refusal (a read-only file system included), a file that exists
-// already, memory, and everything else as an input/output failure.
+// already, no room, memory, and everything else as an input/output failure.
 inline uint32_t ErrnoCode(int error) {
+  if (IsFullErrno(error)) return KSENG_ERR_FULL;
   switch (error) {
     case ENOENT:
     case ENOTDIR:

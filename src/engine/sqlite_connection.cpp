@@ -8,7 +8,7 @@
 
 namespace ks::engine {
 
-uint32_t EngineCodeFor(int rc) {
+uint32_t EngineCodeFor(int rc, int system_errno) {
   switch (rc & 0xff) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
@@ -19,9 +19,13 @@ uint32_t EngineCodeFor(int rc) {
       // A reader meeting the journal of an interrupted write cannot roll it
       // back: nothing can be read until a connection that may write does.
       return rc == SQLITE_READONLY_ROLLBACK ? KSENG_ERR_INTERRUPTED : KSENG_ERR_READONLY;
-    case SQLITE_IOERR:
     case SQLITE_FULL:
-      return KSENG_ERR_IO;
+      return KSENG_ERR_FULL;
+    case SQLITE_IOERR:
+      // SQLite says "full" only when a write came up short; a write refused
+      // outright (the file size limit: EFBIG, or ENOSPC on some file
+      // systems) is an I/O error whose errno tells the cause.
+      return IsFullErrno(system_errno) ? KSENG_ERR_FULL : KSENG_ERR_IO;
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
       return KSENG_ERR_NOT_DATABASE;
@@ -38,23 +42,42 @@ uint32_t EngineCodeFor(int rc) {
   }
 }
 
-void ThrowSqliteCode(int rc, const std::string& message) {
-  throw EngineError(EngineCodeFor(rc), fmt::format("sqlite error {}: {}", rc, message), rc);
+int SystemErrno(sqlite3* db, int rc) {
+  if (db == nullptr || (rc & 0xff) != SQLITE_IOERR) return 0;
+  int error = sqlite3_system_errno(db);
+  // sqlite3_system_errno() is not always set (a failed COMMIT runs the
+  // rollback in between; a write to the temporary file of a document being
+  // staged leaves it 0).  Each file keeps the errno of its last failed
+  // write: the database's own, then the temporary one.
+  if (error == 0 && (rc == SQLITE_IOERR_WRITE || rc == SQLITE_IOERR_TRUNCATE)) {
+    sqlite3_file_control(db, "main", SQLITE_FCNTL_LAST_ERRNO, &error);
+    if (error == 0) sqlite3_file_control(db, "temp", SQLITE_FCNTL_LAST_ERRNO, &error);
+  }
+  return error;
+}
+
+void ThrowSqliteCode(int rc, const std::string& message, int system_errno) {
+  std::string what = system_errno != 0
+                         ? fmt::format("sqlite error {} (errno {}): {}", rc, system_errno, message)
+                         : fmt::format("sqlite error {}: {}", rc, message);
+  throw EngineError(EngineCodeFor(rc, system_errno), what, rc);
 }
 
 void ThrowSqlite(sqlite3* db, int rc, const char* context) {
   int extended = db != nullptr ? sqlite3_extended_errcode(db) : rc;
   if ((extended & 0xff) != (rc & 0xff)) extended = rc;
-  ThrowSqliteCode(extended, fmt::format("{}: {}", context,
-                                        db != nullptr ? sqlite3_errmsg(db) : "no connection"));
+  ThrowSqliteCode(
+      extended,
+      fmt::format("{}: {}", context, db != nullptr ? sqlite3_errmsg(db) : "no connection"),
+      SystemErrno(db, extended));
 }
 
 Connection::Connection(const std::string& uri, int flags) {
   // A database handle is used by one thread at a time (the engine's rule for
   // its callers), so SQLite need not lock the connection on every call: with
   // its own mutex it takes one for each bind and step, several per document.
-  int rc = sqlite3_open_v2(uri.c_str(), &db_, flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX,
-                           nullptr);
+  int rc =
+      sqlite3_open_v2(uri.c_str(), &db_, flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc != SQLITE_OK) {
     std::string message = db_ != nullptr ? sqlite3_errmsg(db_) : "out of memory";
     sqlite3_close_v2(db_);
@@ -75,8 +98,8 @@ void Connection::Exec(const char* sql) {
   if (rc != SQLITE_OK) {
     std::string message = error != nullptr ? error : sqlite3_errmsg(db_);
     sqlite3_free(error);
-    ThrowSqliteCode(sqlite3_extended_errcode(db_) != SQLITE_OK ? sqlite3_extended_errcode(db_) : rc,
-                    message);
+    int extended = sqlite3_extended_errcode(db_) != SQLITE_OK ? sqlite3_extended_errcode(db_) : rc;
+    ThrowSqliteCode(extended, message, SystemErrno(db_, extended));
   }
 }
 

@@ -12,13 +12,19 @@
 
 namespace ks::engine {
 
+// The errno of the file operation behind the result `rc` of `db`, 0 when
+// there was none (or it is not known).  Read it before the next call on the
+// connection.
+int SystemErrno(sqlite3* db, int rc);
 // Throws EngineError for the SQLite result `rc` (extended codes welcome);
-// the message names `context` and SQLite's own text.
-[[noreturn]] void ThrowSqliteCode(int rc, const std::string& message);
-// As ThrowSqliteCode, with the connection's current error message.
+// the message names `context` and SQLite's own text.  `system_errno` is
+// SystemErrno() for the failure.
+[[noreturn]] void ThrowSqliteCode(int rc, const std::string& message, int system_errno = 0);
+// As ThrowSqliteCode, with the connection's current error message and errno.
 [[noreturn]] void ThrowSqlite(sqlite3* db, int rc, const char* context);
-// The KSENG_ERR_* code for an SQLite result code.
-uint32_t EngineCodeFor(int rc);
+// The KSENG_ERR_* code for an SQLite result code and the errno of the file
+// operation behind it (0 when none).
+uint32_t EngineCodeFor(int rc, int system_errno = 0);
 
 class Connection {
  public:

@@ -45,8 +45,15 @@ void SqliteDatabase::CommitBatch() {
                        settings_.Int(setting::kDocumentCount).value_or(0) + added_in_batch_);
     });
   }
+  try {
+    batch_.Commit();
+  } catch (...) {
+    // The commit was rolled back (no room for it, an I/O error): the batch
+    // is lost like one a statement lost, and so are its documents' counts.
+    LoseBatch();
+    throw;
+  }
   added_in_batch_ = 0;
-  batch_.Commit();
 }
 
 void SqliteDatabase::IndexAndCommit() {

@@ -68,8 +68,10 @@ bool Statement::Step() {
   // take the message first, the reset may replace it.
   std::string message = sqlite3_errmsg(db_);
   int extended = sqlite3_extended_errcode(db_);
+  if (extended == SQLITE_OK) extended = rc;
+  int system_errno = SystemErrno(db_, extended);
   sqlite3_reset(stmt_);
-  ThrowSqliteCode(extended != SQLITE_OK ? extended : rc, "step: " + message);
+  ThrowSqliteCode(extended, "step: " + message, system_errno);
 }
 
 void Statement::Run() {

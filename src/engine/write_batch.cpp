@@ -40,12 +40,14 @@ void WriteBatch::Commit() {
   if (rc == SQLITE_OK) return;
   std::string message = sqlite3_errmsg(connection_.get());
   int extended = sqlite3_extended_errcode(connection_.get());
+  if (extended == SQLITE_OK) extended = rc;
+  int system_errno = SystemErrno(connection_.get(), extended);
   // A failed COMMIT can leave the transaction open (SQLITE_BUSY); end it so
   // the connection stays usable and the outcome is plainly "not committed".
   if (connection_.InTransaction()) {
     sqlite3_exec(connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
-  ThrowSqliteCode(extended != SQLITE_OK ? extended : rc, "commit: " + message);
+  ThrowSqliteCode(extended, "commit: " + message, system_errno);
 }
 
 void WriteBatch::Abandon() noexcept {

@@ -151,5 +151,19 @@ if [ "$(find "$work/ax" -type f | wc -l)" -eq 9 ] && [ ! -e "$work/abs.txt" ]; t
   passes=$((passes + 1)); else
   echo "FAIL att-nothing-else:"; find "$work/ax" -type f | sed 's/^/  | /'; failures=$((failures + 1)); fi
 
+# A disk that fills up, here the file size limit of a shell (SIGXFSZ ignored,
+# so that the write fails instead): the summary counts only the documents
+# really kept, the log names the cause, and the exit status is 1.
+fdb=$work/full.kst
+check create-full 0 "$ksimp" create "$fdb"
+awk 'BEGIN { for (n = 1; n <= 3000; n++) printf "document %d %0900d\r\n\r\n", n, 0 }' >"$work/many.txt"
+room=$(( ($(stat -c %s "$fdb") + 300 * 1024) / 1024 ))
+check full-disk 1 bash -c 'trap "" XFSZ; ulimit -f "$0"; exec "$@"' "$room" \
+  "$ksimp" import "$fdb" "$work/many.txt" --delimiter blankline --quiet
+contains full-disk-count "$work/out" "0 document(s) added"
+contains full-disk-cause "$work/out" "The disk is full."
+check full-disk-still-opens 0 "$ksimp" docs "$fdb"
+contains full-disk-nothing-kept "$work/out" "0 document(s)"
+
 echo "$passes passed, $failures failed"
 [ "$failures" -eq 0 ]

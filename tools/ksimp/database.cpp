@@ -35,6 +35,8 @@ std::string EngineErrorText(uint32_t code) {
     case KSENG_ERR_INTERRUPTED:
       return "an interrupted write left a journal beside the database that must be rolled back: "
              "open the database once for writing, as the owner of the file and its folder";
+    case KSENG_ERR_FULL:
+      return "the disk or the file size limit is full";
     case KSENG_ERR_PASSWORD_REQUIRED:
       return "the database is protected by a password";
     case KSENG_ERR_PASSWORD_WRONG:

@@ -31,6 +31,7 @@ EntryFormRows::Outcome EntryFormRows::Add(std::span<const std::string> names,
   if (!anchor) return Outcome::kNoPlace;
   uint64_t entry = 0;
   if (EngOp251(database_, form_, &entry, marker_, "", location_, *anchor) == 0 || entry == 0) {
+    engine_error_ = EngLastError(0);
     return Outcome::kEntryNotCreated;
   }
   // The entry exists from here on: it is the import's last document whether
@@ -57,7 +58,9 @@ EntryFormRows::Outcome EntryFormRows::Add(std::span<const std::string> names,
   const bool taken = EngOp249(database_, static_cast<uint32_t>(entry & 0xFFFFFFFFu),
                               static_cast<uint32_t>(entry >> 32), 1,
                               static_cast<uint32_t>(records_.size()), records_.data()) != 0;
-  return taken ? Outcome::kAdded : Outcome::kFieldsRefused;
+  if (taken) return Outcome::kAdded;
+  engine_error_ = EngLastError(0);
+  return Outcome::kFieldsRefused;
 }
 
 }  // namespace ks::text

@@ -48,6 +48,8 @@ class EntryFormRows {
   Outcome Add(std::span<const std::string> names, std::span<const std::string> values);
 
   uint64_t last_entry() const { return anchor_; }
+  // The engine's error code for the last kEntryNotCreated or kFieldsRefused.
+  uint32_t engine_error() const { return engine_error_; }
 
  private:
   // Where the first entry goes when the import has placed nothing yet.
@@ -61,6 +63,7 @@ class EntryFormRows {
   char marker_;
   std::string value_suffix_;
   uint64_t anchor_ = 0;               // the import's last document; entries go after it
+  uint32_t engine_error_ = KSENG_OK;  // see engine_error()
   std::vector<KSENG_FIELD> records_;  // reused from row to row
   std::vector<std::string> values_;   // the values the records point into
 };

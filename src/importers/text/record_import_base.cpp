@@ -9,6 +9,7 @@
 #include "importers/text/byte_source.h"
 #include "importers/text/record_pipeline.h"
 #include "importers/text/record_reader.h"
+#include "ks_eng5.h"
 
 int CRecordImportBase::CheckFile(const std::string&) {
   return 1;
@@ -103,12 +104,22 @@ bool CRecordImportBase::StoreEntry(ks::text::EntryFormRows& entries,
       if (counted) Context().AddDocumentsAdded(1);
       SetProgress(record.position);
       return true;
-    case ks::text::EntryFormRows::Outcome::kEntryNotCreated:
+    case ks::text::EntryFormRows::Outcome::kEntryNotCreated: {
+      // A form (or a place) that is not there is the entry form's failure;
+      // anything else kept the engine from storing (a full disk).
+      const uint32_t cause = entries.engine_error();
+      if (cause != KSENG_OK && cause != KSENG_ERR_NO_DOCUMENT && cause != KSENG_ERR_ARGUMENT) {
+        EngineRefused(cause);
+        return false;
+      }
       Fail(error_code::kCannotOpenEntryForm);
       if (LogsMissingEntryForm()) Log(MessageText(error_code::kCannotOpenEntryForm));
       return false;
-    case ks::text::EntryFormRows::Outcome::kNoPlace:
+    }
     case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+      EngineRefused(entries.engine_error());
+      return false;
+    case ks::text::EntryFormRows::Outcome::kNoPlace:
       Fail(error_code::kCannotSaveDocument);
       return false;
   }
