@@ -41,8 +41,8 @@ void AppendUtf8(uint32_t code_point, std::string& out) {
 
 std::string PlainDecoding(std::string_view in, bool little_endian) {
   const auto unit = [&](size_t at) -> uint32_t {
-    const auto first = static_cast<uint8_t>(in[at]);
-    const auto second = static_cast<uint8_t>(in[at + 1]);
+    const uint32_t first = static_cast<uint8_t>(in[at]);
+    const uint32_t second = static_cast<uint8_t>(in[at + 1]);
     return little_endian ? (first | second << 8) : (first << 8 | second);
   };
   std::string out;
