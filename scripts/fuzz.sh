@@ -63,6 +63,9 @@ pick_compiler() {
 }
 
 build_targets() {
+  # clang, libFuzzer and the sanitizer runtimes come with the project's
+  # packages; nothing happens when they are all there.
+  "$root/scripts/install-deps.sh"
   local cc=${FUZZ_CC:-$(pick_compiler clang-14 clang)}
   local cxx=${FUZZ_CXX:-$(pick_compiler clang++-14 clang++)}
   # _GLIBCXX_ASSERTIONS bounds-checks string, string_view and vector

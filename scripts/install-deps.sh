@@ -12,6 +12,7 @@ packages=(
   libgtest-dev libgmock-dev
   libbenchmark-dev
   python3
+  clang-14 libclang-rt-14-dev llvm-14   # the fuzz targets: libFuzzer, sanitizer runtimes, symbolizer
 )
 
 missing=()
