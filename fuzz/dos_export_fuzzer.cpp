@@ -37,26 +37,6 @@ namespace {
 
 constexpr int32_t kDosExport = 1002;
 
-// A folder of this process's own, in memory where the system offers it,
-// removed when the process ends.
-const std::filesystem::path& WorkFolder() {
-  // Never destroyed, so that the removal at exit can still name it.
-  static const auto* const folder = [] {
-    std::error_code ec;
-    std::filesystem::path base = "/dev/shm";
-    if (!std::filesystem::is_directory(base, ec)) base = std::filesystem::temp_directory_path();
-    std::string pattern = (base / "ks_fuzz_dos_XXXXXX").string();
-    FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
-    const auto* made = new std::filesystem::path(pattern);
-    std::atexit([] {
-      std::error_code ignored;
-      std::filesystem::remove_all(WorkFolder(), ignored);
-    });
-    return made;
-  }();
-  return *folder;
-}
-
 // The text the importer reads from the file: a UTF-8 mark dropped, UTF-16
 // decoded; `unicode` says whether the file declared either.
 std::string SourceText(std::string_view file, bool* unicode) {
@@ -142,7 +122,7 @@ class TargetDatabase {
   }
 
  private:
-  std::string path_ = (WorkFolder() / "target.kst").string();
+  std::string path_ = (ks::fuzz::WorkFolder() / "target.kst").string();
   int inputs_ = 0;
   uint64_t last_ = 0;  // the last document read back
 };
@@ -159,7 +139,7 @@ uint32_t Queue(uint32_t handle, const std::string& path, bool ansi) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   // The import session reads and writes its configuration here, never the
   // user's own.
-  const std::filesystem::path config = WorkFolder() / "config";
+  const std::filesystem::path config = ks::fuzz::WorkFolder() / "config";
   std::filesystem::create_directories(config);
   ::setenv("KESTRO_CONFIG_DIR", config.c_str(), 1);
   return 0;
@@ -183,7 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     file.insert(std::min(filler_at, file.size()), long_text);
   }
 
-  const std::string source = (WorkFolder() / "export.txt").string();
+  const std::string source = (ks::fuzz::WorkFolder() / "export.txt").string();
   {
     std::ofstream out(source, std::ios::binary | std::ios::trunc);
     out.write(file.data(), static_cast<std::streamsize>(file.size()));

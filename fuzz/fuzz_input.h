@@ -13,8 +13,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 // Stops the run when `condition` is false: libFuzzer saves the input as a
 // crash, as for a sanitizer report.  Checks stay in every build type.
@@ -93,5 +95,25 @@ class PieceSizes {
  private:
   uint32_t state_;
 };
+
+// A folder of this process's own for targets that read or write files, in
+// memory where the system offers it, removed when the process ends.
+inline const std::filesystem::path& WorkFolder() {
+  // Never destroyed, so that the removal at exit can still name it.
+  static const auto* const folder = [] {
+    std::error_code ec;
+    std::filesystem::path base = "/dev/shm";
+    if (!std::filesystem::is_directory(base, ec)) base = std::filesystem::temp_directory_path();
+    std::string pattern = (base / "ks_fuzz_XXXXXX").string();
+    FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
+    const auto* made = new std::filesystem::path(pattern);
+    std::atexit([] {
+      std::error_code ignored;
+      std::filesystem::remove_all(WorkFolder(), ignored);
+    });
+    return made;
+  }();
+  return *folder;
+}
 
 }  // namespace ks::fuzz

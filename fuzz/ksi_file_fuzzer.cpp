@@ -41,26 +41,6 @@ namespace {
 using ks::core::ProfileFile;
 using ks::fuzz::FuzzInput;
 
-// A folder of this process's own, in memory where the system offers it,
-// removed when the process ends.
-const std::filesystem::path& WorkFolder() {
-  // Never destroyed, so that the removal at exit can still name it.
-  static const auto* const folder = [] {
-    std::error_code ec;
-    std::filesystem::path base = "/dev/shm";
-    if (!std::filesystem::is_directory(base, ec)) base = std::filesystem::temp_directory_path();
-    std::string pattern = (base / "ks_fuzz_ksi_XXXXXX").string();
-    FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
-    const auto* made = new std::filesystem::path(pattern);
-    std::atexit([] {
-      std::error_code ignored;
-      std::filesystem::remove_all(WorkFolder(), ignored);
-    });
-    return made;
-  }();
-  return *folder;
-}
-
 void WriteWholeFile(const std::string& path, std::string_view text) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(text.data(), static_cast<std::streamsize>(text.size()));
@@ -81,7 +61,7 @@ void CheckFileText(std::string_view text) {
     FUZZ_CHECK(error.line >= 1 && static_cast<size_t>(error.line) <= lines);
   }
 
-  const std::string path = (WorkFolder() / "settings.ksi").string();
+  const std::string path = (ks::fuzz::WorkFolder() / "settings.ksi").string();
   WriteWholeFile(path, text);
   CKSIFileHandler handler;
   const std::string column_header = handler.ReadColumnHeader(path);
@@ -122,7 +102,7 @@ void CheckRoundTrip(FuzzInput& in) {
   const std::string qualifier(in.ShortText(2));
   const bool consecutive = in.Flag();
 
-  const std::string path = (WorkFolder() / "written.ksi").string();
+  const std::string path = (ks::fuzz::WorkFolder() / "written.ksi").string();
   std::error_code ignored;
   std::filesystem::remove(path, ignored);
   CKSIFileHandler handler;
