@@ -27,18 +27,27 @@ namespace {
 
 using Mode = MailboxReader::Mode;
 
-void CheckCrLf(std::string_view text, std::string_view crlf) {
-  std::string kept_in;
-  std::string kept_out;
-  for (const char c : text) {
-    if (c != '\r' && c != '\n') kept_in += c;
+// Raw pointers and no coverage tracing: this check walks every byte twice,
+// and traced it cost the target more than the reader it checks.
+__attribute__((no_sanitize("coverage"))) void CheckCrLf(std::string_view text,
+                                                        std::string_view crlf) {
+  const char* in = text.data();
+  const char* const in_end = in + text.size();
+  const char* out = crlf.data();
+  const char* const out_end = out + crlf.size();
+  while (true) {
+    while (in != in_end && (*in == '\r' || *in == '\n')) ++in;
+    while (out != out_end && (*out == '\r' || *out == '\n')) {
+      if (*out == '\r') FUZZ_CHECK(out + 1 != out_end && out[1] == '\n');
+      if (*out == '\n') FUZZ_CHECK(out != crlf.data() && out[-1] == '\r');
+      ++out;
+    }
+    if (in == in_end || out == out_end) break;
+    FUZZ_CHECK(*in == *out);
+    ++in;
+    ++out;
   }
-  for (size_t i = 0; i < crlf.size(); ++i) {
-    if (crlf[i] == '\r') FUZZ_CHECK(i + 1 < crlf.size() && crlf[i + 1] == '\n');
-    if (crlf[i] == '\n') FUZZ_CHECK(i > 0 && crlf[i - 1] == '\r');
-    if (crlf[i] != '\r' && crlf[i] != '\n') kept_out += crlf[i];
-  }
-  FUZZ_CHECK(kept_in == kept_out);
+  FUZZ_CHECK(in == in_end && out == out_end);
 }
 
 // The document the mailbox import stores for a message.

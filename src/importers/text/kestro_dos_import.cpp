@@ -7,12 +7,12 @@
 #include <cstring>
 #include <vector>
 
+#include "importers/text/dos_export_splitter.h"
+
 namespace {
 
 // Large enough to read quickly, small enough that memory stays flat.
 constexpr size_t kBlockSize = 1 << 20;
-// A document that grows beyond this is handed to the engine in pieces.
-constexpr size_t kPieceSize = 1 << 20;
 // How the export ends a file written with documents ended by NUL pairs.
 constexpr char kEndMark[2] = {'\0', '\0'};
 
@@ -46,73 +46,40 @@ int CIMPKestroDos::CheckFile(const std::string& file_name) {
   return tail[count - 1] == '\0' ? 1 : 0;
 }
 
-bool CIMPKestroDos::EndDocument(uint64_t position) {
-  // An abort stops the import between documents; one already begun in the
-  // engine is finished.
-  if (!piece_sent_ && Aborted()) return false;
-  const bool saved = SavePiece(FromSource(document_, &scratch_), true, position);
-  document_.clear();
-  piece_sent_ = false;
-  return saved;
-}
+// Hands the splitter's pieces to the writer, converted from the source's
+// character set.
+class CIMPKestroDos::DocumentSink : public ks::text::DosExportSplitter::Sink {
+ public:
+  explicit DocumentSink(CIMPKestroDos& importer) : importer_(importer) {}
 
-bool CIMPKestroDos::HandOutPiece(uint64_t position) {
-  if (!piece_sent_ && Aborted()) return false;
-  // Cut after the last line end so that no line is split between pieces; a
-  // line longer than a piece is the one that must be cut where it stands.
-  const size_t line_end = document_.find_last_of("\r\n");
-  const size_t cut = line_end == std::string::npos ? document_.size() : line_end + 1;
-  const uint64_t held_back = document_.size() - cut;
-  const bool saved = SavePiece(FromSource(std::string_view(document_).substr(0, cut), &scratch_),
-                               false, position - held_back);
-  document_.erase(0, cut);
-  piece_sent_ = true;
-  return saved;
-}
+  bool Take(const ks::text::DosExportSplitter::Piece& piece) override {
+    // An abort stops the import between documents; one already begun in the
+    // engine is finished.
+    if (!piece.continues_document && importer_.Aborted()) return false;
+    return importer_.SavePiece(importer_.FromSource(piece.text, &scratch_), piece.ends_document,
+                               piece.position);
+  }
+
+ private:
+  CIMPKestroDos& importer_;
+  std::string scratch_;
+};
 
 int CIMPKestroDos::ImportSource() {
   char tail[2] = {};
   const bool pairs_end_documents = ReadLastBytes(Source().path(), tail) == 2 && tail[0] == '\0';
+  DocumentSink sink(*this);
+  ks::text::DosExportSplitter splitter(pairs_end_documents, sink);
 
   std::vector<char> block(kBlockSize);
-  uint64_t position = 0;     // source bytes read so far
-  bool pending_nul = false;  // a NUL that a next NUL may pair with
   while (!Aborted()) {
     const ssize_t got = Source().Read(block.data(), block.size());
     if (got < 0) return ReadFailed();
     if (got == 0) break;
-    std::string_view rest(block.data(), static_cast<size_t>(got));
-    uint64_t at = position;  // source offset of rest's first byte
-    position += static_cast<uint64_t>(got);
-    while (!rest.empty()) {
-      if (pending_nul) {
-        pending_nul = false;
-        if (rest.front() == '\0') {
-          rest.remove_prefix(1);
-          ++at;
-          if (!EndDocument(at)) return Failed() ? 0 : 1;
-          continue;
-        }
-        document_ += '\n';  // a lone NUL is a line break
-      }
-      const size_t nul = rest.find('\0');
-      if (nul == std::string_view::npos) {
-        document_.append(rest);
-        break;
-      }
-      document_.append(rest.substr(0, nul));
-      rest.remove_prefix(nul + 1);
-      at += nul + 1;
-      if (pairs_end_documents) {
-        pending_nul = true;
-      } else if (!EndDocument(at)) {
-        return Failed() ? 0 : 1;
-      }
+    if (!splitter.Feed(std::string_view(block.data(), static_cast<size_t>(got)))) {
+      return Failed() ? 0 : 1;
     }
-    if (document_.size() > kPieceSize && !HandOutPiece(position)) return Failed() ? 0 : 1;
   }
   if (WasAborted()) return 1;
-  if (pending_nul) document_ += '\n';
-  if ((!document_.empty() || piece_sent_) && !EndDocument(position)) return Failed() ? 0 : 1;
-  return 1;
+  return (splitter.Finish() || !Failed()) ? 1 : 0;
 }

@@ -16,9 +16,9 @@
 // as one when its last two bytes are the export's end mark, two NULs, or
 // else when its last byte is NUL; an empty file is not one.
 //
-// The file is read block by block; a document longer than a block reaches
-// the engine in pieces cut after line ends, so memory stays at a block and a
-// piece whatever the file holds.
+// The file is read block by block and cut by DosExportSplitter; a document
+// longer than a block reaches the engine in pieces cut after line ends, so
+// memory stays at a block and a piece whatever the file holds.
 #pragma once
 
 #include <string>
@@ -34,13 +34,5 @@ class CIMPKestroDos : public CRecordImportBase {
   int ImportSource() override;
 
  private:
-  // Hands the document collected so far to the writer: whole when it ends
-  // here, else as much as ends at a line end once it has grown beyond a
-  // piece.  False when the import must stop.
-  bool EndDocument(uint64_t position);
-  bool HandOutPiece(uint64_t position);
-
-  std::string document_;     // text of the current document not yet handed out
-  bool piece_sent_ = false;  // part of the current document is with the engine already
-  std::string scratch_;
+  class DocumentSink;
 };

@@ -31,17 +31,24 @@ constexpr std::uintmax_t kMaxSettingsFileBytes = 16 * 1024 * 1024;
 
 enum class Load { kRead, kMissing, kUnreadable };
 
-Load LoadProfile(const std::string& path, std::optional<ProfileFile>* profile) {
+Load LoadText(const std::string& path, std::string* text) {
   std::error_code ec;
   if (!std::filesystem::exists(path, ec)) return ec ? Load::kUnreadable : Load::kMissing;
   const std::uintmax_t size = std::filesystem::file_size(path, ec);
   if (ec || size > kMaxSettingsFileBytes) return Load::kUnreadable;
   std::ifstream in(path, std::ios::binary);
   if (!in) return Load::kUnreadable;
-  std::string text(static_cast<size_t>(size), '\0');
-  in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text->assign(static_cast<size_t>(size), '\0');
+  in.read(text->data(), static_cast<std::streamsize>(text->size()));
   if (in.bad()) return Load::kUnreadable;
-  text.resize(static_cast<size_t>(in.gcount()));
+  text->resize(static_cast<size_t>(in.gcount()));
+  return Load::kRead;
+}
+
+Load LoadProfile(const std::string& path, std::optional<ProfileFile>* profile) {
+  std::string text;
+  const Load load = LoadText(path, &text);
+  if (load != Load::kRead) return load;
   *profile = ProfileFile::Parse(text, ProfileFile::Strictness::kLenient);
   return *profile ? Load::kRead : Load::kUnreadable;
 }
@@ -103,11 +110,14 @@ bool UpdateProfile(const std::string& path, Change change) {
 }  // namespace
 
 std::string CKSIFileHandler::ReadColumnHeader(const std::string& path) {
-  std::optional<ProfileFile> loaded;
-  if (LoadProfile(path, &loaded) != Load::kRead) {
-    loaded = ProfileFile::Parse("", ProfileFile::Strictness::kLenient);
-  }
-  const ProfileFile& profile = *loaded;
+  std::string text;
+  if (LoadText(path, &text) != Load::kRead) text.clear();
+  return ColumnHeaderFromText(text);
+}
+
+std::string CKSIFileHandler::ColumnHeaderFromText(std::string_view text) {
+  // A lenient parse takes any text.
+  const ProfileFile profile = *ProfileFile::Parse(text, ProfileFile::Strictness::kLenient);
 
   const std::string type = ReadValueOr(profile, kTypeSection, "type", "");
   // Read as profile integers are: leading digits, and 0 for a negative count.

@@ -40,6 +40,8 @@ class CKSIFileHandler {
   // file that is missing or cannot be read gives the defaults: an empty type
   // and so a fixed-width string of no columns ("T=FXD", "N=0").
   std::string ReadColumnHeader(const std::string& path);
+  // The same from the text of a settings file.
+  std::string ColumnHeaderFromText(std::string_view text);
   int32_t Kind() const { return kind_; }
 
   // Each write changes only its own keys of the file at `path` (creating the

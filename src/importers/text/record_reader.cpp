@@ -5,7 +5,7 @@ namespace ks::text {
 RecordReader::RecordReader(ByteSource& source, size_t max_record_bytes)
     : source_(source),
       max_record_bytes_(max_record_bytes),
-      block_(std::make_unique<char[]>(kBlockSize)) {}
+      block_(std::make_unique_for_overwrite<char[]>(kBlockSize)) {}
 
 void RecordReader::BuildStopTables(char qualifier) {
   stops_outside_.fill(0);
