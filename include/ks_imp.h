@@ -189,14 +189,18 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
  *                          or not at all (fixed-width)
  * 17 date_to               date range: to
  * 18 full_header           Yes/No: keep the full header of mail messages
- * 19 message_date_from     message date range: from
+ * 19 message_date_from     message date range: from ("MM/DD/YYYY"; mail
+ *                          sources take a message whose Date line falls on
+ *                          or between the two days, and every message whose
+ *                          date cannot be read)
  * 20 save_attachments      Yes/No
  * 21 message_date_to       message date range: to
  * 22 filter_name           name of an external text filter, or empty
  * 23 delete_after_import   1: delete the file after a successful import when
  *                          it lies in the library's temporary import folder
  *                          ($TMPDIR, else /tmp, followed by "/KSTmpImp/")
- * 24 reserved              pass 0
+ * 24 import_attachments    Yes/No: mail sources import their attachments
+ *                          into the message's document text
  * 25 imap_server           IMAP server name
  * 26 imap_user             IMAP user name
  * 27 imap_password         IMAP password
@@ -215,7 +219,7 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
     const char* date_from, int32_t sort_order, int32_t use_stored_settings, const char* date_to,
     int32_t full_header, const char* message_date_from, int32_t save_attachments,
     const char* message_date_to, const char* filter_name, int32_t delete_after_import,
-    int32_t reserved, const char* imap_server, const char* imap_user, const char* imap_password,
+    int32_t import_attachments, const char* imap_server, const char* imap_user, const char* imap_password,
     const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
     const char* firewall_password, int32_t firewall_type, int32_t imap_port);
 

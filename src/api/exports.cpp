@@ -52,7 +52,7 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
     const char* date_from, int32_t sort_order, int32_t use_stored_settings, const char* date_to,
     int32_t full_header, const char* message_date_from, int32_t save_attachments,
     const char* message_date_to, const char* filter_name, int32_t delete_after_import,
-    int32_t reserved, const char* imap_server, const char* imap_user, const char* imap_password,
+    int32_t import_attachments, const char* imap_server, const char* imap_user, const char* imap_password,
     const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
     const char* firewall_password, int32_t firewall_type, int32_t imap_port) {
   return GuardExport([&] {
@@ -80,7 +80,7 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
     record.message_date_to = TextOrEmpty(message_date_to);
     record.filter_name = TextOrEmpty(filter_name);
     record.delete_after_import = delete_after_import;
-    record.reserved = reserved;
+    record.import_attachments = import_attachments;
     record.imap_server = TextOrEmpty(imap_server);
     record.imap_user = TextOrEmpty(imap_user);
     record.imap_password = TextOrEmpty(imap_password);

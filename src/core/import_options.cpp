@@ -26,6 +26,7 @@ ImportOptions ImportOptions::FromSetData(const SETDATA& record) {
   options.use_stored_settings = record.use_stored_settings != 0;
   options.full_header = record.full_header != 0;
   options.save_attachments = record.save_attachments != 0;
+  options.import_attachments = record.import_attachments != 0;
   options.filter_name = record.filter_name;
   options.delete_after_import = record.delete_after_import != 0;
   return options;
@@ -50,6 +51,7 @@ void ImportOptions::WriteTo(SETDATA& record) const {
   record.use_stored_settings = use_stored_settings ? 1 : 0;
   record.full_header = full_header ? 1 : 0;
   record.save_attachments = save_attachments ? 1 : 0;
+  record.import_attachments = import_attachments ? 1 : 0;
   record.filter_name = filter_name;
   record.delete_after_import = delete_after_import ? 1 : 0;
 }
@@ -89,8 +91,10 @@ ImportOptions ImportOptions::ForcedToMask(uint32_t option_mask) const {
     narrowed.message_date_to = defaults.message_date_to;
   }
   if (!offers(ImportOption::kFullHeader)) narrowed.full_header = defaults.full_header;
-  if (!offers(ImportOption::kSaveAttachments))
+  if (!offers(ImportOption::kSaveAttachments)) {
     narrowed.save_attachments = defaults.save_attachments;
+    narrowed.import_attachments = defaults.import_attachments;
+  }
   if (!offers(ImportOption::kUseFilter)) narrowed.filter_name = defaults.filter_name;
   return narrowed;
 }

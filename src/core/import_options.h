@@ -78,10 +78,17 @@ struct ImportOptions {
   bool use_stored_settings = false;
   bool full_header = false;
   bool save_attachments = false;
+  // Mail: each attachment is imported into the message's document text
+  // through the importer of its type.  Offered with "Save Attachments".
+  bool import_attachments = false;
   std::string filter_name;  // a filter of the external filter program; empty: none
 
   // Not an option of the mask: a property of where the file came from.
   bool delete_after_import = false;
+  // Not an option of the mask either: set by an e-mail profile run that
+  // imports only what is new.  A mailbox importer starts reading at this
+  // byte offset, which is the start of a message's separator line.
+  uint64_t start_offset = 0;
 
   // The options carried by a queue record.  The entry form name and the
   // named document are taken only when their flags are set, and a non-zero

@@ -32,7 +32,7 @@ struct SETDATA {
   std::string message_date_to;         // 21
   std::string filter_name;             // 22
   int32_t delete_after_import = 0;     // 23: honoured only inside the temporary import folder
-  int32_t reserved = 0;                // 24
+  int32_t import_attachments = 0;      // 24: mail: attachments into the document text
 
   std::string imap_server;        // 25
   std::string imap_user;          // 26

@@ -97,7 +97,7 @@ inline auto Fields(const SETDATA& r) {
                   r.delimiter_lines, r.delimiter_string, r.file_origin_ansi,
                   r.auto_field_recognition, r.date_from, r.sort_order, r.use_stored_settings,
                   r.date_to, r.full_header, r.message_date_from, r.save_attachments,
-                  r.message_date_to, r.filter_name, r.delete_after_import, r.reserved,
+                  r.message_date_to, r.filter_name, r.delete_after_import, r.import_attachments,
                   r.imap_server, r.imap_user, r.imap_password, r.imap_mailbox, r.firewall_server,
                   r.firewall_user, r.firewall_password, r.firewall_type, r.imap_port);
 }
