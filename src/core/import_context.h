@@ -58,4 +58,13 @@ class ImportContext {
   // goes up by one and the progress moves to `bytes`, in one step (this runs
   // once per imported row).
   virtual void RecordDocumentSaved(uint64_t document, uint64_t bytes) = 0;
+
+  // Mail: imports `content`, an attachment named `file_name` of the
+  // document saved last, into the end of that document's text through the
+  // importer of its type.  False, with a log line saying why, when its type
+  // has no importer or its import fails; the message's document stays.
+  virtual bool ImportAttachmentIntoDocument(const std::string& /*file_name*/,
+                                            std::string_view /*content*/) {
+    return false;
+  }
 };

@@ -29,6 +29,7 @@ ImportOptions ImportOptions::FromSetData(const SETDATA& record) {
   options.import_attachments = record.import_attachments != 0;
   options.filter_name = record.filter_name;
   options.delete_after_import = record.delete_after_import != 0;
+  options.start_offset = record.start_offset;
   return options;
 }
 
@@ -54,6 +55,7 @@ void ImportOptions::WriteTo(SETDATA& record) const {
   record.import_attachments = import_attachments ? 1 : 0;
   record.filter_name = filter_name;
   record.delete_after_import = delete_after_import ? 1 : 0;
+  record.start_offset = start_offset;
 }
 
 ImportOptions ImportOptions::ForcedToMask(uint32_t option_mask) const {

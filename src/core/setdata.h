@@ -43,4 +43,8 @@ struct SETDATA {
   std::string firewall_password;  // 31
   int32_t firewall_type = 0;      // 32
   int32_t imap_port = 0;          // 33: low 16 bits only
+
+  // Not an argument: set by an e-mail profile run that imports only what
+  // is new (ImportOptions::start_offset).
+  uint64_t start_offset = 0;
 };
