@@ -174,7 +174,8 @@ uint32_t CImportSession::Abort(uint32_t handle) {
 
 uint32_t CImportSession::GetCurFile(uint32_t handle, char* buffer) {
   if (buffer == nullptr) return 0;
-  if (IsImportingAttachments()) {
+  // The e-mail import shows its own current item instead.
+  if (!IsEmailMode() && IsImportingAttachments()) {
     CopyPathSizedText(MessageText(error_code::kImportingAttachments), buffer);
     return 1;
   }

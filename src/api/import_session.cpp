@@ -7,6 +7,13 @@ void CImportSession::AddAttachment(tagIMPORTATTACH attachment) {
   attachments_.push_back(std::move(attachment));
 }
 
+void CImportSession::RemoveAttachment(uint32_t import_handle) {
+  SessionGuard guard(locks_);
+  std::erase_if(attachments_, [import_handle](const tagIMPORTATTACH& attachment) {
+    return attachment.import_handle == import_handle;
+  });
+}
+
 size_t CImportSession::AttachmentCount() {
   SessionGuard guard(locks_);
   return attachments_.size();

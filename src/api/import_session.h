@@ -50,6 +50,9 @@ class CImportSession {
 
   // ---- Attachments waiting to be imported --------------------------------
   void AddAttachment(tagIMPORTATTACH attachment);
+  // Takes the entry of the attachment imported under `import_handle` off the
+  // list; nothing when an abort has emptied the list already.
+  void RemoveAttachment(uint32_t import_handle);
   size_t AttachmentCount();
 
   // ---- Session flags ----------------------------------------------------
@@ -85,6 +88,9 @@ class CImportSession {
   // The factory the run creates importers with; an empty one restores the
   // file-type table.
   void SetImporterFactory(ImporterFactory factory);
+  // An importer from that factory, for a file the run imports on the way (a
+  // mail attachment).
+  CreatedImporter CreateImporter(int32_t file_type) { return importer_factory_(file_type); }
 
   SessionLock& Lock() { return locks_.session; }
 

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "api/attachment_import.h"
+
 void SessionImportContext::Log(std::string_view line) {
   std::string text(line);
   text += "\r\n";
@@ -25,4 +27,9 @@ void SessionImportContext::RecordDocumentSaved(uint64_t document, uint64_t bytes
     r.documents_added = SaturatingAdd(r.documents_added, 1);
     r.current_bytes = SaturatingAdd(0, bytes);
   });
+}
+
+bool SessionImportContext::ImportAttachmentIntoDocument(const std::string& file_name,
+                                                        std::string_view content) {
+  return ::ImportAttachmentIntoDocument(session_, *this, file_name, content);
 }

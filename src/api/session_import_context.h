@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "api/import_session.h"
@@ -40,6 +41,10 @@ class SessionImportContext final : public ImportContext {
   uint64_t LastDocument() override;
   void SetLastDocument(uint64_t document) override;
   void RecordDocumentSaved(uint64_t document, uint64_t bytes) override;
+  // Through the importer of the attachment's type, under an import handle
+  // of its own (attachment_import.h).
+  bool ImportAttachmentIntoDocument(const std::string& file_name,
+                                    std::string_view content) override;
 
  private:
   CImportSession& session_;
