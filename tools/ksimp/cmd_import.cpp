@@ -58,8 +58,9 @@ uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const Imp
       r.delimiter_lines, r.delimiter_string.c_str(), r.origin_ansi, r.auto_fields ? 1 : 0,
       r.date_from.c_str(), r.sort_descending, r.stored_settings ? 1 : 0, r.date_to.c_str(),
       r.full_header ? 1 : 0, r.message_date_from.c_str(), r.save_attachments ? 1 : 0,
-      r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0, 0, nullptr, nullptr,
-      nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0);
+      r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0,
+      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
+      0);
 }
 
 std::string OptionLabel(uint32_t option) {
@@ -84,7 +85,8 @@ uint32_t RequestedOptions(const ImportRequest& r, const std::vector<std::string>
   if (r.stored_settings) options |= KSIMP_OPT_STORED_SETTINGS;
   if (was_given("--message-date-range")) options |= KSIMP_OPT_MESSAGE_DATE_RANGE;
   if (r.full_header) options |= KSIMP_OPT_FULL_HEADER;
-  if (r.save_attachments) options |= KSIMP_OPT_SAVE_ATTACHMENTS;
+  // Importing attachments is offered with saving them, by the same option bit.
+  if (r.save_attachments || r.import_attachments) options |= KSIMP_OPT_SAVE_ATTACHMENTS;
   if (!r.filter.empty()) options |= KSIMP_OPT_FILTER;
   return options;
 }
@@ -318,6 +320,9 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_flag("--full-header", r.full_header, "Keep the full header of mail messages");
   cmd->add_flag("--save-attachments", r.save_attachments,
                 "Save attachments (mail), or the original file as an attachment");
+  cmd->add_flag("--import-attachments", r.import_attachments,
+                "Mail: import each attachment file a message names into the end of the "
+                "message's document, through the importer of its type (text, HTML, rich text)");
   cmd->add_option("--attachments-dir", command->attachment_folders,
                   "A folder attachment files named in messages may be read from, besides the "
                   "mailbox's own folder (repeatable)");

@@ -25,6 +25,7 @@ struct ImportRequest {
   bool stored_settings = false;
   bool full_header = false;
   bool save_attachments = false;
+  bool import_attachments = false;  // mail: attachments' text into the message's document
   std::string filter;
   bool delete_after = false;
 };
