@@ -433,30 +433,176 @@ KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* 
                                                   uint32_t* message);
 
 /* ---- E-mail imports ---------------------------------------------------- */
-/* Declared for the host; e-mail imports are not available in this build yet.
- * Each returns its failure value (0, or nothing) and changes nothing. */
+/* An e-mail profile remembers, under a name the user chose, what to import
+ * from where and into which database: the mail application, its mail store
+ * and the mailboxes or folders selected there, which messages (all, those
+ * between two dates, or those new since the last import) and the import
+ * options.  Profiles are kept per user, readable by their owner only, in the
+ * folder "profiles" of the configuration folder ($KESTRO_CONFIG_DIR, else
+ * $XDG_CONFIG_HOME/kestro, else ~/.config/kestro): one ".emw" file each and
+ * the list "Profiles.inf" in the user's order.
+ *
+ * Running profiles:
+ *   h = KSIMP_InitEmailImportUsingFileHandle(db);   e-mail mode from here
+ *   KSIMP_AddEmailProfileToImport(h, "Work"); ...   in the order to run
+ *   KSIMP_Import(h, 0, 0, &carry, &added);          runs KSIMP_ImportEmail
+ * Each profile imports into the database it names: the host's own database
+ * (given here or with KSIMP_AddKSFileHandle) when it is the same file, else
+ * the library opens and closes it.  Eudora profiles read their mailboxes as
+ * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX;
+ * Outlook, Outlook Express and IMAP profiles cannot be run by this build
+ * (error 12003 and a log line).  Per profile the log of `h` says what
+ * happened in the profile messages below (a profile's name in place of the
+ * first %s) and how many documents it added.
+ *
+ * A profile that selects new messages imports, on its first run, every
+ * message dated on or after its start date (every message when it has
+ * none).  After each successful run its start date becomes the day of that
+ * run, and the library remembers beside the profile how far each mailbox was
+ * read: the next run reads only what was appended since, even on the same
+ * day.  A mailbox that was rewritten in the meantime (compacted, replaced)
+ * is read again from its start, taking the messages dated on or after the
+ * start date.  A run that fails leaves the start date as it was. */
 
-/* Handle of an e-mail import into `database`. */
+/* Mail applications (a profile's TYPE). */
+#define KSIMP_MAIL_OUTLOOK 1400
+#define KSIMP_MAIL_OUTLOOK_EXPRESS 1401
+#define KSIMP_MAIL_NETSCAPE 1402
+#define KSIMP_MAIL_EUDORA 1403
+#define KSIMP_MAIL_POCOMAIL 1404
+#define KSIMP_MAIL_IMAP 1405
+
+/* Message selections (a profile's TYPE_MSG). */
+#define KSIMP_SELECT_NEW 0     /* new messages since DATE_START */
+#define KSIMP_SELECT_BETWEEN 1 /* messages from DATE_START thru DATE_END */
+#define KSIMP_SELECT_ALL 2     /* every message (so is any other code) */
+
+/* Profile messages (texts through KSIMP_ImportErrorToString; those with a
+ * caption through KSIMP_GetMessageCaption). */
+#define KSIMP_MSG_PROFILE_MAILBOX_EMPTY 14400u    /* the mailbox "%s" is empty */
+#define KSIMP_MSG_PROFILE_NOTHING_IN_RANGE 14401u /* no messages in the date range */
+#define KSIMP_MSG_PROFILE_NO_MAILBOX 14402u       /* unable to open mailbox %s */
+#define KSIMP_MSG_PROFILE_NOTHING_NEW 14403u      /* no new messages since last import */
+#define KSIMP_MSG_PROFILE_NO_DATABASE 14404u      /* cannot open Kestro file %s */
+#define KSIMP_MSG_PROFILE_NO_RIGHTS 14405u        /* insufficient security rights */
+#define KSIMP_ERR_PROFILE_INCOMPLETE 14406u       /* the profile requires more information */
+#define KSIMP_ERR_PROFILE_DUPLICATE 14407u        /* a profile of that name exists */
+#define KSIMP_ERR_PROFILE_NAME_CHARACTERS 14408u  /* name holds invalid characters */
+#define KSIMP_ERR_PROFILE_NAME_INVALID 14409u     /* name is invalid */
+#define KSIMP_MSG_PROFILE_DELETE 14410u           /* are you sure ... delete ... */
+#define KSIMP_ERR_PROFILES_FAILED 14411u          /* error with one or more profiles */
+
+/* Starts an e-mail import and puts the library in e-mail mode, in which
+ * KSIMP_Import runs the queued profiles.  `database` is the host's open
+ * database, used by the profiles that name its file; 0 when the host has
+ * none (each profile then opens the database it names).  Returns the
+ * e-mail import's handle; 0 with 11005 recorded against handle 0 while
+ * another e-mail import is running.  An e-mail import that was started and
+ * never run is dropped by the next one. */
 KSIMP_API uint32_t KSIMP_InitEmailImportUsingFileHandle(uint32_t database);
-/* Queues the e-mail profile named `profile`. */
+
+/* Queues the profile named `profile` (the list's name) to run after those
+ * queued before it.  Returns 1, else 0 with:
+ *   11002 `handle` is not the handle of the e-mail import;
+ *   11005 no profile of that name, or its file cannot be read (the log says
+ *         which);
+ *   14406 the profile is incomplete (the log holds the message).
+ * The e-mail import's total bytes grow by the size of the profile's
+ * mailboxes. */
 KSIMP_API uint32_t KSIMP_AddEmailProfileToImport(uint32_t handle, const char* profile);
-/* Runs the queued profiles; arguments as for KSIMP_Import. */
+
+/* Runs the queued profiles in order and ends the e-mail import (e-mail mode
+ * ends, the handle is released); arguments as for KSIMP_Import, which calls
+ * it in e-mail mode.  carry is handed to each mailbox's importer as
+ * KSIMP_Import does; *result (may be NULL) receives the documents added by
+ * all profiles.  A profile that fails is logged and the next one runs; the
+ * first error recorded for any profile is the handle's error, and the log
+ * then ends with "Error with one or more profiles".  KSIMP_Abort stops the
+ * profile being run (what it imported stays) and the ones after it.
+ * Returns 1 when every profile ran successfully, else 0 (0 also for a
+ * handle that is not the e-mail import's). */
 KSIMP_API uint32_t KSIMP_ImportEmail(uint32_t handle, int32_t host_value1, int32_t host_value2,
                                      int64_t* carry, uint32_t* result);
-/* The e-mail wizard, owned by `parent_window`, importing into `database`. */
+
+/* The e-mail wizard and the profile list, dialogs that cannot be shown in
+ * this build (see Dialogs).  KSIMP_ImportEmailWizard records 94 against
+ * handle 0 for a NULL parent window; otherwise each adds a log text for
+ * handle 0 saying that no dialog is available.  Both return 0.  Profiles
+ * are made with KSIMP_SaveEmailProfile and run as above. */
 KSIMP_API uint32_t KSIMP_ImportEmailWizard(void* parent_window, uint32_t database);
-/* Runs the profile chosen in the profile list. */
 KSIMP_API uint32_t KSIMP_ImportEmailProfile(void);
-/* Adds a host database to the e-mail import. */
+
+/* Adds another open database of the host to the e-mail import: profiles
+ * that name its file import into it instead of opening the file again.
+ * Ignored for a handle that is not the e-mail import's or a 0 database. */
 KSIMP_API void KSIMP_AddKSFileHandle(uint32_t handle, uint32_t database);
-/* Name of the profile being imported, copied into `buffer` of `size` bytes. */
+
+/* While the e-mail import runs (may come from another thread): the name,
+ * the database file and the selection's description ("New messages since
+ * Jan 31, 2024") of the profile being run.  Texts follow the rule of
+ * KSIMP_ImportErrorToString (text plus terminator strictly shorter than
+ * size).  Return 1 when copied, else 0: no profile is running, the handle
+ * is not the e-mail import's, or the buffer is too small.  In e-mail mode
+ * KSIMP_GetCurBytes, KSIMP_GetNumDocsAdded and KSIMP_GetCurFile (the
+ * mailbox's file name without its folder) answer for the profile being run
+ * and KSIMP_GetTotalBytes for all the queued profiles. */
 KSIMP_API uint32_t KSIMP_GetCurEmailProfile(uint32_t handle, char* buffer, int32_t size);
-/* Database file of the profile being imported. */
 KSIMP_API uint32_t KSIMP_GetCurEmailKroFile(uint32_t handle, char* buffer, int32_t size);
-/* Number of queued profiles. */
-KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle);
-/* Description of the profile being imported. */
 KSIMP_API uint32_t KSIMP_GetCurEmailDescription(uint32_t handle, char* buffer, int32_t size);
+
+/* Number of profiles queued in the e-mail import; 0 for another handle. */
+KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle);
+
+/* ---- Keeping e-mail profiles ------------------------------------------- */
+/* What the e-mail wizard and the profile list do, for hosts without them.
+ * Names are compared exactly; texts follow the rule of
+ * KSIMP_ImportErrorToString. */
+
+/* Saves a profile given as "KEY=value" lines ("\n" or "\r\n" after each):
+ *   TYPE=<KSIMP_MAIL_ code>   NAME=<name>   NAME_KESTRO=<database path>
+ *   TYPE_MSG=<KSIMP_SELECT_ code>   DATE_START=MM/DD/YYYY   DATE_END=...
+ *   OPTION_LOCATION=<KSIMP_LOC_END or KSIMP_LOC_TOP>   OPTION_EFORM=0
+ *   OPTION_HEADER, OPTION_ATTACH, OPTION_IMPORT_ATTACH=<0 or 1> (full
+ *   header, save attachments, import attachments into the document)
+ *   MAILROOT=<folder>   ALL=Yes (every mailbox under MAILROOT), or one
+ *   MAILBOX=<mailbox file> or FOLDER=<folder of mailboxes> line each
+ *   (paths relative to MAILROOT when not absolute); for IMAP:
+ *   IMAP_SERVER, IMAP_USER, IMAP_PASSWORD, TYPE_FIREWALL, FIREWALL_PORT,
+ *   FIREWALL_SERVER, FIREWALL_USER, FIREWALL_PASSWORD, FIREWALL_DATA.
+ * Passwords are given in plain text; the file keeps them scrambled.  With
+ * `replace` non-zero a profile of the same name is overwritten, keeping its
+ * place in the list (and what its runs remembered); otherwise the profile
+ * is added at the end.  Returns 0 when saved, else:
+ *   97    a line names no key, or its value is not of the key's kind;
+ *   14406 the profile is incomplete (no name, application, database or
+ *         mailbox; DATE_START and DATE_END missing for TYPE_MSG 1);
+ *   14407 a profile of that name exists and `replace` is 0;
+ *   14408 the name holds a character file names cannot (\ / : * ? " < > |
+ *         or a control character);
+ *   14409 the name is empty, "." or "..", starts or ends with a blank, or
+ *         is longer than 200 bytes;
+ *   11009 the profile folder or a file in it cannot be written. */
+KSIMP_API uint32_t KSIMP_SaveEmailProfile(const char* profile, int32_t replace);
+
+/* Name of profile `index` (0-based) in the user's order.  Returns 1 when
+ * copied, 0 past the end or for a buffer too small. */
+KSIMP_API uint32_t KSIMP_GetEmailProfileName(uint32_t index, char* buffer, int32_t size);
+
+/* The profile `name` as its file reads, as "KEY=value" lines, without the
+ * password lines.  Returns 1 when copied, else 0 (no such profile, its file
+ * cannot be read, or the buffer is too small). */
+KSIMP_API uint32_t KSIMP_GetEmailProfile(const char* name, char* buffer, int32_t size);
+
+/* The description of what profile `name` selects: "All New Messages",
+ * "New messages since %s", "Messages from %s thru %s" or "All Messages",
+ * dates written "Jan 31, 2024".  Returns 1 when copied, else 0. */
+KSIMP_API uint32_t KSIMP_GetEmailProfileDescription(const char* name, char* buffer,
+                                                    int32_t size);
+
+/* Deletes profile `name`: its place in the list, its file and what its runs
+ * remembered.  Returns 1, or 0 when there is no such profile or the list
+ * cannot be written. */
+KSIMP_API uint32_t KSIMP_DeleteEmailProfile(const char* name);
 
 #ifdef __cplusplus
 }

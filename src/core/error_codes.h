@@ -57,4 +57,20 @@ inline constexpr uint32_t kNoText40003 = 40003;  // has no text
 // Not an error: the progress text shown while attachments are read.
 inline constexpr uint32_t kImportingAttachments = 14127;
 
+// E-mail profiles: the messages of a profile's run, reported per profile (a
+// profile's name for the first %s), and those of keeping the profile list.
+inline constexpr uint32_t kProfileMailboxEmpty = KSIMP_MSG_PROFILE_MAILBOX_EMPTY;
+inline constexpr uint32_t kProfileNothingInRange = KSIMP_MSG_PROFILE_NOTHING_IN_RANGE;
+inline constexpr uint32_t kProfileCannotOpenMailbox = KSIMP_MSG_PROFILE_NO_MAILBOX;
+inline constexpr uint32_t kProfileNothingNew = KSIMP_MSG_PROFILE_NOTHING_NEW;
+inline constexpr uint32_t kProfileCannotOpenDatabase = KSIMP_MSG_PROFILE_NO_DATABASE;
+inline constexpr uint32_t kProfileNoWriteRights = KSIMP_MSG_PROFILE_NO_RIGHTS;
+inline constexpr uint32_t kProfileIncomplete = KSIMP_ERR_PROFILE_INCOMPLETE;
+inline constexpr uint32_t kProfileDuplicateName = KSIMP_ERR_PROFILE_DUPLICATE;
+inline constexpr uint32_t kProfileNameCharacters = KSIMP_ERR_PROFILE_NAME_CHARACTERS;
+inline constexpr uint32_t kProfileNameInvalid = KSIMP_ERR_PROFILE_NAME_INVALID;
+inline constexpr uint32_t kProfileConfirmDelete = KSIMP_MSG_PROFILE_DELETE;
+inline constexpr uint32_t kProfilesFailed = KSIMP_ERR_PROFILES_FAILED;
+inline constexpr uint32_t kProfileFileExists = 14412;  // the wizard's question before overwriting
+
 }  // namespace error_code

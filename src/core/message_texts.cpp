@@ -87,12 +87,36 @@ constexpr MessageRow kMessages[] = {
      "\"Yes\".\n\nSet the Save Attachments option to \"No\" before you set the Document "
      "Delimiter."},
     {14127, "Importing Attachment(s)"},
+    // 14400-14412: e-mail profiles.  The run's messages go to the log, those
+    // of 14404 and 14405 with their line end; 14406-14410 are shown in a box
+    // with the captions below ("Incompete" is spelt as hosts have always
+    // shown it).
+    {14400, "\"%s\" Profile - The mailbox \"%s\" is empty"},
+    {14401, "\"%s\" Profile - There are no messages in the selected date range."},
+    {14402, "\"%s\" Profile - Unable to open mailbox %s"},
+    {14403, "\"%s\" Profile - No new messages since last import."},
+    {14404, "Email profile %s.  Cannot open Kestro file %s.\r\n"},
+    {14405, "Email profile %s.  Insufficient security rights to import into \"%s\"\r\n"},
+    {14406, "The profile \"%s\" requires more information.\n\nPlease complete the Wizard."},
+    {14407, "A Profile named \"%s\" already exists\n\nPlease select another name for this Profile"},
+    {14408, "The profile name contains one or more invalid characters"},
+    {14409, "The profile name is invalid"},
+    {14410, "Are you sure you want to delete the \"%s\" profile"},
+    {14411, "Error with one or more profiles"},
+    {14412,
+     "A profile configuration file named \"%s\" already exists.\n\nDo you want to overwrite this "
+     "file."},
 };
 
 // The titles of the messages that are shown in a message box.
 constexpr MessageRow kCaptions[] = {
     {14045, "Cannot Set Save Attachments"},
     {14053, "Cannot Set Document Delimiter"},
+    {14406, "Incompete Email Profile"},
+    {14407, "Duplicate Email Profile"},
+    {14408, "Invalid Profile Name"},
+    {14409, "Invalid Profile Name"},
+    {14410, "Delete Email Profile"},
 };
 
 std::string_view FindText(std::span<const MessageRow> rows, uint32_t id) {

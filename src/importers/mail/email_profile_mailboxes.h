@@ -1,0 +1,17 @@
+// The mailbox files an e-mail profile selects: each MAILBOX entry, the
+// mailboxes found in each FOLDER entry, or with ALL every mailbox of the mail
+// store (MAILROOT).  Entries that are not absolute paths lie under MAILROOT.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "importers/mail/email_profile.h"
+
+// The mailboxes in the profile's order, each once.  A MAILBOX entry is
+// listed whether or not its file exists (the run reports it); a folder that
+// cannot be listed is listed itself, so the run reports it the same way.
+// A folder's mailboxes are found through its subfolders, without following
+// links: Eudora mailboxes by their ".mbx" extension, standard ones by the
+// "From " their first line starts with.
+std::vector<std::string> SelectedMailboxFiles(const EmailProfile& profile);
