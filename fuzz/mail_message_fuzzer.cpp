@@ -8,12 +8,15 @@
 // the date sent (each with its length from a byte), then the raw text.
 //
 // Checks: header and body put back together give the raw text; no field
-// value holds a line end, and the standard block has one line per field that
-// has a value; a date read has a real month and at most four-digit year; an
-// attachment name is never empty, never starts with a blank and is at most
-// 1024 bytes; the HTML holds no tab and no "<" or ">" but those of the "<br>"
-// made from each CR LF; the document ends with the Message field of the body;
-// taking a second raw text leaves nothing of the first.
+// value holds a line end, every one is valid UTF-8, and the standard block
+// has one line per field that has a value; a date read has a real month and
+// at most four-digit year; an attachment name is never empty, never starts
+// with a blank and is at most 1024 bytes; the HTML holds no tab and no "<" or
+// ">" but those of the "<br>" made from each CR LF; the message text is valid
+// UTF-8 with CR LF line ends, empty without a body, and the document ends
+// with its Message field; an encoded attachment has a file name and no more
+// bytes than the message; taking a second raw text leaves nothing of the
+// first.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +25,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/charset_converter.h"
 #include "fuzz_input.h"
 #include "importers/mail/eudora_message.h"
 
@@ -77,6 +81,9 @@ void CheckFields(const CEudoraMessage& message) {
   size_t filled = 0;
   for (const std::string* value : values) {
     FUZZ_CHECK(value->find_first_of("\r\n") == std::string::npos);
+    if (value != &message.MailBox() && value != &message.DateSent()) {
+      FUZZ_CHECK(ks::core::IsValidUtf8(*value));
+    }
     if (!value->empty()) ++filled;
   }
   const std::string block = message.StandardHeaderBlock();
@@ -121,8 +128,23 @@ void CheckMessage(const CEudoraMessage& message) {
   }
   CheckHtml(body.value_or(raw));
 
+  const std::string& text = message.MessageText();
+  FUZZ_CHECK(ks::core::IsValidUtf8(text));
+  if (!body) FUZZ_CHECK(text.empty());
+  for (size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 1)) {
+    FUZZ_CHECK(at > 0 && text[at - 1] == '\r');
+  }
+  for (size_t at = text.find('\r'); at != std::string::npos; at = text.find('\r', at + 1)) {
+    FUZZ_CHECK(at + 1 < text.size() && text[at + 1] == '\n');
+  }
+  for (const CEudoraMessage::AttachmentInfo& attachment : message.EncodedAttachments()) {
+    FUZZ_CHECK(!attachment.file_name.empty());
+    FUZZ_CHECK(attachment.length == attachment.content.size());
+    FUZZ_CHECK(attachment.content.size() <= raw.size());
+  }
+
   const std::string document = message.DocumentText();
-  if (body) FUZZ_CHECK(document.ends_with(message.MessageField(*body)));
+  if (body) FUZZ_CHECK(document.ends_with(message.MessageField(text)));
   if (!body) {
     FUZZ_CHECK(document == message.StandardHeaderBlock() || document == message.FullHeaderBlock());
   }
@@ -156,6 +178,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fresh->SetRawText(raw);
     FUZZ_CHECK(message->DocumentText() == fresh->DocumentText());
     FUZZ_CHECK(message->AttachmentNames() == fresh->AttachmentNames());
+    FUZZ_CHECK(message->EncodedAttachments().size() == fresh->EncodedAttachments().size());
   }
   return 0;
 }

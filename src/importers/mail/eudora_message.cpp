@@ -2,9 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <vector>
+
+#include "importers/mail/mime_encoded_words.h"
+#include "importers/mail/mime_message.h"
 
 namespace {
 
@@ -78,8 +82,43 @@ void AppendField(std::string* block, std::string_view name, char marker, std::st
 
 void CEudoraMessage::SetRawText(std::string raw) {
   raw_ = std::move(raw);
+  encoded_attachments_.reset();
   ExtractHeaderFields();
   if (separator_date_ && date_.empty()) DateFromSeparatorLine();
+  DecodeHeaderFields();
+  text_.clear();
+  if (const std::optional<std::string_view> body = Body()) {
+    text_ = ks::mail::MimeMessage(Header(), *body, Converter(), code_page_).Text();
+  }
+}
+
+ks::core::CharsetConverter& CEudoraMessage::Converter() const {
+  // One per thread: the descriptors it opens are worth keeping from one
+  // message to the next, and a composer lives for one message only.
+  return ks::core::CharsetConverter::ForThisThread();
+}
+
+void CEudoraMessage::DecodeHeaderFields() {
+  ks::core::CharsetConverter& converter = Converter();
+  for (std::string* value : {&from_, &to_, &cc_, &bcc_, &date_, &subject_, &message_id_,
+                             &in_reply_to_}) {
+    // Most values are plain ASCII without encoded words: nothing to do.
+    if (value->find("=?") == std::string::npos && ks::core::IsAscii(*value)) continue;
+    *value = ks::mail::DecodeHeaderValue(*value, converter, code_page_);
+    // An encoded line end would break the value's field line in two.
+    std::replace_if(value->begin(), value->end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  }
+}
+
+const std::vector<CEudoraMessage::AttachmentInfo>& CEudoraMessage::EncodedAttachments() const {
+  if (!encoded_attachments_) {
+    encoded_attachments_.emplace();
+    if (const std::optional<std::string_view> body = Body()) {
+      *encoded_attachments_ =
+          ks::mail::MimeMessage(Header(), *body, Converter(), code_page_).Attachments();
+    }
+  }
+  return *encoded_attachments_;
 }
 
 std::string_view CEudoraMessage::Header() const {
@@ -190,59 +229,71 @@ std::string CEudoraMessage::StandardHeaderBlock() const {
 }
 
 std::string CEudoraMessage::FullHeaderBlock() const {
-  // The header with its terminating empty line, which the rewriting removes.
+  // The header with its terminating empty line, which the rewriting removes,
+  // its undeclared 8-bit text made UTF-8 (ASCII, which alone the rewriting
+  // looks at, stays as it is).
   const size_t end = raw_.find(kHeaderEnd);
   const std::string_view raw_header =
       end == std::string::npos ? std::string_view(raw_)
                                : std::string_view(raw_).substr(0, end + kHeaderEnd.size());
+  std::string header;
+  Converter().AppendUndeclared(raw_header, header, code_page_);
+
   std::string text;
-  text.reserve(raw_header.size() + 64);
+  text.reserve(header.size() + 16);
   if (date_sent_prefix_) text += "DateSent[ ";  // "[" whatever the marker
-  for (const char c : raw_header) {
+  for (const char c : header) {
     if (c != '[' && c != ']') text += c;
   }
+
   // A colon right after a letter opens a field when the walk back to the
   // start of its line meets a CR before any blank; the field before it is
-  // closed with "]" just before that CR.  The walk depends on the text before
-  // the colon only, so one pass forward finds every colon that opens a field
-  // and the CRs that get a "]", and a second builds the result: inserting
+  // closed with "]" just before that CR.  The walk sees the text as changed
+  // so far (a marker that is a blank or a CR stops it too), and always stops
+  // at the latest CR or blank, so one pass forward that remembers that
+  // character decides every colon.  The "]" all go before CRs already
+  // passed: they are counted per CR and written in a second pass.  Inserting
   // into the text as each colon was found cost time growing with the square
   // of the header's size.
-  std::vector<size_t> opened;  // colons that become the marker, in order
-  std::vector<size_t> closed;  // a CR's position once for every "]" before it
-  char last_stop = '\0';       // the last CR or blank before the scan
-  size_t last_cr = 0;
+  std::vector<size_t> closes;  // a CR's position once for every "]" before it, in order
+  char last_stop = '\0';                          // the latest CR or blank, as changed
+  size_t last_stop_at = 0;
+  char before = '\0';  // the character before the current one, as changed
   for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == ':' && i > 0 && IsLetter(text[i - 1]) && last_stop != ' ') {
-      opened.push_back(i);
-      if (last_stop == '\r') closed.push_back(last_cr);
-    } else if (text[i] == '\r') {
-      last_stop = '\r';
-      last_cr = i;
-    } else if (text[i] == ' ') {
-      last_stop = ' ';
+    char c = text[i];
+    if (c == ':' && i > 0 && IsLetter(before) && last_stop != ' ') {
+      if (last_stop == '\r') closes.push_back(last_stop_at);
+      c = marker_;
+      text[i] = c;
     }
+    if (c == '\r' || c == ' ') {
+      last_stop = c;
+      last_stop_at = i;
+    }
+    before = c;
   }
+
+  // Every "\r\n\r\n" removed, as a search that goes on from where the last
+  // one was cut out: a sequence the cut brings together counts only when it
+  // starts there or later.
   std::string rewritten;
-  rewritten.reserve(text.size() + closed.size() + 8);
-  auto next_open = opened.begin();
-  auto next_close = closed.begin();
-  for (size_t i = 0; i < text.size(); ++i) {
-    for (; next_close != closed.end() && *next_close == i; ++next_close) rewritten += ']';
-    if (next_open != opened.end() && *next_open == i) {
-      rewritten += marker_;
-      ++next_open;
-    } else {
-      rewritten += text[i];
+  rewritten.reserve(text.size() + 16);
+  size_t settled = 0;  // the part of rewritten no later match may reach into
+  auto put = [&](char c) {
+    rewritten += c;
+    if (rewritten.size() - settled >= kHeaderEnd.size() && rewritten.ends_with(kHeaderEnd)) {
+      rewritten.resize(rewritten.size() - kHeaderEnd.size());
+      settled = rewritten.size();
     }
+  };
+  auto next_close = closes.begin();
+  for (size_t i = 0; i < text.size(); ++i) {
+    for (; next_close != closes.end() && *next_close == i; ++next_close) put(']');
+    put(text[i]);
   }
-  text = std::move(rewritten);
-  for (size_t at = text.find(kHeaderEnd); at != std::string::npos; at = text.find(kHeaderEnd, at)) {
-    text.erase(at, kHeaderEnd.size());
-  }
-  text += " ]\r\n";
-  AppendField(&text, "MailBox", marker_, mailbox_);
-  return text;
+  rewritten += " ]\r\n";
+  AppendField(&rewritten, "MailBox", marker_, mailbox_);
+  return rewritten;
 }
 
 std::string CEudoraMessage::MessageField(std::string_view text) const {
@@ -257,7 +308,7 @@ std::string CEudoraMessage::MessageField(std::string_view text) const {
 
 std::string CEudoraMessage::DocumentText() const {
   std::string text = full_header_ ? FullHeaderBlock() : StandardHeaderBlock();
-  if (const std::optional<std::string_view> body = Body()) text += MessageField(*body);
+  if (Body()) text += MessageField(text_);
   return text;
 }
 

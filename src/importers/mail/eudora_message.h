@@ -3,10 +3,13 @@
 // inline header fields (the standard block, or the raw header rewritten into
 // fields when the full header is asked for), then the field "Message".
 //
-// The texts are byte strings in the message's own 8-bit encoding with CR LF
-// line ends; nothing is decoded or escaped here.  Field openers use the
-// database's field marker ("[" unless told otherwise); closers are always
-// " ]".
+// The raw text is kept as it came, in the message's own 8-bit encoding with
+// CR LF line ends.  What the document shows is decoded to UTF-8: header
+// values (encoded words; undeclared 8-bit text by the library's rule for
+// it), and the message text, which is the MIME text part a reader sees
+// (MimeMessage), its transfer encoding undone.  Nothing is escaped.  Field
+// openers use the database's field marker ("[" unless told otherwise);
+// closers are always " ]".
 #pragma once
 
 #include <optional>
@@ -14,8 +17,13 @@
 #include <string_view>
 #include <vector>
 
+#include "core/charset_converter.h"
+#include "importers/mail/attachment_info.h"
+
 class CEudoraMessage {
  public:
+  using AttachmentInfo = ks::mail::AttachmentInfo;
+
   virtual ~CEudoraMessage() = default;
 
   // A calendar day taken from the Date line; the time of day is not read.
@@ -41,6 +49,9 @@ class CEudoraMessage {
   void SetDateSentPrefix(bool on) { date_sent_prefix_ = on; }
   void SetMailBox(std::string mailbox) { mailbox_ = std::move(mailbox); }
   void SetDateSent(std::string date_sent) { date_sent_ = std::move(date_sent); }
+  // The code page of 8-bit text that declares no character set; set before
+  // the raw text.
+  void SetCodePage(std::string code_page) { code_page_ = std::move(code_page); }
 
   const std::string& RawText() const { return raw_; }
   // Everything before the first empty line (all of it when there is none).
@@ -59,6 +70,15 @@ class CEudoraMessage {
   const std::string& MailBox() const { return mailbox_; }
   const std::string& DateSent() const { return date_sent_; }
 
+  // The message text a reader sees, in UTF-8 with CR LF line ends: the
+  // chosen text part, or the whole body of a message that is no MIME.
+  // Empty when the message has no body or no text part.
+  const std::string& MessageText() const { return text_; }
+
+  // The attachments carried in the message's MIME parts, decoded; worked
+  // out on the first call.
+  const std::vector<AttachmentInfo>& EncodedAttachments() const;
+
   // The day of the Date line, for date-range selection; none when it has no
   // recognisable day, month and year.
   std::optional<MessageDate> MessageDay() const { return ParseMessageDate(date_); }
@@ -66,13 +86,14 @@ class CEudoraMessage {
 
   // The header fields, one "Name[ value ]" line each, in the fixed order.
   std::string StandardHeaderBlock() const;
-  // The raw header rewritten into fields, then the MailBox line.
+  // The raw header rewritten into fields, then the MailBox line.  Only
+  // undeclared 8-bit text is converted; encoded words stay as written.
   std::string FullHeaderBlock() const;
   // "Message[ " with its separator, `text` and " ]".  The separator is
   // "<BR><BR>" for a text holding HTML, else an empty line.
   std::string MessageField(std::string_view text) const;
   // The whole document: the header block the options ask for, then the
-  // Message field of the body (none when the message has no body).
+  // Message field of the message text (none when the message has no body).
   std::string DocumentText() const;
 
   // The attachment files the mail program saved and named in the message:
@@ -87,9 +108,14 @@ class CEudoraMessage {
 
  private:
   void ExtractHeaderFields();
+  void DecodeHeaderFields();
   void DateFromSeparatorLine();
+  ks::core::CharsetConverter& Converter() const;
 
   std::string raw_;
+  std::string code_page_{ks::core::CharsetConverter::kDefaultCodePage};
+  std::string text_;  // the decoded message text
+  mutable std::optional<std::vector<AttachmentInfo>> encoded_attachments_;
   char marker_ = '[';
   std::string separator_line_;
   bool separator_date_ = false;

@@ -1,0 +1,201 @@
+// The MIME structure of a message: the header fields of a part, the parts
+// of multipart bodies, which part is the text a reader sees and how it is
+// decoded, and the attachments the other parts make.
+#include "importers/mail/mime_message.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/charset_converter.h"
+
+namespace {
+
+using ks::core::CharsetConverter;
+using ks::mail::AttachmentInfo;
+using ks::mail::MimeHeader;
+using ks::mail::MimeMessage;
+using ks::mail::ParseMimeHeader;
+
+// A message's text cut where CEudoraMessage cuts it: at the first empty line.
+struct Message {
+  explicit Message(std::string text) : raw(std::move(text)) {
+    const size_t end = raw.find("\r\n\r\n");
+    mime.emplace(std::string_view(raw).substr(0, end), std::string_view(raw).substr(end + 4),
+                 converter);
+  }
+  std::string raw;
+  CharsetConverter converter;
+  std::optional<MimeMessage> mime;
+};
+
+std::string Text(std::string raw) {
+  return Message(std::move(raw)).mime->Text();
+}
+
+TEST(MimeHeader, FieldsAndParametersAreReadInAnyCaseQuotedFoldedOrSplit) {
+  CharsetConverter converter;
+  const MimeHeader header = ParseMimeHeader(
+      " Tue Jun 01 12:00:00 2004\r\n"  // a separator line's rest is no field
+      "content-TYPE: Multipart/Mixed;\r\n\tBOUNDARY=\"b=\\\"1\\\"\"; charset = koi8-r (a comment)\r\n"
+      "Content-Type: text/plain\r\n"  // a second one does not count
+      "Content-Transfer-Encoding:  Base64 \r\n"
+      "Content-Disposition: attachment;\r\n filename*0*=utf-8''%E2%82%AC%20;\r\n"
+      " filename*1=\"and more.txt\"; filename=\"plain.txt\"\r\n",
+      converter);
+  EXPECT_FALSE(header.has_mime_version);
+  EXPECT_TRUE(header.has_content_type);
+  EXPECT_EQ(header.type, "multipart");
+  EXPECT_EQ(header.subtype, "mixed");
+  EXPECT_EQ(header.boundary, "b=\"1\"");
+  EXPECT_EQ(header.charset, "koi8-r");
+  EXPECT_EQ(header.transfer_encoding, "base64");
+  EXPECT_EQ(header.disposition, "attachment");
+  EXPECT_EQ(header.filename, "\xE2\x82\xAC and more.txt");  // RFC 2231 wins over the plain one
+
+  const MimeHeader named = ParseMimeHeader(
+      "MIME-Version: 1.0\r\nContent-Type: application/pdf; name=\"=?iso-8859-1?q?r=E9sum=E9?=.pdf\"\r\n",
+      converter);
+  EXPECT_TRUE(named.has_mime_version);
+  EXPECT_EQ(named.FileName(), "r\xC3\xA9sum\xC3\xA9.pdf");
+  EXPECT_TRUE(named.IsAttachment());
+
+  const MimeHeader broken = ParseMimeHeader("Content-Type: garbage; charset=utf-8\r\n", converter);
+  EXPECT_EQ(broken.type + "/" + broken.subtype, "text/plain");
+  EXPECT_EQ(broken.charset, "utf-8");
+}
+
+TEST(MimeMessage, AlternativePartsGiveThePlainTextWhereverItStands) {
+  const std::string alternative =
+      "MIME-Version: 1.0\r\nContent-Type: multipart/alternative; boundary=\"alt\"\r\n\r\n"
+      "preamble\r\n--alt\r\nContent-Type: text/html\r\n\r\n<html>rich</html>\r\n"
+      "--alt\r\nContent-Type: text/plain; charset=us-ascii\r\n\r\nplain\r\n--alt--\r\nepilogue\r\n";
+  EXPECT_EQ(Text(alternative), "plain");
+  // With no plain text the HTML is the text.
+  EXPECT_EQ(Text("Content-Type: multipart/alternative; boundary=alt\r\n\r\n"
+                 "--alt\r\nContent-Type: text/html\r\n\r\n<html>only</html>\r\n--alt--\r\n"),
+            "<html>only</html>");
+}
+
+TEST(MimeMessage, NestedMultipartsAreWalkedInOrder) {
+  const Message message(
+      "Content-Type: multipart/mixed; boundary=outer\r\n\r\n"
+      "--outer\r\nContent-Type: multipart/alternative; boundary=inner\r\n\r\n"
+      "--inner\r\nContent-Type: text/plain; charset=iso-8859-1\r\n"
+      "Content-Transfer-Encoding: quoted-printable\r\n\r\nna=EFve =\r\ntext\r\n"
+      "--inner\r\nContent-Type: text/html\r\n\r\n<p>na&iuml;ve</p>\r\n--inner--\r\n"
+      "--outer\r\nContent-Type: image/png\r\nContent-Transfer-Encoding: base64\r\n\r\n"
+      "iVBORw0KGgo=\r\n--outer--\r\n");
+  const MimeMessage& mime = *message.mime;
+  ASSERT_EQ(mime.Parts().size(), 3u);
+  EXPECT_EQ(mime.Text(), "na\xC3\xAFve text");
+  const std::vector<AttachmentInfo> attachments = mime.Attachments();
+  ASSERT_EQ(attachments.size(), 1u);
+  EXPECT_EQ(attachments[0].file_name, "part1.png");  // made up: the part names none
+  EXPECT_EQ(attachments[0].content, "\x89PNG\r\n\x1A\n");
+  EXPECT_EQ(attachments[0].length, 8u);
+}
+
+TEST(MimeMessage, BoundariesMustStandAloneAtALineStart) {
+  // "--b" inside a line, or followed by more than blanks, is text; a
+  // missing closing line ends the last part at the end of the body.
+  EXPECT_EQ(Text("Content-Type: multipart/mixed; boundary=b\r\n\r\n"
+                 "--b \t\r\n\r\nsee --b and\r\n--bx\r\nstill text\r\n"),
+            "see --b and\r\n--bx\r\nstill text\r\n");
+  // Boundary lines may end in LF alone.
+  EXPECT_EQ(Text("Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\n\nlf\n--b--\n"), "lf");
+  EXPECT_EQ(ks::mail::SplitMultipart("--b\r\none\r\n--b\r\n\r\n--b--\r\n--b\r\nafter", "b"),
+            (std::vector<std::string_view>{"one", ""}));
+}
+
+TEST(MimeMessage, BodiesInOtherCharacterSetsBecomeUtf8) {
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Type: text/plain; charset=ISO-8859-1\r\n"
+                 "Content-Transfer-Encoding: quoted-printable\r\n\r\nGr=FC=DFe=0D=0Aaus Z=FCrich"),
+            "Gr\xC3\xBC\xC3\x9F" "e\r\naus Z\xC3\xBCrich");
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Type: text/plain; charset=\"koi8-r\"\r\n"
+                 "Content-Transfer-Encoding: base64\r\n\r\n8NLJ18XU\r\n"),
+            "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82");
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Type: text/plain; charset=Shift_JIS\r\n"
+                 "Content-Transfer-Encoding: 8bit\r\n\r\n\x93\xFA\x96\x7B\r\n"),
+            "\xE6\x97\xA5\xE6\x9C\xAC\r\n");
+  // Base64 text from a Unix mailer gets CR LF line ends like every other text.
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Transfer-Encoding: base64\r\n\r\nb25lCnR3bw0KdGhyZWUNZm91cg==\r\n"),
+            "one\r\ntwo\r\nthree\r\nfour");
+}
+
+TEST(MimeMessage, UndeclaredTextFollowsTheLibrarysRule) {
+  // No MIME at all: the body as it stands, only converted; a quoted-printable
+  // look-alike is not decoded.
+  EXPECT_EQ(Text("Subject: s\r\n\r\nCaf\xE9 =E9\r\n"), "Caf\xC3\xA9 =E9\r\n");
+  // MIME without a Content-Type, or without a charset: US-ASCII, read by the rule.
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n"
+                 "=93q=94\r\n\xC3\xA9"),
+            "\xE2\x80\x9Cq\xE2\x80\x9D\r\n\xC3\xA9");
+  // A multipart without boundary lines (mailboxes that store messages taken
+  // apart) is text as it stands, whatever its encoding header says.
+  const Message eudora(
+      "MIME-Version: 1.0\r\nContent-Type: multipart/signed; boundary=\"x\"\r\n"
+      "Content-Transfer-Encoding: quoted-printable\r\n\r\nsigned a=3Db\r\n");
+  EXPECT_EQ(eudora.mime->Text(), "signed a=3Db\r\n");
+  EXPECT_TRUE(eudora.mime->Attachments().empty());
+}
+
+TEST(MimeMessage, PartsWithNamesAndPartsThatAreNotTextAreAttachments) {
+  const Message message(
+      "MIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=\"=_b\"\r\n\r\n"
+      "--=_b\r\nContent-Type: text/plain; name=notes.txt\r\n\r\nnotes, not the text\r\n"
+      "--=_b\r\n\r\nthe text\r\n"  // no header: text/plain
+      "--=_b\r\nContent-Type: text/plain\r\n\r\nsecond text, dropped\r\n"
+      "--=_b\r\nContent-Type: application/octet-stream\r\nContent-Transfer-Encoding: base64\r\n"
+      "Content-Disposition: attachment; filename=\"C:\\\\Docs\\\\data.bin\"\r\n\r\n"
+      "AAEC/w==\r\n"
+      "--=_b\r\nContent-Type: message/rfc822\r\n\r\nSubject: Fwd: a/b\r\nFrom: x\r\n\r\ninner text\r\n"
+      "--=_b--\r\n");
+  EXPECT_EQ(message.mime->Text(), "the text");
+  const std::vector<AttachmentInfo> attachments = message.mime->Attachments();
+  ASSERT_EQ(attachments.size(), 3u);
+  EXPECT_EQ(attachments[0].file_name, "notes.txt");
+  EXPECT_EQ(attachments[0].content, "notes, not the text");
+  EXPECT_EQ(attachments[1].path, "C:\\Docs\\data.bin");
+  EXPECT_EQ(attachments[1].file_name, "data.bin");
+  EXPECT_EQ(attachments[1].content, std::string("\x00\x01\x02\xFF", 4));
+  EXPECT_EQ(attachments[1].kind, AttachmentInfo::kEncodedPart);
+  EXPECT_EQ(attachments[2].kind, AttachmentInfo::kAttachedMessage);
+  EXPECT_EQ(attachments[2].file_name, "Fwd_ a_b.eml");
+  EXPECT_EQ(attachments[2].content, "Subject: Fwd: a/b\r\nFrom: x\r\n\r\ninner text");
+  for (const AttachmentInfo& attachment : attachments) {
+    EXPECT_EQ(attachment.length, attachment.content.size());
+    EXPECT_EQ(attachment.flag, 0);
+  }
+}
+
+TEST(MimeMessage, AnAttachedMessageGivesTheTextOnlyWhenThereIsNoOther) {
+  EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Type: message/rfc822\r\n\r\n"
+                 "Subject: inner\r\nContent-Type: text/plain; charset=utf-8\r\n\r\nforwarded \xC3\xA9"),
+            "forwarded \xC3\xA9");
+  // A digest's parts are messages unless they say otherwise.
+  const Message digest(
+      "Content-Type: multipart/digest; boundary=d\r\n\r\n"
+      "--d\r\n\r\nSubject: one\r\n\r\nfirst\r\n--d\r\n\r\nSubject: two\r\n\r\nsecond\r\n--d--\r\n");
+  EXPECT_EQ(digest.mime->Text(), "first");
+  EXPECT_EQ(digest.mime->Attachments().size(), 2u);
+}
+
+TEST(MimeMessage, DeepNestingAndEndlessPartsAreBounded) {
+  std::string deep = "Content-Type: multipart/mixed; boundary=b0\r\n\r\n";
+  for (int level = 1; level < 100; ++level) {
+    deep += "--b" + std::to_string(level - 1) + "\r\nContent-Type: multipart/mixed; boundary=b" +
+            std::to_string(level) + "\r\n\r\n";
+  }
+  deep += "--b99\r\n\r\ntoo deep\r\n";
+  const Message nested(deep);
+  EXPECT_TRUE(nested.mime->Parts().empty());
+  EXPECT_EQ(nested.mime->Text(), "");
+
+  std::string many = "Content-Type: multipart/mixed; boundary=b\r\n\r\n";
+  for (int i = 0; i < 20000; ++i) many += "--b\r\n\r\nx\r\n";
+  EXPECT_EQ(Message(many).mime->Parts().size(), MimeMessage::kMostParts);
+}
+
+}  // namespace
