@@ -84,10 +84,10 @@ TEST_F(MailboxImport, EachMessageBecomesADocumentOfItsFields) {
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_EQ(outcome.documents_added, 2u);
   EXPECT_EQ(Documents(),
-            (Docs{"From[ Ann ]\r\nDate[ Tue, 01 Jun 2004 12:00:00 ]\r\nSubject[ Hello ]\r\n"
-                  "MailBox[ In ]\r\nMessage[ \r\n\r\nHi\r\n ]",
-                  "Date[ 3 Jun 2004 ]\r\nSubject[ Two ]\r\nMailBox[ In ]\r\n"
-                  "Message[ \r\n\r\nBye\r\n ]"}));
+            (Docs{"From[ Ann ]\r\nDate[ Tue, 01 Jun 2004 12:00:00 ]\r\nDateSent[ 06/01/2004 ]\r\n"
+                  "Subject[ Hello ]\r\nMailBox[ In ]\r\nMessage[ \r\n\r\nHi\r\n ]",
+                  "Date[ 3 Jun 2004 ]\r\nDateSent[ 06/03/2004 ]\r\nSubject[ Two ]\r\n"
+                  "MailBox[ In ]\r\nMessage[ \r\n\r\nBye\r\n ]"}));
 }
 
 TEST_F(MailboxImport, FullHeaderRewritesTheHeaderAndMissingHeadersFallBack) {

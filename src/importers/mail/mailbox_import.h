@@ -1,7 +1,9 @@
 // The mailbox importers: each message of an MBX mailbox file becomes one
 // document, its header fields as inline fields and its text as the field
 // "Message".  When attachments are to be saved, the files the mail program
-// saved and named in the message are attached to its document.
+// saved and named in the message and the attachments encoded in it are
+// attached to its document; when they are to be imported, each is imported
+// into the end of the message's document once it is saved.
 //
 //  - CIMPEudoraImport (file type 1005, Eudora Light and Pro): messages begin
 //    at "From ???@???"; a message without a Date line takes its date from
@@ -9,17 +11,23 @@
 //  - CIMPEmailImport (file type 1060, PocoMail, Netscape and other standard
 //    mailboxes): messages begin at a line starting "From ".
 //
-// The mailbox is read into memory whole.  The MailBox field names the
-// mailbox: its file name without the extension.
+// The mailbox is mapped, not read into memory, and walked once (MailboxReader),
+// from the start offset of the import on: a mailbox of several GB costs the
+// memory of one message.  Messages outside the import's date ranges are
+// skipped and counted; the MailBox field names the mailbox: its file name
+// without the extension.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/import_base.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mail_store.h"
+#include "importers/mail/mailbox_bytes.h"
 #include "importers/mail/mailbox_reader.h"
+#include "importers/mail/message_day_range.h"
 
 class CIMPMailboxImport : public CIMPImportBase {
  public:
@@ -32,12 +40,20 @@ class CIMPMailboxImport : public CIMPImportBase {
   virtual std::unique_ptr<CEudoraMessage> NewMessage() const = 0;
 
  private:
-  // The attachment files named in the message, each read whole from the
-  // mail store; a file that is refused or cannot be read is logged and left
-  // out.
+  // The mailbox's bytes: the file mapped, or read block by block when it
+  // cannot be (*size is then what the file says it holds, maybe 0).
+  std::unique_ptr<MailboxBytes> OpenBytes(uint64_t* size);
+  // The days the import takes: both date ranges of the options, their
+  // unreadable ends logged and left open.
+  MessageDayRange DayRange(const std::string& from, const std::string& to);
+  // The attachments of the message: the files it names, each read whole
+  // from the mail store (a file refused or unreadable is logged and left
+  // out), then those encoded in it.
   std::vector<CDocumentWriter::Attachment> ReadAttachments(const CEudoraMessage& message,
                                                            MailStore& store);
-  bool ReadWhole(std::string* text);
+  // After the message's document is saved: each attachment imported into
+  // its end.
+  void ImportAttachments(const std::vector<CDocumentWriter::Attachment>& attachments);
 };
 
 class CIMPEudoraImport : public CIMPMailboxImport {
