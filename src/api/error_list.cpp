@@ -14,3 +14,10 @@ uint32_t ImportErrorList::LastError(uint32_t import_handle) const {
   }
   return error_code::kInternal;
 }
+
+void ImportErrorList::Reassign(uint32_t from, uint32_t to) {
+  std::lock_guard lock(mutex_);
+  for (tagERRORS& entry : entries_) {
+    if (entry.import_handle == from) entry.import_handle = to;
+  }
+}

@@ -21,6 +21,11 @@ class ImportErrorList {
   // when there is none.
   uint32_t LastError(uint32_t import_handle) const;
 
+  // The entries of `from` become entries of `to`, in place: what was
+  // recorded under a handle of the import's own reaches the host's handle
+  // (the profiles of an e-mail import).
+  void Reassign(uint32_t from, uint32_t to);
+
  private:
   // The list is written by the importing thread and read by the host after
   // the import; the mutex only keeps a careless host from a data race.

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "api/email_profile_requests.h"
 #include "api/export_guard.h"
 #include "api/file_type_offers.h"
 #include "api/ks_imp_app.h"
@@ -137,15 +138,21 @@ KSIMP_API uint32_t KSIMP_Abort(uint32_t handle) {
 }
 
 KSIMP_API uint32_t KSIMP_GetTotalBytes(uint32_t handle) {
-  return GuardExport([&] { return Session().handles().TotalBytes(handle); });
+  return GuardExport([&] {
+    // The e-mail import's total is that of all its profiles.
+    if (Session().email().Owns(handle)) return Session().email().TotalBytes(handle);
+    return Session().handles().TotalBytes(handle);
+  });
 }
 
 KSIMP_API uint32_t KSIMP_GetCurBytes(uint32_t handle) {
-  return GuardExport([&] { return Session().handles().CurrentBytes(handle); });
+  return GuardExport(
+      [&] { return Session().handles().CurrentBytes(Session().ProgressHandleOf(handle)); });
 }
 
 KSIMP_API uint32_t KSIMP_GetNumDocsAdded(uint32_t handle) {
-  return GuardExport([&] { return Session().handles().DocumentsAdded(handle); });
+  return GuardExport(
+      [&] { return Session().handles().DocumentsAdded(Session().ProgressHandleOf(handle)); });
 }
 
 KSIMP_API uint32_t KSIMP_GetCurFile(uint32_t handle, char* buffer) {
@@ -276,14 +283,14 @@ KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size)
   return GuardExport([&] { return Session().GetLogData(handle, buffer, size); });
 }
 
-// ---- E-mail imports: not available yet; each returns its failure value. ----
+// ---- E-mail imports ----------------------------------------------------
 
-KSIMP_API uint32_t KSIMP_InitEmailImportUsingFileHandle(uint32_t /*database*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_InitEmailImportUsingFileHandle(uint32_t database) {
+  return GuardExport([&] { return Session().InitEmailImportUsingFileHandle(database); });
 }
 
-KSIMP_API uint32_t KSIMP_AddEmailProfileToImport(uint32_t /*handle*/, const char* /*profile*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_AddEmailProfileToImport(uint32_t handle, const char* profile) {
+  return GuardExport([&] { return Session().AddEmailProfileToImport(handle, profile); });
 }
 
 KSIMP_API uint32_t KSIMP_ImportEmail(uint32_t handle, int32_t /*host_value1*/,
@@ -291,33 +298,72 @@ KSIMP_API uint32_t KSIMP_ImportEmail(uint32_t handle, int32_t /*host_value1*/,
   return GuardExport([&] { return Session().ImportEmail(handle, carry, result); });
 }
 
-KSIMP_API uint32_t KSIMP_ImportEmailWizard(void* /*parent_window*/, uint32_t /*database*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_ImportEmailWizard(void* parent_window, uint32_t /*database*/) {
+  return GuardExport([&] { return Session().ImportEmailWizard(parent_window); });
 }
 
 KSIMP_API uint32_t KSIMP_ImportEmailProfile(void) {
-  return 0;
+  return GuardExport([&] { return Session().ImportEmailProfileDialog(); });
 }
 
-KSIMP_API void KSIMP_AddKSFileHandle(uint32_t /*handle*/, uint32_t /*database*/) {}
-
-KSIMP_API uint32_t KSIMP_GetCurEmailProfile(uint32_t /*handle*/, char* /*buffer*/,
-                                            int32_t /*size*/) {
-  return 0;
+KSIMP_API void KSIMP_AddKSFileHandle(uint32_t handle, uint32_t database) {
+  GuardExport([&] { Session().AddKSFileHandle(handle, database); });
 }
 
-KSIMP_API uint32_t KSIMP_GetCurEmailKroFile(uint32_t /*handle*/, char* /*buffer*/,
-                                            int32_t /*size*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_GetCurEmailProfile(uint32_t handle, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const auto current = Session().email().CurrentOf(handle);
+    return current ? CopyTextStrictly(current->profile, buffer, size) : 0u;
+  });
 }
 
-KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t /*handle*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_GetCurEmailKroFile(uint32_t handle, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const auto current = Session().email().CurrentOf(handle);
+    return current ? CopyTextStrictly(current->database, buffer, size) : 0u;
+  });
 }
 
-KSIMP_API uint32_t KSIMP_GetCurEmailDescription(uint32_t /*handle*/, char* /*buffer*/,
-                                                int32_t /*size*/) {
-  return 0;
+KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle) {
+  return GuardExport([&] { return Session().email().Count(handle); });
+}
+
+KSIMP_API uint32_t KSIMP_GetCurEmailDescription(uint32_t handle, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const auto current = Session().email().CurrentOf(handle);
+    return current ? CopyTextStrictly(current->description, buffer, size) : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_SaveEmailProfile(const char* profile, int32_t replace) {
+  return GuardExport(
+      [&] { return email_profile_requests::Save(TextOrEmpty(profile), replace != 0); });
+}
+
+KSIMP_API uint32_t KSIMP_GetEmailProfileName(uint32_t index, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const auto name = email_profile_requests::NameAt(index);
+    return name ? CopyTextStrictly(*name, buffer, size) : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetEmailProfile(const char* name, char* buffer, int32_t size) {
+  return GuardExport([&] {
+    const auto text = email_profile_requests::ShownText(TextOrEmpty(name));
+    return text ? CopyTextStrictly(*text, buffer, size) : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetEmailProfileDescription(const char* name, char* buffer,
+                                                    int32_t size) {
+  return GuardExport([&] {
+    const auto text = email_profile_requests::Description(TextOrEmpty(name));
+    return text ? CopyTextStrictly(*text, buffer, size) : 0u;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_DeleteEmailProfile(const char* name) {
+  return GuardExport([&] { return email_profile_requests::Delete(TextOrEmpty(name)) ? 1u : 0u; });
 }
 
 }  // extern "C"

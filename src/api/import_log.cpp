@@ -21,6 +21,13 @@ size_t ImportLog::EntryCount() const {
   return entries_.size();
 }
 
+void ImportLog::Reassign(uint32_t from, uint32_t to) {
+  std::lock_guard lock(mutex_);
+  for (tagLogs& entry : entries_) {
+    if (entry.import_handle == from) entry.import_handle = to;
+  }
+}
+
 // Hosts were written against two odd rules that stay as they are:
 //  - the size test lets the joined text reach size + 1 characters before its
 //    terminator, and

@@ -26,6 +26,10 @@ class ImportLog {
 
   size_t EntryCount() const;
 
+  // The texts of `from` become texts of `to`, keeping their place in the
+  // log (the profiles of an e-mail import log under handles of their own).
+  void Reassign(uint32_t from, uint32_t to);
+
  private:
   mutable std::mutex mutex_;      // as for the error list: the host reads after the import
   std::vector<tagLogs> entries_;  // guarded by mutex_, oldest first

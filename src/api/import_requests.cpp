@@ -38,6 +38,12 @@ void CopyPathSizedText(std::string_view text, char* buffer) {
   buffer[length] = '\0';
 }
 
+// The file name and extension of a path.
+std::string_view BaseName(std::string_view path) {
+  const size_t slash = path.find_last_of('/');
+  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
 }  // namespace
 
 uint32_t CImportSession::InitImportUsingFileName(const char* path) {
@@ -154,7 +160,7 @@ uint32_t CImportSession::Abort(uint32_t handle) {
   // below go on under it.
   SessionLockGuard session(locks_.session);
   uint32_t found = 0;
-  if (handles_.SetAborted(handle)) {
+  if (handles_.SetAborted(ProgressHandleOf(handle))) {
     std::vector<tagIMPORTATTACH> waiting;
     {
       std::lock_guard data(locks_.data);
@@ -179,14 +185,10 @@ uint32_t CImportSession::GetCurFile(uint32_t handle, char* buffer) {
     CopyPathSizedText(MessageText(error_code::kImportingAttachments), buffer);
     return 1;
   }
-  const std::optional<SETDATA> current = queue_.First(handle);
+  // The e-mail import names the mailbox being read, without its folder.
+  const bool email = email_.Owns(handle);
+  const std::optional<SETDATA> current = queue_.First(email ? ProgressHandleOf(handle) : handle);
   if (!current) return 0;
-  CopyPathSizedText(current->file_name, buffer);
+  CopyPathSizedText(email ? BaseName(current->file_name) : current->file_name, buffer);
   return 1;
-}
-
-uint32_t CImportSession::ImportEmail(uint32_t /*handle*/, int64_t* /*carry*/,
-                                     uint32_t* /*result*/) {
-  // E-mail profiles are not available in this build.
-  return 0;
 }

@@ -21,7 +21,9 @@
 
 uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t host_value2,
                                 int64_t* carry, uint32_t* result) {
-  if (IsEmailMode()) return ImportEmail(handle, carry, result);
+  // The e-mail import's handle runs its profiles even when an abort has
+  // already ended e-mail mode: it then imports nothing and is released.
+  if (IsEmailMode() || email_.Owns(handle)) return ImportEmail(handle, carry, result);
 
   SetImportingAttachments(false);
   host_value1_.store(host_value1);

@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "api/email_import.h"
 #include "api/error_list.h"
 #include "api/handle_registry.h"
 #include "api/import_attachment.h"
@@ -73,7 +74,21 @@ class CImportSession {
   uint32_t ImportWizard(uint32_t handle, void* parent_window);
   uint32_t Abort(uint32_t handle);
   uint32_t GetCurFile(uint32_t handle, char* buffer);
+
+  // ---- E-mail imports (email_import_run.cpp) ----------------------------
+  uint32_t InitEmailImportUsingFileHandle(uint32_t database);
+  uint32_t AddEmailProfileToImport(uint32_t handle, const char* profile);
+  void AddKSFileHandle(uint32_t handle, uint32_t database);
+  // The e-mail wizard and the profile list: dialogs, not shown in this build.
+  uint32_t ImportEmailWizard(void* parent_window);
+  uint32_t ImportEmailProfileDialog();
+  // KSIMP_ImportEmail: runs the queued profiles and ends the e-mail import.
   uint32_t ImportEmail(uint32_t handle, int64_t* carry, uint32_t* result);
+  EmailImport& email() { return email_; }
+  // The handle whose counters answer the host's progress queries and whose
+  // abort flag KSIMP_Abort sets: for the e-mail import's handle, that of the
+  // profile being run; any other handle answers for itself.
+  uint32_t ProgressHandleOf(uint32_t handle);
 
   // ---- Import run (import_run.cpp) --------------------------------------
   // KSIMP_Import: runs the handle's queue and releases the handle, whatever
@@ -109,6 +124,13 @@ class CImportSession {
   // Sets the count of documents added to what the database really holds
   // beyond the documents it had when the run began.
   void RecountDocumentsAdded(uint32_t handle, uint32_t database);
+  // What one profile of the e-mail import did.
+  struct EmailProfileRun {
+    bool succeeded = false;  // nothing failed (an abort is no failure)
+    bool aborted = false;
+    uint32_t documents = 0;
+  };
+  EmailProfileRun RunEmailProfile(const EmailImport::Item& item, int64_t* carry);
   AttachmentRules AttachmentRulesOf(uint32_t handle);
   void AddSourceSizeToTotal(const SETDATA& record);
   bool DialogArgumentsValid(uint32_t handle, void* parent_window, uint32_t* result,
@@ -119,6 +141,7 @@ class CImportSession {
   HandleRegistry handles_{locks_};
   ImportQueue queue_{locks_, handles_};
   std::vector<tagIMPORTATTACH> attachments_;  // guarded by the locks, in order
+  EmailImport email_{locks_};
 
   ImportErrorList errors_;
   ImportLog log_;

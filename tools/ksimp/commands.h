@@ -18,5 +18,6 @@ void AddDocsCommand(CLI::App& parent);
 void AddShowCommand(CLI::App& parent);
 void AddSearchCommand(CLI::App& parent);
 void AddExportCommand(CLI::App& parent);
+void AddProfileCommand(CLI::App& parent);
 
 }  // namespace ksimp

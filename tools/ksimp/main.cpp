@@ -17,7 +17,7 @@ const ksimp::CommandSetup kCommands[] = {
     ksimp::AddCreateCommand,   ksimp::AddImportCommand, ksimp::AddTypesCommand,
     ksimp::AddSettingsCommand, ksimp::AddFormCommand,   ksimp::AddAddCommand,
     ksimp::AddDocsCommand,     ksimp::AddShowCommand,   ksimp::AddSearchCommand,
-    ksimp::AddExportCommand,
+    ksimp::AddExportCommand,   ksimp::AddProfileCommand,
 };
 
 }  // namespace

@@ -1,0 +1,343 @@
+// The e-mail import: starting it, queuing profiles, and KSIMP_ImportEmail,
+// which runs each queued profile's mailboxes into the profile's database
+// under an import handle of the profile's own, then moves what the run
+// recorded (errors, log) to the e-mail import's handle, where the host reads
+// it.
+#include <fmt/format.h>
+#include <fmt/printf.h>
+#include <sys/stat.h>
+
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+#include "api/email_profile_requests.h"
+#include "api/file_type_offers.h"
+#include "api/import_session.h"
+#include "api/session_import_context.h"
+#include "core/error_codes.h"
+#include "core/message_texts.h"
+#include "importers/mail/email_profile_mailboxes.h"
+#include "importers/mail/email_profiles.h"
+#include "importers/mail/mailbox_checkpoints.h"
+#include "importers/mail/private_file.h"
+#include "ks_eng5.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A profile message with its placeholders filled in.
+template <typename... Args>
+std::string ProfileMessage(uint32_t id, const Args&... args) {
+  return fmt::sprintf(std::string(MessageText(id)), args...);
+}
+
+// The run's messages are lines of the log; two of them carry their line end.
+std::string AsLogLine(std::string text) {
+  if (!text.ends_with("\r\n")) text += "\r\n";
+  return text;
+}
+
+// The mailbox files' size, as the progress bar's total.
+uint64_t MailboxBytes(const EmailProfile& profile) {
+  uint64_t total = 0;
+  for (const std::string& file : SelectedMailboxFiles(profile)) {
+    struct stat info {};
+    if (::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
+      total += static_cast<uint64_t>(info.st_size);
+    }
+  }
+  return total;
+}
+
+// The host's database whose file the profile names, or 0.
+uint32_t HostDatabaseFor(const std::vector<uint32_t>& databases, const std::string& path) {
+  for (const uint32_t database : databases) {
+    char name[4096] = {};
+    if (EngGetDatabaseName(database, name, sizeof name) == 0) continue;
+    std::error_code ec;
+    if (fs::equivalent(fs::path(name), fs::path(path), ec) && !ec) return database;
+  }
+  return 0;
+}
+
+bool IsRefusedForRights(uint32_t engine_error) {
+  return engine_error == KSENG_ERR_ACCESS || engine_error == KSENG_ERR_READONLY ||
+         engine_error == KSENG_ERR_PASSWORD_REQUIRED || engine_error == KSENG_ERR_PASSWORD_WRONG;
+}
+
+MailboxCheckpoints ReadCheckpoints(const fs::path& file, std::string* why) {
+  const std::optional<std::string> text = ReadSmallFile(file, CEmailProfiles::kMaxFileBytes, why);
+  return text ? MailboxCheckpoints::Parse(*text) : MailboxCheckpoints();
+}
+
+}  // namespace
+
+uint32_t CImportSession::InitEmailImportUsingFileHandle(uint32_t database) {
+  const uint32_t handle = handles_.Create(database, /*owns_database=*/false);
+  std::vector<uint32_t> dropped;
+  if (!email_.Begin(handle, database, &dropped)) {
+    handles_.Remove(handle);
+    RecordError(0, error_code::kCannotQueueImport);
+    return 0;
+  }
+  for (const uint32_t left : dropped) DiscardHandle(left);
+  SetEmailMode(true);
+  return handle;
+}
+
+uint32_t CImportSession::AddEmailProfileToImport(uint32_t handle, const char* profile_name) {
+  if (!email_.Owns(handle)) {
+    RecordError(handle, error_code::kHandleNotInImportSet);
+    return 0;
+  }
+  const std::string name = profile_name != nullptr ? profile_name : "";
+  std::string why;
+  const std::optional<EmailProfile> profile =
+      CEmailProfiles(email_profile_requests::ProfileFolder()).Load(name, &why);
+  if (!profile) {
+    RecordError(handle, error_code::kCannotQueueImport);
+    AddLogText(handle, fmt::format("Email profile {}.  It cannot be run: {}.\r\n", name, why));
+    return 0;
+  }
+  if (!CEmailProfiles::IsComplete(*profile)) {
+    RecordError(handle, error_code::kProfileIncomplete);
+    AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileIncomplete, name)));
+    return 0;
+  }
+  EmailImport::Item item;
+  item.handle = handles_.Create(0, /*owns_database=*/false);
+  item.profile = name;
+  item.settings = *profile;
+  item.description = SelectionDescription(*profile);
+  item.total_bytes = SaturatingAdd(0, MailboxBytes(*profile));
+  handles_.AddTotalBytes(item.handle, item.total_bytes);
+  const uint32_t item_handle = item.handle;
+  if (!email_.Add(handle, std::move(item))) {
+    handles_.Remove(item_handle);
+    RecordError(handle, error_code::kCannotQueueImport);
+    return 0;
+  }
+  return 1;
+}
+
+void CImportSession::AddKSFileHandle(uint32_t handle, uint32_t database) {
+  email_.AddDatabase(handle, database);
+}
+
+// The dialogs' checks, then the log says there is none; as for the other
+// dialogs, a missing parent window is error 94 (against handle 0: the wizard
+// has no import handle).
+uint32_t CImportSession::ImportEmailWizard(void* parent_window) {
+  if (parent_window == nullptr) {
+    RecordError(0, error_code::kParentWindowRequired);
+    return 0;
+  }
+  owner_window_.store(parent_window);
+  AddLogText(0,
+             "The e-mail wizard is not available in this version of the import library; save "
+             "profiles with KSIMP_SaveEmailProfile instead.\r\n");
+  return 0;
+}
+
+uint32_t CImportSession::ImportEmailProfileDialog() {
+  AddLogText(0,
+             "The e-mail profile list is not available in this version of the import "
+             "library; run profiles with KSIMP_InitEmailImportUsingFileHandle, "
+             "KSIMP_AddEmailProfileToImport and KSIMP_Import instead.\r\n");
+  return 0;
+}
+
+uint32_t CImportSession::ProgressHandleOf(uint32_t handle) {
+  const std::optional<EmailImport::Current> current = email_.CurrentOf(handle);
+  return current ? current->handle : handle;
+}
+
+uint32_t CImportSession::ImportEmail(uint32_t handle, int64_t* carry, uint32_t* result) {
+  std::optional<std::vector<EmailImport::Item>> items = email_.Start(handle);
+  if (!items) return 0;
+
+  uint32_t documents = 0;
+  bool every_profile_ran = true;
+  size_t next = 0;
+  // Stopped before it began, or between two profiles: KSIMP_Abort marked the
+  // e-mail import's own handle.
+  while (next < items->size() && !handles_.IsAborted(handle)) {
+    const EmailImport::Item& item = (*items)[next++];
+    email_.SetCurrent(&item);
+    const EmailProfileRun run = RunEmailProfile(item, carry);
+    email_.SetCurrent(nullptr);
+    errors_.Reassign(item.handle, handle);
+    log_.Reassign(item.handle, handle);
+    documents = SaturatingAdd(documents, run.documents);
+    every_profile_ran = every_profile_ran && run.succeeded;
+    if (run.aborted) break;
+  }
+  for (; next < items->size(); ++next) DiscardHandle((*items)[next].handle);
+
+  if (!every_profile_ran) {
+    RecordError(handle, error_code::kProfilesFailed);
+    AddLogText(handle, AsLogLine(std::string(MessageText(error_code::kProfilesFailed))));
+  }
+  if (result != nullptr) *result = documents;
+  email_.End(handle);
+  SetEmailMode(false);
+  ReleaseHandle(handle);
+  return every_profile_ran ? 1 : 0;
+}
+
+// One profile: its database, its mailboxes queued with the profile's options
+// and date selection, each imported in turn.  A mailbox imported whole moves
+// its checkpoint on; a profile run whole (nothing failed, nothing aborted)
+// that selects new messages gets the day of the run as its start date.
+CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImport::Item& item,
+                                                                int64_t* carry) {
+  const EmailProfile& profile = item.settings;
+  const std::string& name = item.profile;
+  const uint32_t handle = item.handle;
+  const int64_t started = static_cast<int64_t>(std::time(nullptr));
+  EmailProfileRun run;
+  const auto finish = [&] {
+    DiscardHandle(handle);
+    return run;
+  };
+
+  const int32_t file_type = mail_application::MailboxFileType(profile.type);
+  if (file_type == 0) {
+    RecordError(handle, error_code::kUnsupportedFileType);
+    AddLogText(handle, fmt::format("Email profile {}.  {} profiles cannot be run by this version "
+                                   "of the import library.\r\n",
+                                   name, mail_application::Name(profile.type)));
+    return finish();
+  }
+
+  bool owns_database = false;
+  uint32_t database = HostDatabaseFor(email_.Databases(), profile.database);
+  if (database == 0) {
+    database =
+        EngOpenDatabase(profile.database.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+    if (database == 0) {
+      const bool rights = IsRefusedForRights(EngLastError(0));
+      RecordError(handle, error_code::kCannotOpenDatabase);
+      AddLogText(handle, ProfileMessage(rights ? error_code::kProfileNoWriteRights
+                                               : error_code::kProfileCannotOpenDatabase,
+                                        name, profile.database));
+      return finish();
+    }
+    owns_database = true;
+  }
+  handles_.Update(handle, [&](ImportHandleRecord& r) {
+    r.database = database;
+    r.owns_database = owns_database;
+    r.documents_at_start = EngCountDocuments(database, KSENG_WALK_DOCUMENTS);
+  });
+
+  const CEmailProfiles profiles(email_profile_requests::ProfileFolder());
+  const bool new_only = profile.selection == message_selection::kNewMessages;
+  const bool eudora = file_type == KSIMP_TYPE_EUDORA;
+  const fs::path state_file = profiles.StateFileOf(name);
+  std::string why;
+  MailboxCheckpoints checkpoints;
+  if (new_only && !state_file.empty()) checkpoints = ReadCheckpoints(state_file, &why);
+  if (!why.empty()) AddLogText(handle, fmt::format("Email profile {}.  {}.\r\n", name, why));
+  bool checkpoints_moved = false;
+
+  bool succeeded = true;
+  std::map<std::string, MailboxCheckpoint> reached;  // where each queued mailbox ends now
+  for (const std::string& file : SelectedMailboxFiles(profile)) {
+    struct stat info {};
+    if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+      RecordError(handle, error_code::kCannotOpenFile);
+      AddLogText(handle,
+                 AsLogLine(ProfileMessage(error_code::kProfileCannotOpenMailbox, name, file)));
+      succeeded = false;
+      continue;
+    }
+    SETDATA record;
+    record.import_handle = handle;
+    record.file_name = file;
+    record.file_type = file_type;
+    record.import_location = profile.option_location;
+    record.full_header = profile.option_header;
+    record.save_attachments = profile.option_attach;
+    record.import_attachments = profile.option_import_attach;
+    if (new_only) {
+      const ResumePoint resume = checkpoints.ResumeAt(file, eudora);
+      if (resume.kind == ResumePoint::Kind::kNothingNew) continue;
+      if (resume.kind == ResumePoint::Kind::kFromOffset) {
+        record.start_offset = resume.offset;
+      } else if (profile.date_start) {
+        record.message_date_from = FormatProfileDate(*profile.date_start);
+      }
+    } else if (profile.selection == message_selection::kBetweenDates) {
+      record.message_date_from = profile.date_start ? FormatProfileDate(*profile.date_start) : "";
+      record.message_date_to = profile.date_end ? FormatProfileDate(*profile.date_end) : "";
+    }
+    if (info.st_size == 0) {
+      AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, file)));
+      if (new_only) {
+        if (auto now = MailboxCheckpoints::Take(file)) {
+          checkpoints.Set(std::move(*now));
+          checkpoints_moved = true;
+        }
+      }
+      continue;
+    }
+    if (auto now = MailboxCheckpoints::Take(file)) reached[file] = std::move(*now);
+    std::string warning;
+    file_type_offers::ApplyFileTypeOptions(record, &warning);
+    if (!warning.empty()) AddLogText(handle, warning + "\r\n");
+    queue_.Append(std::move(record));
+  }
+
+  bool first_file = true;
+  while (const std::optional<SETDATA> queued = queue_.First(handle)) {
+    uint32_t code = 1;
+    if (!ImportOneFile(handle, database, *queued, queued->file_name, first_file, carry, &code)) {
+      succeeded = false;  // no importer for the type: nothing more can be read
+      break;
+    }
+    first_file = false;
+    run.aborted = handles_.IsAborted(handle);
+    if (code != 1) succeeded = false;
+    const auto now = reached.find(queued->file_name);
+    if (code == 1 && !run.aborted && new_only && now != reached.end()) {
+      checkpoints.Set(now->second);
+      checkpoints_moved = true;
+    }
+    if (run.aborted) break;
+  }
+  queue_.RemoveAll(handle);
+
+  run.documents = handles_.DocumentsAdded(handle);
+  if (owns_database) EngCloseDatabase(database);
+
+  if (checkpoints_moved && !state_file.empty()) {
+    if (!WritePrivateFile(state_file, checkpoints.Serialize(), &why)) {
+      AddLogText(handle, fmt::format("Email profile {}.  {}.\r\n", name, why));
+    }
+  }
+  if (run.aborted) {
+    AddLogText(handle, fmt::format("Email profile {}.  The import was aborted.\r\n", name));
+  } else if (succeeded) {
+    if (run.documents == 0 && new_only) {
+      AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileNothingNew, name)));
+    } else if (run.documents == 0 && profile.selection == message_selection::kBetweenDates) {
+      AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileNothingInRange, name)));
+    }
+    if (new_only && !profiles.StoreStartDate(name, LocalDateOf(started), &why)) {
+      RecordError(handle, error_code::kAccessDenied);
+      AddLogText(handle, fmt::format("Email profile {}.  The date of this import could not be "
+                                     "kept: {}.\r\n",
+                                     name, why));
+      succeeded = false;
+    }
+  }
+  AddLogText(handle, fmt::format("Email profile {}.  {} document(s) added to {}.\r\n", name,
+                                 run.documents, profile.database));
+  // An abort is the user's choice, not a failure; the start date stays.
+  run.succeeded = succeeded;
+  return finish();
+}

@@ -1,0 +1,279 @@
+// E-mail imports through the exported interface: profiles saved, queued and
+// run into real databases from small mailboxes the tests write; "new
+// messages" that import only what arrived since the last run; failures that
+// leave the profile as it was; the progress queries while a profile runs.
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "api/import_session.h"
+#include "core/error_codes.h"
+#include "core/scoped_env.h"
+#include "importers/import_fixture.h"
+#include "importers/mail/email_profile.h"
+
+namespace {
+
+// A message of a standard mailbox, dated `date` (RFC 822).
+std::string Message(const std::string& subject, const std::string& date) {
+  return "From sender@example.com Mon Jan  1 10:00:00 2024\n"
+         "From: sender@example.com\n"
+         "To: you@example.com\n"
+         "Subject: " +
+         subject +
+         "\n"
+         "Date: " +
+         date +
+         "\n"
+         "\n"
+         "Text of " +
+         subject +
+         ".\n"
+         "\n";
+}
+
+std::string Today() {
+  return FormatProfileDate(LocalDateOf(static_cast<int64_t>(std::time(nullptr))));
+}
+
+// What one run of KSIMP_Import on an e-mail import gave.
+struct EmailRun {
+  uint32_t result = 0;
+  uint32_t added = 0;
+  uint32_t error = 0;
+  std::string log;
+};
+
+class EmailImportTest : public ImportFixture {
+ protected:
+  void SetUp() override {
+    ImportFixture::SetUp();
+    mailbox_ = dir_.file("Inbox");
+  }
+
+  // Saves a profile of the standard mailbox into the fixture's database.
+  uint32_t SaveProfile(const std::string& name, const std::string& more = "",
+                       const std::string& database = "") {
+    const std::string text = "TYPE=1404\nNAME=" + name +
+                             "\nNAME_KESTRO=" + (database.empty() ? database_ : database) +
+                             "\nMAILBOX=" + mailbox_ + "\n" + more;
+    return KSIMP_SaveEmailProfile(text.c_str(), 0);
+  }
+
+  std::string ProfileText(const std::string& name) {
+    char text[4096] = {};
+    EXPECT_EQ(KSIMP_GetEmailProfile(name.c_str(), text, sizeof text), 1u) << name;
+    return text;
+  }
+
+  EmailRun Run(const std::vector<std::string>& profiles, uint32_t host_database = 0) {
+    EmailRun run;
+    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(host_database);
+    EXPECT_NE(handle, 0u);
+    for (const std::string& profile : profiles) {
+      EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, profile.c_str()), 1u) << profile;
+    }
+    EXPECT_EQ(KSIMP_GetEmailProfileCount(handle), profiles.size());
+    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
+    run.error = KSIMP_GetLastImportError(handle);
+    char log[16384] = {};
+    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
+    EXPECT_EQ(KSIMP_GetTotalBytes(handle), 0u) << "the handle is released";
+    return run;
+  }
+
+  void Append(const std::string& text) { std::ofstream(mailbox_, std::ios::app) << text; }
+
+  TempDir config_;
+  ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
+  std::string mailbox_;
+};
+
+TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000") +
+                          Message("two", "Tue, 2 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
+
+  EmailRun run = Run({"Work"});
+  EXPECT_EQ(run.result, 1u) << run.log;
+  EXPECT_EQ(run.added, 2u);
+  EXPECT_EQ(run.error, KSIMP_ERR_INTERNAL) << "nothing failed";
+  EXPECT_NE(run.log.find("Email profile Work.  2 document(s) added to " + database_ + ".\r\n"),
+            std::string::npos)
+      << run.log;
+  EXPECT_NE(ProfileText("Work").find("DATE_START=" + Today() + "\n"), std::string::npos);
+
+  run = Run({"Work"});
+  EXPECT_EQ(run.result, 1u);
+  EXPECT_EQ(run.added, 0u);
+  EXPECT_NE(run.log.find("\"Work\" Profile - No new messages since last import.\r\n"),
+            std::string::npos)
+      << run.log;
+
+  // The same day, one more message: that one alone, whatever its date.
+  Append(Message("three", "Sun, 31 Dec 2023 23:00:00 +0000"));
+  run = Run({"Work"});
+  EXPECT_EQ(run.added, 1u) << run.log;
+  const std::vector<std::string> documents = Documents();
+  ASSERT_EQ(documents.size(), 3u);
+  EXPECT_NE(documents[2].find("Text of three."), std::string::npos) << documents[2];
+  EXPECT_EQ(Run({"Work"}).added, 0u);
+}
+
+TEST_F(EmailImportTest, RewrittenMailboxFallsBackToTheStartDate) {
+  WriteFile(mailbox_, Message("old", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
+  ASSERT_EQ(Run({"Work"}).added, 1u);
+
+  // Compacted by the mail program: a new file, the old message and one of
+  // today.  Only messages dated on or after the start date are new.
+  char today[64] = {};
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  std::strftime(today, sizeof today, "%a, %d %b %Y %H:%M:%S %z", &local);
+  WriteFile(dir_, "compacted",
+            Message("old", "Mon, 1 Jan 2024 10:00:00 +0000") + Message("today", today));
+  std::filesystem::rename(dir_.file("compacted"), mailbox_);
+  const EmailRun run = Run({"Work"});
+  EXPECT_EQ(run.added, 1u) << run.log;
+  EXPECT_NE(Documents().back().find("Text of today."), std::string::npos);
+}
+
+TEST_F(EmailImportTest, FailedRunLeavesTheStartDateAsItWas) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  const std::string missing = dir_.file("no folder/target.kst");
+  ASSERT_EQ(SaveProfile("Lost", "TYPE_MSG=0\nDATE_START=01/02/2020\n", missing), 0u);
+  const std::string before = ProfileText("Lost");
+
+  const EmailRun run = Run({"Lost"});
+  EXPECT_EQ(run.result, 0u);
+  EXPECT_EQ(run.added, 0u);
+  EXPECT_EQ(run.error, KSIMP_ERR_OPEN_DATABASE);
+  EXPECT_NE(run.log.find("Email profile Lost.  Cannot open Kestro file " + missing + ".\r\n"),
+            std::string::npos)
+      << run.log;
+  EXPECT_NE(run.log.find("Error with one or more profiles\r\n"), std::string::npos);
+  EXPECT_EQ(ProfileText("Lost"), before);
+  EXPECT_NE(before.find("DATE_START=01/02/2020\n"), std::string::npos);
+}
+
+TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Broken", "MAILBOX=" + dir_.file("gone.mbx") + "\n"), 0u);
+  ASSERT_EQ(SaveProfile("Fine"), 0u);
+  ASSERT_EQ(KSIMP_SaveEmailProfile(
+                "TYPE=1405\nNAME=Server\nNAME_KESTRO=/x.kst\nIMAP_SERVER=imap.example.com\n", 0),
+            0u);
+
+  const EmailRun run = Run({"Broken", "Server", "Fine"});
+  EXPECT_EQ(run.result, 0u);
+  EXPECT_EQ(run.added, 2u) << "Broken reads its one mailbox that exists, Fine reads it again";
+  EXPECT_EQ(run.error, KSIMP_ERR_OPEN_FILE) << "the first error recorded";
+  EXPECT_NE(
+      run.log.find("\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"),
+      std::string::npos)
+      << run.log;
+  EXPECT_NE(run.log.find("Email profile Server.  IMAP profiles cannot be run"), std::string::npos);
+  EXPECT_NE(run.log.find("Email profile Fine.  1 document(s) added"), std::string::npos);
+}
+
+TEST_F(EmailImportTest, ProfileNamingTheHostsDatabaseUsesItsHandle) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=1\nDATE_START=01/01/2024\nDATE_END=01/01/2024\n"), 0u);
+  const uint32_t db =
+      EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db, 0u);
+  const EmailRun run = Run({"Work"}, db);
+  EXPECT_EQ(run.added, 1u) << run.log;
+  EXPECT_EQ(EngCountDocuments(db, KSENG_WALK_DOCUMENTS), 1u) << "the host's handle stays open";
+  EXPECT_NE(EngCloseDatabase(db), 0);
+  EXPECT_EQ(ProfileText("Work").find("DATE_START=" + Today()), std::string::npos)
+      << "only a profile of new messages moves its start date";
+}
+
+TEST_F(EmailImportTest, NothingInTheDateRangeIsSaidSo) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Range", "TYPE_MSG=1\nDATE_START=03/01/2024\nDATE_END=03/31/2024\n"), 0u);
+  const EmailRun run = Run({"Range"});
+  EXPECT_EQ(run.result, 1u);
+  EXPECT_EQ(run.added, 0u);
+  EXPECT_NE(run.log.find("\"Range\" Profile - There are no messages in the selected date range."),
+            std::string::npos)
+      << run.log;
+}
+
+TEST_F(EmailImportTest, QueuingChecksTheHandleAndTheProfile) {
+  const uint32_t plain = KSIMP_InitImportUsingFileName(database_.c_str());
+  EXPECT_EQ(KSIMP_AddEmailProfileToImport(plain, "Work"), 0u);
+  EXPECT_EQ(KSIMP_GetLastImportError(plain), KSIMP_ERR_NO_SUCH_HANDLE);
+  KSIMP_Import(plain, 0, 0, nullptr, nullptr);
+
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, "Nobody"), 0u);
+  EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, nullptr), 0u);
+  EXPECT_EQ(KSIMP_GetLastImportError(handle), KSIMP_ERR_QUEUE);
+  EXPECT_EQ(KSIMP_GetEmailProfileCount(handle), 0u);
+  uint32_t added = 99;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u) << "nothing to run, nothing failed";
+  EXPECT_EQ(added, 0u);
+}
+
+TEST_F(EmailImportTest, AbortBeforeTheRunImportsNothing) {
+  WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
+  ASSERT_EQ(SaveProfile("Work"), 0u);
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Work"), 1u);
+  EXPECT_GT(KSIMP_GetTotalBytes(handle), 0u) << "the profile's mailbox counts";
+  EXPECT_EQ(KSIMP_Abort(handle), 1u);
+  uint32_t added = 99;
+  KSIMP_Import(handle, 0, 0, nullptr, &added);
+  EXPECT_EQ(added, 0u);
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(EmailImportTest, KeepsProfilesThroughTheExports) {
+  ASSERT_EQ(SaveProfile("b", "IMAP_PASSWORD=hunter2\n"), 0u);
+  ASSERT_EQ(SaveProfile("a"), 0u);
+  EXPECT_EQ(SaveProfile("a"), KSIMP_ERR_PROFILE_DUPLICATE);
+  EXPECT_EQ(SaveProfile("a/b"), KSIMP_ERR_PROFILE_NAME_CHARACTERS);
+  EXPECT_EQ(KSIMP_SaveEmailProfile("TYPE=1404\nNAME=c\n", 0), KSIMP_ERR_PROFILE_INCOMPLETE);
+  EXPECT_EQ(KSIMP_SaveEmailProfile("COLOUR=blue\n", 0), KSIMP_ERR_SET_PARAMETERS);
+
+  char name[64] = {};
+  ASSERT_EQ(KSIMP_GetEmailProfileName(0, name, sizeof name), 1u);
+  EXPECT_STREQ(name, "b");
+  ASSERT_EQ(KSIMP_GetEmailProfileName(1, name, sizeof name), 1u);
+  EXPECT_STREQ(name, "a");
+  EXPECT_EQ(KSIMP_GetEmailProfileName(2, name, sizeof name), 0u);
+  EXPECT_EQ(ProfileText("b").find("hunter2"), std::string::npos);
+  char description[64] = {};
+  ASSERT_EQ(KSIMP_GetEmailProfileDescription("a", description, sizeof description), 1u);
+  EXPECT_STREQ(description, "All Messages");
+
+  char caption[64] = {};
+  ASSERT_EQ(KSIMP_GetMessageCaption(KSIMP_ERR_PROFILE_INCOMPLETE, caption, sizeof caption), 1u);
+  EXPECT_STREQ(caption, "Incompete Email Profile");
+
+  EXPECT_EQ(KSIMP_DeleteEmailProfile("b"), 1u);
+  EXPECT_EQ(KSIMP_DeleteEmailProfile("b"), 0u);
+  ASSERT_EQ(KSIMP_GetEmailProfileName(0, name, sizeof name), 1u);
+  EXPECT_STREQ(name, "a");
+}
+
+TEST(EmailDialogs, WizardAndProfileListAreNotShown) {
+  CImportSession session;
+  int window = 0;
+  EXPECT_EQ(session.ImportEmailWizard(nullptr), 0u);
+  EXPECT_EQ(session.GetLastImportError(0), KSIMP_ERR_NO_PARENT_WINDOW);
+  EXPECT_FALSE(session.IsLogData(0));
+  EXPECT_EQ(session.ImportEmailWizard(&window), 0u);
+  EXPECT_TRUE(session.IsLogData(0));
+  EXPECT_EQ(session.OwnerWindow(), &window);
+  EXPECT_EQ(KSIMP_ImportEmailProfile(), 0u);
+}
+
+}  // namespace

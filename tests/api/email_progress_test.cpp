@@ -1,0 +1,90 @@
+// What the host's polling thread sees of an e-mail import while a profile
+// runs: the profile, its database and selection, the mailbox being read and
+// the counters of the profile being run; a stand-in importer asks while it
+// "imports".
+#include <gtest/gtest.h>
+
+#include "api/ks_imp_app.h"
+#include "core/scoped_env.h"
+#include "ks_eng5.h"
+#include "ks_imp.h"
+#include "stub_importer.h"
+#include "temp_dir.h"
+#include "write_file.h"
+
+namespace {
+
+class EmailProgressTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(EngCreateDatabase(database_.c_str(), nullptr, nullptr, 0), 0);
+    WriteFile(mailbox_, "From a\nSubject: one\n\nText\n");
+    session_.SetImporterFactory(StubFactory(script_));
+  }
+  void TearDown() override { session_.SetImporterFactory({}); }
+
+  TempDir dir_;
+  ScopedEnv config_env_{"KESTRO_CONFIG_DIR", dir_.file("config")};
+  std::string database_ = dir_.file("mail.kst");
+  std::string mailbox_ = dir_.file("mail/Inbox");
+  CImportSession& session_ = CKS_ImpApp::Instance().Session();
+  StubScript script_;
+};
+
+TEST_F(EmailProgressTest, QueriesAnswerForTheProfileBeingRun) {
+  const std::string profile = "TYPE=1402\nNAME=Work\nNAME_KESTRO=" + database_ +
+                              "\nTYPE_MSG=0\nDATE_START=01/31/2024\nMAILBOX=" + mailbox_ + "\n";
+  ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Work"), 1u);
+  EXPECT_EQ(KSIMP_GetTotalBytes(handle), ReadFile(mailbox_).size());
+
+  std::string name, database, description, file;
+  uint32_t current_bytes = 0, documents = 0;
+  script_.while_running = [&](uint32_t item, const SETDATA&) {
+    char text[4096] = {};
+    if (KSIMP_GetCurEmailProfile(handle, text, sizeof text)) name = text;
+    if (KSIMP_GetCurEmailKroFile(handle, text, sizeof text)) database = text;
+    if (KSIMP_GetCurEmailDescription(handle, text, sizeof text)) description = text;
+    if (KSIMP_GetCurFile(handle, text)) file = text;
+    session_.handles().SetCurrentBytes(item, 17);
+    session_.handles().AddDocumentsAdded(item, 3);
+    current_bytes = KSIMP_GetCurBytes(handle);
+    documents = KSIMP_GetNumDocsAdded(handle);
+  };
+  KSIMP_Import(handle, 0, 0, nullptr, nullptr);
+
+  EXPECT_EQ(name, "Work");
+  EXPECT_EQ(database, database_);
+  EXPECT_EQ(description, "New messages since Jan 31, 2024");
+  EXPECT_EQ(file, "Inbox") << "the mailbox's name without its folder";
+  EXPECT_EQ(current_bytes, 17u);
+  EXPECT_EQ(documents, 3u);
+  ASSERT_EQ(script_.seen.size(), 1u);
+  EXPECT_EQ(script_.seen[0].file_type, KSIMP_TYPE_MBX);
+  char text[64] = {};
+  EXPECT_EQ(KSIMP_GetCurEmailProfile(handle, text, sizeof text), 0u) << "the run is over";
+  EXPECT_FALSE(session_.IsEmailMode());
+}
+
+TEST_F(EmailProgressTest, AbortStopsTheProfileBeingRunAndThoseAfterIt) {
+  for (const char* name : {"First", "Second"}) {
+    const std::string profile = "TYPE=1403\nNAME=" + std::string(name) +
+                                "\nNAME_KESTRO=" + database_ + "\nMAILBOX=" + mailbox_ + "\n";
+    ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
+  }
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "First"), 1u);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Second"), 1u);
+  bool aborted_seen = false;
+  script_.while_running = [&](uint32_t item, const SETDATA&) {
+    EXPECT_EQ(KSIMP_Abort(handle), 1u);
+    aborted_seen = session_.handles().IsAborted(item);
+  };
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, nullptr), 1u) << "an abort is not a failure";
+  EXPECT_TRUE(aborted_seen) << "the abort reaches the profile being run";
+  EXPECT_EQ(script_.seen.size(), 1u) << "the second profile does not run";
+  EXPECT_EQ(script_.seen[0].file_type, KSIMP_TYPE_EUDORA);
+}
+
+}  // namespace

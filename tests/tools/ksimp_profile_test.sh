@@ -1,0 +1,95 @@
+#!/usr/bin/env bash
+# ksimp profile end to end: e-mail profiles saved, listed, shown, run and
+# deleted as a person types the commands, with their output and exit status.
+# Usage: ksimp_profile_test.sh KSIMP
+set -uo pipefail
+ksimp=$1
+work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-profile-test.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export KESTRO_CONFIG_DIR=$work/config ODBCSYSINI=$work/odbc
+mkdir -p "$ODBCSYSINI"
+failures=0
+passes=0
+
+check() {  # check NAME EXPECTED_STATUS COMMAND...
+  local name=$1 expected=$2
+  shift 2
+  "$@" >"$work/out" 2>"$work/err"
+  local status=$?
+  if [ "$status" -ne "$expected" ]; then
+    echo "FAIL $name: exit $status, expected $expected"; sed 's/^/  | /' "$work/out" "$work/err"
+    failures=$((failures + 1))
+  else
+    passes=$((passes + 1))
+  fi
+}
+contains() {  # contains NAME FILE TEXT
+  if grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
+    echo "FAIL $1: '$3' not in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
+}
+lacks() {  # lacks NAME FILE TEXT
+  if ! grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
+    echo "FAIL $1: '$3' in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
+}
+message() {  # message SUBJECT: one message of a standard mailbox
+  printf 'From a@example.com Mon Jan  1 10:00:00 2024\nFrom: a@example.com\nSubject: %s\nDate: Mon, 1 Jan 2024 10:00:00 +0000\n\nText of %s.\n\n' "$1" "$1"
+}
+
+db=$work/mail.kst
+mkdir -p "$work/mail"
+{ message one; message two; } >"$work/mail/Inbox"
+check create-db 0 "$ksimp" create "$db"
+
+check create 0 "$ksimp" profile create Work --mail-program mbox --mailbox "$work/mail/Inbox" \
+  --database "$db" --select new
+contains create-said "$work/out" 'Saved profile "Work": All New Messages'
+check create-all 0 "$ksimp" profile create Everything --mail-program mbox --all \
+  --mailroot "$work/mail" --database "$db" --select between --from 01/01/2024 --to 01/31/2024
+check duplicate 1 "$ksimp" profile create Work --mail-program mbox --mailbox "$work/mail/Inbox" \
+  --database "$db"
+contains duplicate-said "$work/err" 'A Profile named "Work" already exists'
+check bad-name 2 "$ksimp" profile create 'a/b' --mail-program mbox --mailbox x --database "$db"
+contains bad-name-said "$work/err" "The profile name contains one or more invalid characters"
+check no-mailbox 2 "$ksimp" profile create X --mail-program mbox --database "$db"
+check bad-program 2 "$ksimp" profile create X --mail-program outlook --mailbox x --database "$db"
+
+check list 0 "$ksimp" profile list
+if [ "$(cat "$work/out")" = "$(printf 'Work\tAll New Messages\nEverything\tMessages from Jan 01, 2024 thru Jan 31, 2024')" ]; then
+  passes=$((passes + 1)); else echo "FAIL list-order"; sed 's/^/  | /' "$work/out"; failures=$((failures + 1)); fi
+check show 0 "$ksimp" profile show Work
+contains show-type "$work/out" "TYPE=1404"
+contains show-mailbox "$work/out" "MAILBOX=$work/mail/Inbox,1"
+check show-missing 1 "$ksimp" profile show Nobody
+if [ "$(stat -c %a "$KESTRO_CONFIG_DIR/profiles/Work.emw")" = 600 ]; then passes=$((passes + 1)); else
+  echo "FAIL profile-mode"; failures=$((failures + 1)); fi
+
+check run 0 "$ksimp" profile run Work --quiet
+contains run-count "$work/out" "2 document(s) added"
+contains run-profile "$work/out" "Email profile Work.  2 document(s) added to $db."
+check run-again 0 "$ksimp" profile run Work --quiet
+contains run-again-said "$work/out" '"Work" Profile - No new messages since last import.'
+message three >>"$work/mail/Inbox"
+check run-appended 0 "$ksimp" profile run Work --quiet
+contains run-appended-count "$work/out" "1 document(s) added"
+check docs 0 "$ksimp" docs "$db"
+contains docs-count "$work/out" "3 document(s)"
+
+# A profile that fails: the database cannot be opened.  The run says so and
+# exits 1; the profile's start date stays as it was.
+check create-lost 0 "$ksimp" profile create Lost --mail-program mbox --mailbox "$work/mail/Inbox" \
+  --database "$work/nowhere/x.kst" --select new --from 02/03/2020
+check run-lost 1 "$ksimp" profile run Lost --quiet
+contains run-lost-said "$work/out" "Email profile Lost.  Cannot open Kestro file $work/nowhere/x.kst."
+contains run-lost-summary "$work/out" "Error with one or more profiles"
+check show-lost 0 "$ksimp" profile show Lost
+contains lost-date-kept "$work/out" "DATE_START=02/03/2020"
+check run-unknown 1 "$ksimp" profile run Nobody --quiet
+contains run-unknown-said "$work/err" 'cannot run profile "Nobody"'
+
+check delete 0 "$ksimp" profile delete Lost
+check delete-again 1 "$ksimp" profile delete Lost
+check list-after 0 "$ksimp" profile list
+lacks list-after-lost "$work/out" "Lost"
+
+echo "$passes passed, $failures failed"
+[ "$failures" -eq 0 ]
