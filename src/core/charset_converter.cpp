@@ -303,10 +303,17 @@ CharsetConverter& CharsetConverter::ForThisThread() {
 }
 
 const CharsetConverter::Entry* CharsetConverter::Find(std::string_view charset) {
+  if (last_entry_ != nullptr && charset == last_name_) return last_entry_;
   std::string name = NormalName(charset);
   if (name.empty()) return nullptr;
   const auto found = entries_.find(name);
-  if (found != entries_.end()) return found->second.get();
+  if (found != entries_.end()) {
+    if (charset.size() <= kLongestName) {
+      last_name_ = charset;
+      last_entry_ = found->second.get();
+    }
+    return found->second.get();
+  }
   auto entry = std::make_unique<Entry>();
   if (IsUtf8Name(name)) {
     entry->kind = Entry::Kind::kUtf8;
@@ -317,7 +324,10 @@ const CharsetConverter::Entry* CharsetConverter::Find(std::string_view charset) 
   }
   // Unknown names are remembered too (as null), so that a mailbox full of
   // one made-up name asks iconv only once.
-  if (entries_.size() >= kMostEntries) entries_.clear();
+  if (entries_.size() >= kMostEntries) {
+    entries_.clear();
+    last_entry_ = nullptr;
+  }
   return entries_.emplace(std::move(name), std::move(entry)).first->second.get();
 }
 

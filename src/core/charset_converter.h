@@ -78,6 +78,10 @@ class CharsetConverter {
   const Entry* Find(std::string_view charset);
 
   std::unordered_map<std::string, std::unique_ptr<Entry>> entries_;
+  // The name asked for last, as written, and its converter: mail names one
+  // character set over and over.
+  std::string last_name_;
+  const Entry* last_entry_ = nullptr;
 };
 
 }  // namespace ks::core

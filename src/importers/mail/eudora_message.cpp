@@ -26,21 +26,40 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-std::string LowerAscii(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return lower;
+char LowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// Where the value of `tag` starts in the header: after a tag at the start of
-// a line other than the first (the tag is searched with its CR LF in front).
-// Tags are matched without regard to case ("Message-Id: " and "CC: " are as
-// common as the forms stored), in `lower_header`, the header in lower case.
-std::optional<size_t> FindTag(std::string_view lower_header, std::string_view tag) {
-  const std::string with_line_end = "\r\n" + LowerAscii(tag);
-  const size_t at = lower_header.find(with_line_end);
-  if (at == std::string_view::npos) return std::nullopt;
-  return at + with_line_end.size();
+// Whether `text` begins with `tag` in any case ("Message-Id: " and "CC: "
+// are as common as the forms stored).
+bool StartsWithTag(std::string_view text, std::string_view tag) {
+  if (text.size() < tag.size()) return false;
+  for (size_t i = 0; i < tag.size(); ++i) {
+    if (LowerAscii(text[i]) != LowerAscii(tag[i])) return false;
+  }
+  return true;
+}
+
+// Where the values of `tags` start in the header: after the first
+// occurrence of each tag at the start of a line other than the first (a tag
+// is searched with its CR LF in front).  One pass over the line ends for all
+// of them.
+template <size_t N>
+std::array<std::optional<size_t>, N> FindTags(std::string_view header,
+                                              const std::array<std::string_view, N>& tags) {
+  std::array<std::optional<size_t>, N> found;
+  for (size_t at = header.find('\n'); at != std::string_view::npos; at = header.find('\n', at + 1)) {
+    if (at == 0 || header[at - 1] != '\r') continue;
+    const std::string_view line = header.substr(at + 1);
+    for (size_t i = 0; i < N; ++i) {
+      if (!found[i] && StartsWithTag(line, tags[i])) found[i] = at + 1 + tags[i].size();
+    }
+  }
+  return found;
+}
+
+std::optional<size_t> FindTag(std::string_view header, std::string_view tag) {
+  return FindTags(header, std::array<std::string_view, 1>{tag})[0];
 }
 
 std::string_view RestOfLine(std::string_view header, size_t start) {
@@ -75,13 +94,18 @@ std::string UpperAscii(std::string_view text) {
 
 void AppendField(std::string* block, std::string_view name, char marker, std::string_view value) {
   if (value.empty()) return;
-  *block += fmt::format("{}{} {} ]\r\n", name, marker, value);
+  block->append(name);
+  *block += marker;
+  *block += ' ';
+  block->append(value);
+  block->append(" ]\r\n");
 }
 
 }  // namespace
 
 void CEudoraMessage::SetRawText(std::string raw) {
   raw_ = std::move(raw);
+  header_end_ = raw_.find(kHeaderEnd);
   encoded_attachments_.reset();
   ExtractHeaderFields();
   if (separator_date_ && date_.empty()) DateFromSeparatorLine();
@@ -122,41 +146,40 @@ const std::vector<CEudoraMessage::AttachmentInfo>& CEudoraMessage::EncodedAttach
 }
 
 std::string_view CEudoraMessage::Header() const {
-  const std::string_view raw = raw_;
-  return raw.substr(0, raw.find(kHeaderEnd));
+  return std::string_view(raw_).substr(0, header_end_);
 }
 
 std::optional<std::string_view> CEudoraMessage::Body() const {
-  const size_t end = raw_.find(kHeaderEnd);
-  if (end == std::string::npos) return std::nullopt;
-  return std::string_view(raw_).substr(end + kHeaderEnd.size());
+  if (header_end_ == std::string::npos) return std::nullopt;
+  return std::string_view(raw_).substr(header_end_ + kHeaderEnd.size());
 }
 
 void CEudoraMessage::ExtractHeaderFields() {
   const std::string_view header = Header();
-  const std::string lower = LowerAscii(header);
-  auto address = [&](std::string_view tag) {
-    const std::optional<size_t> at = FindTag(lower, tag);
-    return at ? AddressValue(header, *at) : std::string();
+  enum { kTo, kCc, kBcc, kFrom, kDate, kSubject, kMessageId, kInReplyTo, kTags };
+  static constexpr std::array<std::string_view, kTags> kTagTexts = {
+      "To: ", "Cc: ", "Bcc: ", "From: ", "Date: ", "Subject: ", "Message-ID: ", "In-Reply-To: "};
+  const std::array<std::optional<size_t>, kTags> at = FindTags(header, kTagTexts);
+  auto address = [&](size_t tag) {
+    return at[tag] ? AddressValue(header, *at[tag]) : std::string();
   };
-  auto single = [&](std::string_view tag) {
-    const std::optional<size_t> at = FindTag(lower, tag);
-    return at ? std::string(RestOfLine(header, *at)) : std::string();
+  auto single = [&](size_t tag) {
+    return at[tag] ? std::string(RestOfLine(header, *at[tag])) : std::string();
   };
-  to_ = address("To: ");
-  cc_ = address("Cc: ");
-  bcc_ = address("Bcc: ");
-  if (FindTag(lower, "From: ")) {
-    from_ = address("From: ");
-  } else if (lower.compare(0, 6, "from: ") == 0) {
+  to_ = address(kTo);
+  cc_ = address(kCc);
+  bcc_ = address(kBcc);
+  if (at[kFrom]) {
+    from_ = address(kFrom);
+  } else if (StartsWithTag(header, "From: ")) {
     from_ = AddressValue(header, 6);
   } else {
     from_.clear();
   }
-  date_ = single("Date: ");
-  subject_ = single("Subject: ");
-  message_id_ = single("Message-ID: ");
-  in_reply_to_ = single("In-Reply-To: ");
+  date_ = single(kDate);
+  subject_ = single(kSubject);
+  message_id_ = single(kMessageId);
+  in_reply_to_ = single(kInReplyTo);
 }
 
 void CEudoraMessage::DateFromSeparatorLine() {
@@ -232,10 +255,10 @@ std::string CEudoraMessage::FullHeaderBlock() const {
   // The header with its terminating empty line, which the rewriting removes,
   // its undeclared 8-bit text made UTF-8 (ASCII, which alone the rewriting
   // looks at, stays as it is).
-  const size_t end = raw_.find(kHeaderEnd);
   const std::string_view raw_header =
-      end == std::string::npos ? std::string_view(raw_)
-                               : std::string_view(raw_).substr(0, end + kHeaderEnd.size());
+      header_end_ == std::string::npos
+          ? std::string_view(raw_)
+          : std::string_view(raw_).substr(0, header_end_ + kHeaderEnd.size());
   std::string header;
   Converter().AppendUndeclared(raw_header, header, code_page_);
 
@@ -296,19 +319,31 @@ std::string CEudoraMessage::FullHeaderBlock() const {
   return rewritten;
 }
 
-std::string CEudoraMessage::MessageField(std::string_view text) const {
+namespace {
+
+void AppendMessageField(std::string* document, char marker, std::string_view text) {
   const bool html = text.find("<x-html") != std::string_view::npos ||
                     text.find("<html") != std::string_view::npos;
-  std::string field = fmt::format("Message{} ", marker_);
-  field += html ? "<BR><BR>" : "\r\n\r\n";
-  field += text;
-  field += " ]";
+  document->reserve(document->size() + text.size() + 20);
+  document->append("Message");
+  *document += marker;
+  *document += ' ';
+  document->append(html ? "<BR><BR>" : "\r\n\r\n");
+  document->append(text);
+  document->append(" ]");
+}
+
+}  // namespace
+
+std::string CEudoraMessage::MessageField(std::string_view text) const {
+  std::string field;
+  AppendMessageField(&field, marker_, text);
   return field;
 }
 
 std::string CEudoraMessage::DocumentText() const {
   std::string text = full_header_ ? FullHeaderBlock() : StandardHeaderBlock();
-  if (Body()) text += MessageField(text_);
+  if (Body()) AppendMessageField(&text, marker_, text_);
   return text;
 }
 
@@ -328,7 +363,7 @@ std::string CutName(std::string_view name) {
 void CEudoraMessage::AppendHeaderNames(std::string_view tag,
                                        std::vector<std::string>* names) const {
   const std::string_view header = Header();
-  const std::optional<size_t> at = FindTag(LowerAscii(header), tag);
+  const std::optional<size_t> at = FindTag(header, tag);
   if (!at) return;
   std::string_view rest = RestOfLine(header, *at);
   while (!rest.empty()) {

@@ -113,6 +113,7 @@ class CEudoraMessage {
   ks::core::CharsetConverter& Converter() const;
 
   std::string raw_;
+  size_t header_end_ = std::string::npos;  // where the first empty line starts
   std::string code_page_{ks::core::CharsetConverter::kDefaultCodePage};
   std::string text_;  // the decoded message text
   mutable std::optional<std::vector<AttachmentInfo>> encoded_attachments_;
