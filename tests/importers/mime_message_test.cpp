@@ -139,6 +139,9 @@ TEST(MimeMessage, UndeclaredTextFollowsTheLibrarysRule) {
       "Content-Transfer-Encoding: quoted-printable\r\n\r\nsigned a=3Db\r\n");
   EXPECT_EQ(eudora.mime->Text(), "signed a=3Db\r\n");
   EXPECT_TRUE(eudora.mime->Attachments().empty());
+  // A closing boundary line with none opening a part ends that text.
+  EXPECT_EQ(Text("Content-Type: multipart/mixed; boundary=b\r\n\r\nbefore\r\n--b--\r\nafter\r\n"),
+            "before");
 }
 
 TEST(MimeMessage, PartsWithNamesAndPartsThatAreNotTextAreAttachments) {

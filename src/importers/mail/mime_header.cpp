@@ -281,6 +281,9 @@ MimeHeader ParseMimeHeader(std::string_view header, ks::core::CharsetConverter& 
   std::vector<Parameter> parameters;
   ReadContentType(values[kContentType], default_type, &result, &parameters);
   result.boundary = ParameterValue(parameters, "boundary", false, converter, code_page);
+  result.has_boundary =
+      std::any_of(parameters.begin(), parameters.end(),
+                  [](const Parameter& parameter) { return parameter.attribute.starts_with("boundary"); });
   result.charset = ParameterValue(parameters, "charset", false, converter, code_page);
   result.name = ParameterValue(parameters, "name", true, converter, code_page);
 

@@ -21,6 +21,7 @@ struct MimeHeader {
   bool has_content_type = false;  // a Content-Type field with a type/subtype
   std::string type = "text";      // lower case
   std::string subtype = "plain";  // lower case
+  bool has_boundary = false;  // a boundary parameter, even an empty one
   std::string boundary;
   std::string charset;
   std::string name;               // Content-Type's name, in UTF-8

@@ -69,9 +69,11 @@ std::string MessageFileName(std::string_view message, ks::core::CharsetConverter
 }  // namespace
 
 std::vector<std::string_view> SplitMultipart(std::string_view body, std::string_view boundary,
-                                             size_t most_parts) {
+                                             size_t most_parts, std::string_view* preamble) {
   std::vector<std::string_view> parts;
   size_t part_start = std::string_view::npos;  // npos in the preamble
+  bool in_preamble = true;
+  if (preamble != nullptr) *preamble = body;
   for (size_t at = 0, next = 0; at < body.size(); at = next) {
     const size_t newline = body.find('\n', at);
     next = newline == std::string_view::npos ? body.size() : newline + 1;
@@ -85,12 +87,15 @@ std::vector<std::string_view> SplitMultipart(std::string_view body, std::string_
     const bool closing = rest.starts_with("--");
     if (closing) rest.remove_prefix(2);
     if (!OnlyBlanks(rest)) continue;
-    if (part_start != std::string_view::npos) {
-      // The line end before a boundary line belongs to the boundary.
-      size_t end = at;
-      if (end > part_start && body[end - 1] == '\n') --end;
-      if (end > part_start && body[end - 1] == '\r') --end;
-      if (parts.size() < most_parts) parts.push_back(body.substr(part_start, end - part_start));
+    // The line end before a boundary line belongs to the boundary.
+    const size_t start = part_start == std::string_view::npos ? 0 : part_start;
+    size_t end = at;
+    if (end > start && body[end - 1] == '\n') --end;
+    if (end > start && body[end - 1] == '\r') --end;
+    if (in_preamble && preamble != nullptr) *preamble = body.substr(0, end);
+    in_preamble = false;
+    if (part_start != std::string_view::npos && parts.size() < most_parts) {
+      parts.push_back(body.substr(part_start, end - part_start));
     }
     part_start = closing ? std::string_view::npos : next;
     if (closing) return parts;
@@ -118,9 +123,13 @@ void MimeMessage::Walk(std::string_view header, std::string_view body, int depth
   MimeHeader mime = ParseMimeHeader(header, converter_, code_page_, default_type);
   if (mime.IsMultipart()) {
     if (depth >= kMostDepth) return;
+    // An empty boundary is no boundary by the rules, but lines of "--"
+    // alone are what its writer meant.
+    std::string_view preamble = body;
     const std::vector<std::string_view> bodies =
-        mime.boundary.empty() ? std::vector<std::string_view>()
-                              : SplitMultipart(body, mime.boundary, kMostParts - parts_.size());
+        !mime.has_boundary
+            ? std::vector<std::string_view>()
+            : SplitMultipart(body, mime.boundary, kMostParts - parts_.size(), &preamble);
     if (!bodies.empty()) {
       const std::string_view inner_default =
           mime.subtype == "digest" ? "message/rfc822" : "text/plain";
@@ -130,8 +139,10 @@ void MimeMessage::Walk(std::string_view header, std::string_view body, int depth
       }
       return;
     }
-    // No boundary, or none in the body: what is there is text, as it
-    // stands (a multipart body has no transfer encoding of its own).
+    // No boundary, or none in the body that opens a part: what is there
+    // (before a closing boundary line) is text, as it stands (a multipart
+    // body has no transfer encoding of its own).
+    body = preamble;
     mime.type = "text";
     mime.subtype = "plain";
     mime.transfer_encoding.clear();
@@ -148,18 +159,26 @@ void MimeMessage::Walk(std::string_view header, std::string_view body, int depth
 
 void MimeMessage::ChooseText() {
   // Outside attached messages first; their text only when there is no other.
+  // A part with nothing but blanks is passed over while another has text
+  // (an empty plain alternative to HTML, a status report's empty fields).
+  size_t first_blank = kNone;
   for (const bool encapsulated : {false, true}) {
     for (const std::string_view subtype : {"plain", "html"}) {
       for (size_t i = 0; i < parts_.size(); ++i) {
         const Part& part = parts_[i];
-        if (part.encapsulated == encapsulated && part.header.IsText() &&
-            part.header.subtype == subtype && !part.header.IsAttachment()) {
+        if (part.encapsulated != encapsulated || !part.header.IsText() ||
+            part.header.subtype != subtype || part.header.IsAttachment()) {
+          continue;
+        }
+        if (part.body.find_first_not_of(" \t\r\n") != std::string_view::npos) {
           chosen_ = i;
           return;
         }
+        if (first_blank == kNone) first_blank = i;
       }
     }
   }
+  chosen_ = first_blank;
 }
 
 std::string MimeMessage::Decoded(const Part& part) {

@@ -78,8 +78,11 @@ class MimeMessage {
   size_t chosen_ = kNone;
 };
 
-// The bodies of the parts of a multipart body cut at `boundary`.
+// The bodies of the parts of a multipart body cut at `boundary`.  The text
+// before the first boundary line (all of it when there is none) goes to
+// *preamble when asked for.
 std::vector<std::string_view> SplitMultipart(std::string_view body, std::string_view boundary,
-                                             size_t most_parts = MimeMessage::kMostParts);
+                                             size_t most_parts = MimeMessage::kMostParts,
+                                             std::string_view* preamble = nullptr);
 
 }  // namespace ks::mail
