@@ -63,6 +63,20 @@ uint32_t HostDatabaseFor(const std::vector<uint32_t>& databases, const std::stri
   return 0;
 }
 
+// Closes the database a profile's run opened, however the run ends.
+class OpenedDatabase {
+ public:
+  explicit OpenedDatabase(uint32_t database) : database_(database) {}
+  ~OpenedDatabase() {
+    if (database_ != 0) EngCloseDatabase(database_);
+  }
+  OpenedDatabase(const OpenedDatabase&) = delete;
+  OpenedDatabase& operator=(const OpenedDatabase&) = delete;
+
+ private:
+  uint32_t database_;
+};
+
 bool IsRefusedForRights(uint32_t engine_error) {
   return engine_error == KSENG_ERR_ACCESS || engine_error == KSENG_ERR_READONLY ||
          engine_error == KSENG_ERR_PASSWORD_REQUIRED || engine_error == KSENG_ERR_PASSWORD_WRONG;
@@ -167,7 +181,15 @@ uint32_t CImportSession::ImportEmail(uint32_t handle, int64_t* carry, uint32_t* 
   while (next < items->size() && !handles_.IsAborted(handle)) {
     const EmailImport::Item& item = (*items)[next++];
     email_.SetCurrent(&item);
-    const EmailProfileRun run = RunEmailProfile(item, carry);
+    EmailProfileRun run;
+    try {
+      run = RunEmailProfile(item, carry);
+    } catch (...) {
+      // Memory ran out outside the mailboxes' imports: the profile failed,
+      // the e-mail import stays in order.
+      RecordError(item.handle, error_code::kInternal);
+      DiscardHandle(item.handle);
+    }
     email_.SetCurrent(nullptr);
     errors_.Reassign(item.handle, handle);
     log_.Reassign(item.handle, handle);
@@ -228,10 +250,11 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     }
     owns_database = true;
   }
+  const OpenedDatabase opened(owns_database ? database : 0);
+  const uint64_t documents_at_start = EngCountDocuments(database, KSENG_WALK_DOCUMENTS);
   handles_.Update(handle, [&](ImportHandleRecord& r) {
     r.database = database;
-    r.owns_database = owns_database;
-    r.documents_at_start = EngCountDocuments(database, KSENG_WALK_DOCUMENTS);
+    r.documents_at_start = documents_at_start;
   });
 
   const CEmailProfiles profiles(email_profile_requests::ProfileFolder());
@@ -293,26 +316,36 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   }
 
   bool first_file = true;
-  while (const std::optional<SETDATA> queued = queue_.First(handle)) {
-    uint32_t code = 1;
-    if (!ImportOneFile(handle, database, *queued, queued->file_name, first_file, carry, &code)) {
-      succeeded = false;  // no importer for the type: nothing more can be read
-      break;
+  try {
+    while (const std::optional<SETDATA> queued = queue_.First(handle)) {
+      uint32_t code = 1;
+      if (!ImportOneFile(handle, database, *queued, queued->file_name, first_file, carry, &code)) {
+        succeeded = false;  // no importer for the type: nothing more can be read
+        break;
+      }
+      first_file = false;
+      run.aborted = handles_.IsAborted(handle);
+      if (code != 1) succeeded = false;
+      const auto now = reached.find(queued->file_name);
+      if (code == 1 && !run.aborted && new_only && now != reached.end()) {
+        checkpoints.Set(now->second);
+        checkpoints_moved = true;
+      }
+      if (run.aborted) break;
     }
-    first_file = false;
-    run.aborted = handles_.IsAborted(handle);
-    if (code != 1) succeeded = false;
-    const auto now = reached.find(queued->file_name);
-    if (code == 1 && !run.aborted && new_only && now != reached.end()) {
-      checkpoints.Set(now->second);
-      checkpoints_moved = true;
-    }
-    if (run.aborted) break;
+  } catch (...) {
+    // As in CImportSession::Import: whatever an importer let out, what was
+    // whole is committed, the profile has failed, and the e-mail import goes
+    // on with the next one.  The mailbox being read keeps its checkpoint.
+    RecordError(handle, error_code::kInternal);
+    uint32_t ignored = 0;
+    CommitAddedDocuments(handle, database, std::string(), &ignored);
+    RecountDocumentsAdded(handle, database);
+    succeeded = false;
   }
   queue_.RemoveAll(handle);
 
   run.documents = handles_.DocumentsAdded(handle);
-  if (owns_database) EngCloseDatabase(database);
 
   if (checkpoints_moved && !state_file.empty()) {
     if (!WritePrivateFile(state_file, checkpoints.Serialize(), &why)) {

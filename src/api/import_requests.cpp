@@ -160,7 +160,11 @@ uint32_t CImportSession::Abort(uint32_t handle) {
   // below go on under it.
   SessionLockGuard session(locks_.session);
   uint32_t found = 0;
-  if (handles_.SetAborted(ProgressHandleOf(handle))) {
+  // An e-mail import stops the profile being run and those after it.
+  if (const uint32_t profile = ProgressHandleOf(handle); profile != handle) {
+    handles_.SetAborted(profile);
+  }
+  if (handles_.SetAborted(handle)) {
     std::vector<tagIMPORTATTACH> waiting;
     {
       std::lock_guard data(locks_.data);

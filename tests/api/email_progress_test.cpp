@@ -4,6 +4,8 @@
 // "imports".
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "api/ks_imp_app.h"
 #include "core/scoped_env.h"
 #include "ks_eng5.h"
@@ -85,6 +87,36 @@ TEST_F(EmailProgressTest, AbortStopsTheProfileBeingRunAndThoseAfterIt) {
   EXPECT_TRUE(aborted_seen) << "the abort reaches the profile being run";
   EXPECT_EQ(script_.seen.size(), 1u) << "the second profile does not run";
   EXPECT_EQ(script_.seen[0].file_type, KSIMP_TYPE_EUDORA);
+}
+
+TEST_F(EmailProgressTest, ImporterThatThrowsFailsItsProfileOnly) {
+  for (const char* name : {"Throws", "Runs"}) {
+    const std::string profile = "TYPE=1402\nNAME=" + std::string(name) +
+                                "\nNAME_KESTRO=" + database_ + "\nTYPE_MSG=0\nMAILBOX=" + mailbox_ +
+                                "\n";
+    ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
+  }
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Throws"), 1u);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Runs"), 1u);
+  bool thrown = false;
+  script_.while_running = [&](uint32_t, const SETDATA&) {
+    if (thrown) return;
+    thrown = true;
+    throw std::runtime_error("a reader thread failed");
+  };
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, nullptr), 0u);
+  EXPECT_EQ(KSIMP_GetLastImportError(handle), KSIMP_ERR_INTERNAL);
+  EXPECT_EQ(script_.seen.size(), 2u) << "the next profile still runs";
+  char text[1024] = {};
+  ASSERT_EQ(KSIMP_GetEmailProfile("Throws", text, sizeof text), 1u);
+  EXPECT_NE(std::string(text).find("DATE_START=\n"), std::string::npos) << "a failed run";
+  ASSERT_EQ(KSIMP_GetEmailProfile("Runs", text, sizeof text), 1u);
+  EXPECT_EQ(std::string(text).find("DATE_START=\n"), std::string::npos) << "a good run";
+  // The e-mail import ended in order: the next one starts.
+  const uint32_t next = KSIMP_InitEmailImportUsingFileHandle(0);
+  EXPECT_NE(next, 0u);
+  KSIMP_Import(next, 0, 0, nullptr, nullptr);
 }
 
 }  // namespace
