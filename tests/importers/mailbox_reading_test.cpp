@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "api/import_session.h"
+#include "core/scoped_env.h"
 #include "import_fixture.h"
 #include "importers/mail/mailbox_bytes.h"
 #include "importers/mail/mailbox_reader.h"
@@ -291,6 +292,43 @@ TEST_F(MailboxReading, CutAndEmptyMessagesGiveDocumentsOfWhatTheyHold) {
   ASSERT_EQ(documents.size(), 10000u);
   EXPECT_EQ(documents.front(), "MailBox[ many ]\r\n");
   EXPECT_EQ(documents.back(), "MailBox[ many ]\r\n");
+}
+
+TEST_F(MailboxReading, EncodedAttachmentsAreSavedAndImportedIntoTheMessagesDocument) {
+  const ScopedEnv tmpdir("TMPDIR", dir_.file("tmp"));
+  std::filesystem::create_directories(dir_.file("tmp"));
+  SETDATA record = Mailbox(
+      "mime.mbox",
+      "From a@x Tue Jun 01 12:00:00 2004\r\nSubject: minutes\r\nMIME-Version: 1.0\r\n"
+      "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n"
+      "--b\r\nContent-Type: text/plain\r\n\r\nsee the notes\r\n"
+      "--b\r\nContent-Type: text/plain; name=\"notes.txt\"\r\n"
+      "Content-Disposition: attachment; filename=\"notes.txt\"\r\n"
+      "Content-Transfer-Encoding: base64\r\n\r\nTm90ZXMgb2YgdGhlIG1lZXRpbmcNCg==\r\n--b--\r\n");
+  record.save_attachments = 1;
+  record.import_attachments = 1;
+  const ImportOutcome outcome = Run(record);
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 1u) << "an attachment imported adds no document";
+  const Docs documents = Documents();
+  ASSERT_EQ(documents.size(), 1u);
+  const size_t message = documents[0].find("see the notes");
+  ASSERT_NE(message, std::string::npos) << documents[0];
+  EXPECT_NE(documents[0].find("Notes of the meeting", message), std::string::npos)
+      << documents[0];
+
+  const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  const uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS);
+  ASSERT_EQ(EngGetAttachmentCount(db, id), 1u);
+  char name[256] = {};
+  uint32_t kind = 0;
+  uint64_t size = 0;
+  ASSERT_EQ(EngGetAttachmentInfo(db, id, 0, name, sizeof name, &kind, &size), 1);
+  EXPECT_STREQ(name, "notes.txt");
+  std::string content(size, '\0');
+  EXPECT_EQ(EngReadAttachment(db, id, 0, content.data(), size), 1);
+  EXPECT_EQ(content, "Notes of the meeting\r\n");
+  EngCloseDatabase(db);
 }
 
 }  // namespace

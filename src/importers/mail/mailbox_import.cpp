@@ -109,6 +109,9 @@ std::vector<CDocumentWriter::Attachment> CIMPMailboxImport::ReadAttachments(
     Log(fmt::format("Could not open attachment file \"{}\" for message \"{}\"", name,
                     message.Subject()));
   }
+  for (const CEudoraMessage::AttachmentInfo& encoded : message.EncodedAttachments()) {
+    files.push_back({encoded.file_name.empty() ? encoded.path : encoded.file_name, encoded.content});
+  }
   return files;
 }
 

@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 constexpr std::string_view kFrom = "From ";
@@ -12,9 +16,23 @@ constexpr std::string_view kEudoraSeparator = "From ???@???";
 // A converted message larger than this does not keep its buffer for the next.
 constexpr size_t kKeptBuffer = size_t{4} << 20;
 
-const char* Find(const char* from, const char* end, char c) {
-  const void* found = std::memchr(from, c, static_cast<size_t>(end - from));
-  return found != nullptr ? static_cast<const char*>(found) : end;
+// The first CR or LF in [from, end), else `end`.  Mail lines are short: one
+// pass over both bytes at once, sixteen at a time, beats a memchr for each.
+const char* FindLineEndByte(const char* from, const char* end) {
+#if defined(__SSE2__)
+  const __m128i cr = _mm_set1_epi8('\r');
+  const __m128i lf = _mm_set1_epi8('\n');
+  for (; end - from >= 16; from += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    const int hits = _mm_movemask_epi8(
+        _mm_or_si128(_mm_cmpeq_epi8(bytes, cr), _mm_cmpeq_epi8(bytes, lf)));
+    if (hits != 0) return from + __builtin_ctz(static_cast<unsigned>(hits));
+  }
+#endif
+  for (; from != end; ++from) {
+    if (*from == '\r' || *from == '\n') return from;
+  }
+  return end;
 }
 
 }  // namespace
@@ -40,30 +58,20 @@ std::string_view MailboxReader::CrLfLineEnds(std::string_view text, std::string*
   const char* const end = text.data() + text.size();
   const char* copied = text.data();  // what lies before this is in *out
   bool converted = false;
-  const char* next_cr = Find(text.data(), end, '\r');
-  const char* next_lf = Find(text.data(), end, '\n');
-  while (true) {
-    const char* at = std::min(next_cr, next_lf);
-    if (at == end) break;
+  for (const char* at = FindLineEndByte(text.data(), end); at != end;
+       at = FindLineEndByte(at, end)) {
     if (*at == '\r' && at + 1 != end && at[1] == '\n') {
-      next_cr = Find(at + 2, end, '\r');
-      next_lf = Find(at + 2, end, '\n');
+      at += 2;
       continue;
     }
     if (!converted) {
       out->reserve(out->size() + text.size() + text.size() / 16 + 16);
       converted = true;
     }
-    if (*at == '\r') {  // CR alone
-      out->append(copied, at + 1);
-      out->push_back('\n');
-      next_cr = Find(at + 1, end, '\r');
-    } else {  // LF alone: a LF after a CR went with it
-      out->append(copied, at);
-      out->append("\r\n");
-      next_lf = Find(at + 1, end, '\n');
-    }
-    copied = at + 1;
+    // CR alone, or LF alone (a LF after a CR went with it).
+    out->append(copied, at);
+    out->append("\r\n");
+    copied = ++at;
   }
   if (!converted) return text;
   out->append(copied, end);
@@ -90,27 +98,55 @@ std::optional<uint64_t> MailboxReader::LocateSeparator(uint64_t from) {
   return FindSeparator(from);
 }
 
-std::optional<uint64_t> MailboxReader::FindSeparator(uint64_t from) {
+std::optional<uint64_t> MailboxReader::FindSeparator(uint64_t from, bool* all_crlf) {
+  if (mode_ == Mode::kEudora) return FindEudoraSeparator(from);
   // Standard mode: "From " right after a line end of any kind (the mailbox's
-  // line ends are not converted yet).  Eudora: its separator anywhere.
-  const bool after_line_end = mode_ == Mode::kStandard;
-  const std::string_view pattern = after_line_end ? kFrom : kEudoraSeparator;
+  // line ends are not converted yet).  Walking from line end to line end
+  // also tells whether they are all CR LF already.
+  bool crlf = true;
+  uint64_t at = from;
+  while (true) {
+    std::string_view view = bytes_.view();
+    uint64_t base = bytes_.begin();
+    const char* const view_end = view.data() + view.size();
+    const char* hit = FindLineEndByte(view.data() + (at - base), view_end);
+    if (hit == view_end) {
+      at = bytes_.end();
+      if (bytes_.More()) continue;
+      if (all_crlf != nullptr) *all_crlf = crlf;
+      return std::nullopt;
+    }
+    const uint64_t line_end = base + static_cast<uint64_t>(hit - view.data());
+    Reach(line_end + 2 + kFrom.size());  // the line end and what follows it
+    view = bytes_.view();
+    base = bytes_.begin();
+    const auto i = static_cast<size_t>(line_end - base);
+    size_t next_line = i + 1;
+    if (view[i] == '\r' && next_line < view.size() && view[next_line] == '\n') {
+      ++next_line;
+    } else {
+      crlf = false;
+    }
+    if (next_line + kFrom.size() <= view.size() &&
+        std::memcmp(view.data() + next_line, kFrom.data(), kFrom.size()) == 0) {
+      if (all_crlf != nullptr) *all_crlf = crlf;
+      return base + next_line;
+    }
+    at = base + next_line;
+  }
+}
+
+std::optional<uint64_t> MailboxReader::FindEudoraSeparator(uint64_t from) {
+  constexpr std::string_view pattern = kEudoraSeparator;
   uint64_t resume = from;
   while (true) {
     const std::string_view view = bytes_.view();
     const uint64_t base = bytes_.begin();
-    size_t at = static_cast<size_t>(std::max(resume, base) - base);
-    while (at < view.size()) {
+    const auto at = static_cast<size_t>(std::max(resume, base) - base);
+    if (at < view.size()) {
       const void* hit =
           memmem(view.data() + at, view.size() - at, pattern.data(), pattern.size());
-      if (hit == nullptr) break;
-      const auto found = static_cast<size_t>(static_cast<const char*>(hit) - view.data());
-      if (!after_line_end) return base + found;
-      // The byte before is in view: nothing at or after `from` was released.
-      if (base + found > from && (view[found - 1] == '\r' || view[found - 1] == '\n')) {
-        return base + found;
-      }
-      at = found + 1;
+      if (hit != nullptr) return base + static_cast<uint64_t>(static_cast<const char*>(hit) - view.data());
     }
     const uint64_t seen = bytes_.end();
     if (!bytes_.More()) return std::nullopt;
@@ -153,7 +189,8 @@ std::optional<MailboxReader::Message> MailboxReader::Next() {
   const uint64_t line_end = line_end_;
   const size_t blank = Bytes(begin, line_end).find(' ', kFrom.size());
   const uint64_t start = blank == std::string_view::npos ? line_end : begin + blank;
-  const std::optional<uint64_t> next = FindSeparator(start);
+  bool all_crlf = false;  // known in standard mode only
+  const std::optional<uint64_t> next = FindSeparator(start, &all_crlf);
   const uint64_t end = next ? *next : bytes_.end();
   position_ = end;
 
@@ -166,7 +203,8 @@ std::optional<MailboxReader::Message> MailboxReader::Next() {
   message.begin = begin;
   message.end = end;
   message.separator_line = Bytes(begin, line_end);
-  message.raw_text = CrLfLineEnds(Bytes(std::min(start, end), end), &converted_);
+  const std::string_view raw = Bytes(std::min(start, end), end);
+  message.raw_text = all_crlf ? raw : CrLfLineEnds(raw, &converted_);
   return message;
 }
 

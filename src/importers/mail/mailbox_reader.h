@@ -67,8 +67,11 @@ class MailboxReader {
  private:
   // Where the next message's "From " starts, at or after `from`.
   std::optional<uint64_t> LocateSeparator(uint64_t from);
-  // The first separator strictly inside the text after `from`.
-  std::optional<uint64_t> FindSeparator(uint64_t from);
+  // The first separator after `from` (one right at `from` is the caller's
+  // to see).  In standard mode *all_crlf, when given, says whether every
+  // line end from `from` to it is CR LF.
+  std::optional<uint64_t> FindSeparator(uint64_t from, bool* all_crlf = nullptr);
+  std::optional<uint64_t> FindEudoraSeparator(uint64_t from);
   // The first CR or LF at or after `from`, else the end of the file.
   uint64_t FindLineEnd(uint64_t from);
   // Makes the bytes up to `offset` visible, as far as the file goes.
