@@ -236,7 +236,7 @@ TEST_F(EmailImportTest, AbortBeforeTheRunImportsNothing) {
 }
 
 TEST_F(EmailImportTest, KeepsProfilesThroughTheExports) {
-  ASSERT_EQ(SaveProfile("b", "IMAP_PASSWORD=hunter2\n"), 0u);
+  ASSERT_EQ(SaveProfile("b"), 0u);
   ASSERT_EQ(SaveProfile("a"), 0u);
   EXPECT_EQ(SaveProfile("a"), KSIMP_ERR_PROFILE_DUPLICATE);
   EXPECT_EQ(SaveProfile("a/b"), KSIMP_ERR_PROFILE_NAME_CHARACTERS);
@@ -249,7 +249,14 @@ TEST_F(EmailImportTest, KeepsProfilesThroughTheExports) {
   ASSERT_EQ(KSIMP_GetEmailProfileName(1, name, sizeof name), 1u);
   EXPECT_STREQ(name, "a");
   EXPECT_EQ(KSIMP_GetEmailProfileName(2, name, sizeof name), 0u);
-  EXPECT_EQ(ProfileText("b").find("hunter2"), std::string::npos);
+  ASSERT_EQ(KSIMP_SaveEmailProfile("TYPE=1405\nNAME=s\nNAME_KESTRO=/x.kst\nIMAP_SERVER=imap\n"
+                                   "IMAP_PASSWORD=hunter2\n",
+                                   0),
+            0u);
+  const std::string file = ReadFile(config_.path() / "profiles" / "s.emw");
+  EXPECT_NE(file.find("IMAP_PASSWORD=~1"), std::string::npos) << file;
+  EXPECT_EQ(file.find("hunter2"), std::string::npos) << file;
+  EXPECT_EQ(ProfileText("s").find("PASSWORD"), std::string::npos);
   char description[64] = {};
   ASSERT_EQ(KSIMP_GetEmailProfileDescription("a", description, sizeof description), 1u);
   EXPECT_STREQ(description, "All Messages");
