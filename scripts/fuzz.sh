@@ -38,6 +38,8 @@ shared_folders() {
     utf16_decoder) echo csv ;;
     mailbox_reader) echo mbox eudora ;;
     mail_message) echo eml eudora maildir ;;
+    mime_message) echo eml mbox eudora maildir ;;
+    mime_decoding) echo eml ;;
     *) ;;
   esac
 }

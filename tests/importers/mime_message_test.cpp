@@ -76,6 +76,11 @@ TEST(MimeMessage, AlternativePartsGiveThePlainTextWhereverItStands) {
   EXPECT_EQ(Text("Content-Type: multipart/alternative; boundary=alt\r\n\r\n"
                  "--alt\r\nContent-Type: text/html\r\n\r\n<html>only</html>\r\n--alt--\r\n"),
             "<html>only</html>");
+  // An empty plain alternative gives way to the HTML that has the text.
+  EXPECT_EQ(Text("Content-Type: multipart/alternative; boundary=alt\r\n\r\n"
+                 "--alt\r\nContent-Type: text/plain\r\n\r\n \r\n\r\n"
+                 "--alt\r\nContent-Type: text/html\r\n\r\n<p>rich</p>\r\n--alt--\r\n"),
+            "<p>rich</p>");
 }
 
 TEST(MimeMessage, NestedMultipartsAreWalkedInOrder) {

@@ -23,8 +23,30 @@ bool IsWhiteSpace(std::string_view text) {
   return true;
 }
 
+// Where the first "?=" at or after a position is, for positions that only
+// grow (each word's text starts after the "?" that ends the charset, which
+// lies beyond the last one's).  The answer is kept while it still lies
+// ahead: a value full of words that break the form is still read in one
+// pass, not once per word.
+class WordEnds {
+ public:
+  explicit WordEnds(std::string_view value) : value_(value) {}
+  size_t From(size_t start) {
+    if (!searched_ || (found_ != std::string_view::npos && found_ < start)) {
+      searched_ = true;
+      found_ = value_.find("?=", start);
+    }
+    return found_;
+  }
+
+ private:
+  std::string_view value_;
+  bool searched_ = false;
+  size_t found_ = std::string_view::npos;
+};
+
 // The encoded word starting at `at` (an "=?"), if one does.
-std::optional<EncodedWord> ParseEncodedWord(std::string_view value, size_t at) {
+std::optional<EncodedWord> ParseEncodedWord(std::string_view value, size_t at, WordEnds& ends) {
   const size_t charset_start = at + 2;
   const size_t charset_end = value.find('?', charset_start);
   if (charset_end == std::string_view::npos || charset_end == charset_start) return std::nullopt;
@@ -44,7 +66,7 @@ std::optional<EncodedWord> ParseEncodedWord(std::string_view value, size_t at) {
     return std::nullopt;
   }
   const size_t text_start = charset_end + 3;
-  const size_t text_end = value.find("?=", text_start);
+  const size_t text_end = ends.From(text_start);
   if (text_end == std::string_view::npos) return std::nullopt;
   word.text = value.substr(text_start, text_end - text_start);
   if (word.text.find_first_of("\r\n") != std::string_view::npos) return std::nullopt;
@@ -103,8 +125,9 @@ std::string DecodeHeaderValue(std::string_view value, ks::core::CharsetConverter
     pending_charset = {};
   };
   bool after_word = false;
+  WordEnds ends(value);
   while (at != std::string_view::npos) {
-    const std::optional<EncodedWord> word = ParseEncodedWord(value, at);
+    const std::optional<EncodedWord> word = ParseEncodedWord(value, at, ends);
     if (!word) {
       at = value.find("=?", at + 2);
       continue;

@@ -330,7 +330,7 @@ PartText SplitPart(std::string_view part) {
       return {part.substr(0, at), part.substr(at)};
     }
   }
-  return {part, {}};
+  return {part, part.substr(part.size())};
 }
 
 }  // namespace ks::mail
