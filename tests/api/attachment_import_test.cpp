@@ -7,10 +7,12 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -344,6 +346,41 @@ TEST_F(AttachmentImportTest, AbortDuringAnAttachmentRemovesItsFileAndHandle) {
   EXPECT_EQ(Documents(), (std::vector<std::string>{message}));
   EXPECT_TRUE(LogLines().empty());
   EXPECT_TRUE(TempFolderEntries().empty());
+  EXPECT_FALSE(session_.IsImportingAttachments());
+}
+
+// The host's thread polls and aborts while attachments are imported (the
+// test to run under ThreadSanitizer): wherever the abort falls, no file is
+// left and no attachment is stored in part.
+TEST_F(AttachmentImportTest, AnAbortFromTheHostsThreadLeavesNoFileAndNoHalfAttachment) {
+  const std::string attachment = std::string(200, 'a') + "\r\n" + std::string(200, 'b') + "\r\n";
+  for (int i = 0; i < 40; ++i) {
+    mail_.messages.push_back(
+        {"Message[ " + std::to_string(i) + " ]\r\n", {{"part.txt", attachment}}});
+  }
+  std::atomic<bool> done{false};
+  std::thread host([&] {
+    char name[PATH_MAX];
+    int attachments_begun = 0;
+    bool was_importing = false;
+    while (!done.load()) {
+      const bool importing = session_.GetCurFile(handle_, name) == 1 &&
+                             std::string(name) == "Importing Attachment(s)";
+      if (importing && !was_importing && ++attachments_begun == 5) session_.Abort(handle_);
+      was_importing = importing;
+      session_.AttachmentCount();
+    }
+  });
+  ImportMail();
+  done.store(true);
+  host.join();
+
+  for (const std::string& text : Documents()) {
+    const size_t end = text.find(" ]\r\n") + 4;
+    EXPECT_TRUE(text.size() == end || text.substr(end) == attachment) << text;
+  }
+  EXPECT_TRUE(TempFolderEntries().empty());
+  EXPECT_EQ(session_.AttachmentCount(), 0u);
   EXPECT_FALSE(session_.IsImportingAttachments());
 }
 
