@@ -40,6 +40,8 @@ std::string SafeAttachmentFileName(std::string_view name) {
     } else {
       safe.erase(kMaxNameBytes - extension, safe.size() - kMaxNameBytes);
     }
+    // A cut without an extension to keep may leave a dot or blank at the end.
+    while (Trimmed(safe.back())) safe.pop_back();
   }
   return safe;
 }

@@ -20,8 +20,7 @@ namespace {
 // record).
 constexpr int32_t kAttachmentFromFile = 3;
 
-void LogNotImported(ImportContext& message_import, const std::string& name,
-                    std::string_view why) {
+void LogNotImported(ImportContext& message_import, const std::string& name, std::string_view why) {
   message_import.Log(fmt::format(
       "The attachment \"{}\" was not imported into its message's document: {}", name, why));
 }
@@ -73,8 +72,7 @@ bool ImportAttachmentIntoDocument(CImportSession& session, ImportContext& messag
     return false;
   }
   const int32_t file_type = ks::registry::ImportedAs(AttachmentFileType(AttachmentExtension(name)));
-  CreatedImporter created =
-      file_type != 0 ? session.CreateImporter(file_type) : CreatedImporter{};
+  CreatedImporter created = file_type != 0 ? session.CreateImporter(file_type) : CreatedImporter{};
   if (created.outcome != CreatedImporter::Outcome::kCreated) {
     LogNotImported(message_import, name, "no importer reads files of its type.");
     return false;

@@ -69,8 +69,8 @@ std::unique_ptr<AttachmentTempFile> AttachmentTempFile::Write(const std::string&
   std::unique_ptr<AttachmentTempFile> file(
       new AttachmentTempFile(folder.data(), std::string(folder.data()) + "/" + safe_name));
 
-  const int fd = ::open(file->path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                        0600);
+  const int fd =
+      ::open(file->path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (fd < 0) {
     *why = Reason("Creating", file->path_);
     return nullptr;  // the destructor removes the folder

@@ -91,7 +91,10 @@ class ObservedTextImport : public CIMPTextImport {
  public:
   ObservedTextImport(CImportSession& session, uint32_t mail_handle,
                      std::vector<AttachmentSeen>& seen, std::function<void()> meanwhile)
-      : session_(session), mail_handle_(mail_handle), seen_(seen), meanwhile_(std::move(meanwhile)) {}
+      : session_(session),
+        mail_handle_(mail_handle),
+        seen_(seen),
+        meanwhile_(std::move(meanwhile)) {}
 
  protected:
   int ImportSource() override {
@@ -364,8 +367,8 @@ TEST_F(AttachmentImportTest, AnAbortFromTheHostsThreadLeavesNoFileAndNoHalfAttac
     int attachments_begun = 0;
     bool was_importing = false;
     while (!done.load()) {
-      const bool importing = session_.GetCurFile(handle_, name) == 1 &&
-                             std::string(name) == "Importing Attachment(s)";
+      const bool importing =
+          session_.GetCurFile(handle_, name) == 1 && std::string(name) == "Importing Attachment(s)";
       if (importing && !was_importing && ++attachments_begun == 5) session_.Abort(handle_);
       was_importing = importing;
       session_.AttachmentCount();
@@ -414,12 +417,13 @@ TEST(AttachmentMailboxImportTest, AMailboxImportAppendsEachAttachmentToItsMessag
   const std::string notes = WriteFile(dir, "Mail/Attach/notes.txt", notes_text);
   const std::string page = WriteFile(dir, "Mail/Attach/page.html", page_text);
   const std::string other = WriteFile(dir, "Mail/Attach/sheet.xyz", "cells");
-  const std::string mailbox =
-      WriteFile(dir, "Mail/In.mbx",
-                "From ???@??? Tue Jun 01 12:00:00 2004\r\nSubject: Files\r\nX-Attachments: " +
-                    notes + "," + page + "\r\n\r\nsee attached\r\n" +
-                    "From ???@??? Wed Jun 02 12:00:00 2004\r\nSubject: Sheet\r\n\r\n"
-                    "Attachment Converted: \"" + other + "\"\r\n");
+  const std::string mailbox = WriteFile(
+      dir, "Mail/In.mbx",
+      "From ???@??? Tue Jun 01 12:00:00 2004\r\nSubject: Files\r\nX-Attachments: " + notes + "," +
+          page + "\r\n\r\nsee attached\r\n" +
+          "From ???@??? Wed Jun 02 12:00:00 2004\r\nSubject: Sheet\r\n\r\n"
+          "Attachment Converted: \"" +
+          other + "\"\r\n");
 
   const uint32_t handle = KSIMP_InitImportUsingFileName(database.c_str());
   ASSERT_NE(handle, 0u);
@@ -473,6 +477,11 @@ TEST(AttachmentFileNameTest, KeepsOnlyASafeBaseName) {
   const std::string longest = SafeAttachmentFileName(std::string(300, 'n') + ".html");
   EXPECT_EQ(longest.size(), 200u);
   EXPECT_EQ(AttachmentExtension(longest), "html");
+  // Cut without an extension to keep, a name does not end in a blank.
+  EXPECT_EQ(SafeAttachmentFileName(std::string(199, 'n') + "  " + std::string(150, 'x')),
+            std::string(199, 'n'));
+  EXPECT_EQ(SafeAttachmentFileName(std::string(199, 'n') + " .x" + std::string(150, 'x')),
+            std::string(199, 'n'));
 }
 
 TEST(AttachmentFileNameTest, TheExtensionChoosesADocumentTypeOfTheTable) {

@@ -59,8 +59,8 @@ uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const Imp
       r.date_from.c_str(), r.sort_descending, r.stored_settings ? 1 : 0, r.date_to.c_str(),
       r.full_header ? 1 : 0, r.message_date_from.c_str(), r.save_attachments ? 1 : 0,
       r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0,
-      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, 0,
-      0);
+      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+      0, 0);
 }
 
 std::string OptionLabel(uint32_t option) {
