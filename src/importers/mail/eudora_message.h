@@ -37,9 +37,10 @@ class CEudoraMessage {
   void SetFieldMarker(char marker) { marker_ = marker; }
   char FieldMarker() const { return marker_; }
 
-  // Takes the whole message and extracts its header fields.  When no Date
-  // line is found and the separator date was asked for, the date comes from
-  // the mailbox separator line given before.
+  // Takes the whole message, extracts and decodes its header fields and
+  // decodes its message text.  When no Date line is found and the separator
+  // date was asked for, the date comes from the mailbox separator line given
+  // before.
   void SetRawText(std::string raw);
   // The line that began the message in its mailbox ("From ???@??? Tue Jun
   // 01 12:00:00 2004"), without its line end.
