@@ -263,6 +263,9 @@ MimeHeader ParseMimeHeader(std::string_view header, ks::core::CharsetConverter& 
       continue;
     }
     current = -1;
+    // The four names begin with "C" or "M": most lines are passed over at
+    // their first character.
+    if (line.empty() || (Lower(line.front()) != 'c' && Lower(line.front()) != 'm')) continue;
     const size_t colon = FieldNameEnd(line);
     if (colon == std::string_view::npos) continue;
     const std::string_view name = line.substr(0, colon);
