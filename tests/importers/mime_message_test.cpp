@@ -122,7 +122,7 @@ TEST(MimeMessage, BodiesInOtherCharacterSetsBecomeUtf8) {
                  "Content-Transfer-Encoding: base64\r\n\r\n8NLJ18XU\r\n"),
             "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82");
   EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Type: text/plain; charset=Shift_JIS\r\n"
-                 "Content-Transfer-Encoding: 8bit\r\n\r\n\x93\xFA\x96\x7B\r\n"),
+                 "Content-Transfer-Encoding: base64\r\n\r\nk/qWew0K\r\n"),
             "\xE6\x97\xA5\xE6\x9C\xAC\r\n");
   // Base64 text from a Unix mailer gets CR LF line ends like every other text.
   EXPECT_EQ(Text("MIME-Version: 1.0\r\nContent-Transfer-Encoding: base64\r\n\r\nb25lCnR3bw0KdGhyZWUNZm91cg==\r\n"),
