@@ -58,7 +58,11 @@ void CheckFileText(std::string_view text) {
 
   // A count of thousands of columns costs the handler a lookup per column
   // and tests nothing that a few columns do not.
-  const std::optional<std::string> count = lenient->Get("Type Section", "NumberOfFields");
+  std::optional<std::string> count = lenient->Get("Type Section", "NumberOfFields");
+  if (count && count->size() >= 2 && count->front() == count->back() &&
+      (count->front() == '"' || count->front() == '\'')) {
+    *count = count->substr(1, count->size() - 2);  // as the handler reads a quoted value
+  }
   if (count && ks::text::ParseLeadingInteger(*count) > kMostColumns) return;
 
   CKSIFileHandler handler;
