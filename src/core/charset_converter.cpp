@@ -16,8 +16,8 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 // Names are short tokens; anything else is not a character set (and a "/"
 // would ask iconv for transliteration).
 constexpr size_t kLongestName = 40;
-// Distinct names kept open; mail may name any number of made-up character
-// sets, and each would otherwise hold its descriptor for good.
+// Distinct names remembered; mail may name any number of made-up character
+// sets, and each would otherwise hold its entry for good.
 constexpr size_t kMostEntries = 64;
 
 // The length of the well-formed UTF-8 sequence at the start of `s`, or 0
@@ -185,35 +185,48 @@ bool IsValidUtf8(std::string_view text) {
   return true;
 }
 
+namespace {
+
+// An iconv descriptor, closed when it goes.
+class Descriptor {
+ public:
+  explicit Descriptor(const std::string& from)
+      : descriptor_(iconv_open("UTF-8", from.c_str())) {}
+  ~Descriptor() {
+    if (ok()) iconv_close(descriptor_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  bool ok() const { return descriptor_ != reinterpret_cast<iconv_t>(-1); }
+  iconv_t get() const { return descriptor_; }
+
+ private:
+  iconv_t descriptor_;
+};
+
+}  // namespace
+
 struct CharsetConverter::Entry {
   enum class Kind { kUtf8, kAscii, kSingleByte, kIconv };
   Kind kind = Kind::kIconv;
-  iconv_t descriptor = reinterpret_cast<iconv_t>(-1);
+  std::string iconv_name;             // kIconv: the name iconv knows
   std::array<Utf8Char, 256> table{};  // kSingleByte: each byte's character
 
-  Entry() = default;
-  Entry(const Entry&) = delete;
-  Entry& operator=(const Entry&) = delete;
-  ~Entry() {
-    if (descriptor != reinterpret_cast<iconv_t>(-1)) iconv_close(descriptor);
-  }
-
-  // Opens `name` with iconv; false when iconv does not know it.  A code page
-  // whose every byte stands alone for one character becomes a byte table:
-  // faster than iconv, and the bytes it leaves undefined get their Latin-1
-  // characters instead of stopping the conversion.
+  // Whether iconv knows `name`.  A code page whose every byte stands alone
+  // for one character becomes a byte table: faster than iconv, and the bytes
+  // it leaves undefined get their Latin-1 characters instead of stopping the
+  // conversion.  Others are opened afresh for every text: a reset does not
+  // make every decoder forget what it read (UTF-16 keeps the byte order of a
+  // byte-order mark), and one text must not change how the next is read.
   bool Open(std::string_view name) {
-    const std::string iconv_name(IconvName(name));
-    descriptor = iconv_open("UTF-8", iconv_name.c_str());
-    if (descriptor == reinterpret_cast<iconv_t>(-1)) return false;
-    if (!BuildTable()) return true;
-    kind = Kind::kSingleByte;
-    iconv_close(descriptor);
-    descriptor = reinterpret_cast<iconv_t>(-1);
+    iconv_name = std::string(IconvName(name));
+    const Descriptor descriptor(iconv_name);
+    if (!descriptor.ok()) return false;
+    if (BuildTable(descriptor.get())) kind = Kind::kSingleByte;
     return true;
   }
 
-  bool BuildTable() {
+  bool BuildTable(iconv_t descriptor) {
     for (unsigned byte = 0; byte < 256; ++byte) {
       iconv(descriptor, nullptr, nullptr, nullptr, nullptr);
       char in_byte = static_cast<char>(byte);
@@ -254,7 +267,13 @@ struct CharsetConverter::Entry {
   }
 
   void AppendIconv(std::string_view text, std::string& out) const {
-    iconv(descriptor, nullptr, nullptr, nullptr, nullptr);
+    const Descriptor opened(iconv_name);
+    if (!opened.ok()) {
+      // Known a moment ago; should it fail now, the bytes as Latin-1.
+      for (const char c : text) AppendCodePoint(static_cast<unsigned char>(c), out);
+      return;
+    }
+    const iconv_t descriptor = opened.get();
     const size_t start = out.size();
     out.resize(start + text.size() * 3 + 16);
     char* in = const_cast<char*>(text.data());

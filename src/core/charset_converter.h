@@ -14,10 +14,11 @@
 // 0x8D, 0x8F, 0x90 and 0x9D undefined, and iconv stops at them).  The output
 // is always valid UTF-8.
 //
-// A converter keeps what it opened (one iconv descriptor or one byte table
-// per character set name) for the next text, and is not safe for two threads
-// at once.  ForThisThread() hands out one per thread, for the callers that
-// make a new composer for every message.
+// A converter remembers what it learnt of each character set name (a byte
+// table for a single-byte code page, or that iconv knows it) for the next
+// text, and is not safe for two threads at once.  ForThisThread() hands out
+// one per thread, for the callers that make a new composer for every
+// message.
 #pragma once
 
 #include <cstddef>

@@ -48,6 +48,10 @@ TEST(CharsetConverter, UndefinedAndBrokenBytesNeverStopAConversion) {
   // Declared UTF-8 that is not: each bad byte becomes U+FFFD.
   EXPECT_EQ(converter.ToUtf8("utf-8", "ok \xE9 ok \xE2\x82"),
             "ok \xEF\xBF\xBD ok \xEF\xBF\xBD\xEF\xBF\xBD");
+  // What one text says does not change how the next is read: UTF-16 takes
+  // its byte order from a byte-order mark, and its decoder keeps it.
+  EXPECT_EQ(converter.ToUtf8("utf-16", std::string_view("\xFE\xFF\x00\x41", 4)), "A");
+  EXPECT_EQ(converter.ToUtf8("utf-16", std::string_view("\x41\x00", 2)), "A");
   for (const char* charset : {"utf-7", "iso-2022-jp", "big5", "gb2312", "utf-16"}) {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i * 37 + 11);
