@@ -2,35 +2,8 @@
 # ksimp profile end to end: e-mail profiles saved, listed, shown, run and
 # deleted as a person types the commands, with their output and exit status.
 # Usage: ksimp_profile_test.sh KSIMP
-set -uo pipefail
 ksimp=$1
-work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-profile-test.XXXXXX")
-trap 'rm -rf "$work"' EXIT
-export KESTRO_CONFIG_DIR=$work/config ODBCSYSINI=$work/odbc
-mkdir -p "$ODBCSYSINI"
-failures=0
-passes=0
-
-check() {  # check NAME EXPECTED_STATUS COMMAND...
-  local name=$1 expected=$2
-  shift 2
-  "$@" >"$work/out" 2>"$work/err"
-  local status=$?
-  if [ "$status" -ne "$expected" ]; then
-    echo "FAIL $name: exit $status, expected $expected"; sed 's/^/  | /' "$work/out" "$work/err"
-    failures=$((failures + 1))
-  else
-    passes=$((passes + 1))
-  fi
-}
-contains() {  # contains NAME FILE TEXT
-  if grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
-    echo "FAIL $1: '$3' not in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
-}
-lacks() {  # lacks NAME FILE TEXT
-  if ! grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
-    echo "FAIL $1: '$3' in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
-}
+. "$(dirname "$0")/ksimp_checks.sh"
 message() {  # message SUBJECT: one message of a standard mailbox
   printf 'From a@example.com Mon Jan  1 10:00:00 2024\nFrom: a@example.com\nSubject: %s\nDate: Mon, 1 Jan 2024 10:00:00 +0000\n\nText of %s.\n\n' "$1" "$1"
 }
@@ -91,5 +64,4 @@ check delete-again 1 "$ksimp" profile delete Lost
 check list-after 0 "$ksimp" profile list
 lacks list-after-lost "$work/out" "Lost"
 
-echo "$passes passed, $failures failed"
-[ "$failures" -eq 0 ]
+finish

@@ -1,37 +1,9 @@
 #!/usr/bin/env bash
 # ksimp end to end: the commands a person types, their output and exit
 # status.  Usage: ksimp_test.sh KSIMP ATTACH_FIXTURE
-set -uo pipefail
 ksimp=$1
 fixture=$2
-work=$(mktemp -d "${TMPDIR:-/tmp}/ksimp-test.XXXXXX")
-trap 'rm -rf "$work"' EXIT
-export KESTRO_CONFIG_DIR=$work/config ODBCSYSINI=$work/odbc
-mkdir -p "$ODBCSYSINI"
-failures=0
-passes=0
-
-check() {  # check NAME EXPECTED_STATUS COMMAND...
-  local name=$1 expected=$2
-  shift 2
-  "$@" >"$work/out" 2>"$work/err"
-  local status=$?
-  if [ "$status" -ne "$expected" ]; then
-    echo "FAIL $name: exit $status, expected $expected"; sed 's/^/  | /' "$work/out" "$work/err"
-    failures=$((failures + 1))
-  else
-    passes=$((passes + 1))
-  fi
-}
-contains() {  # contains NAME FILE TEXT
-  if grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
-    echo "FAIL $1: '$3' not in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
-}
-
-lacks() {  # lacks NAME FILE TEXT
-  if ! grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
-    echo "FAIL $1: '$3' in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
-}
+. "$(dirname "$0")/ksimp_checks.sh"
 
 file_is() {  # file_is NAME PATH CONTENT
   if [ -f "$2" ] && [ "$(cat "$2")" = "$3" ]; then passes=$((passes + 1)); else
@@ -165,5 +137,4 @@ contains full-disk-cause "$work/out" "The disk is full."
 check full-disk-still-opens 0 "$ksimp" docs "$fdb"
 contains full-disk-nothing-kept "$work/out" "0 document(s)"
 
-echo "$passes passed, $failures failed"
-[ "$failures" -eq 0 ]
+finish
