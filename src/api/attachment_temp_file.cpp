@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "api/temp_import_folder.h"
+#include "core/write_all.h"
 
 namespace {
 
@@ -38,17 +39,6 @@ bool ReadyTempImportFolder(const std::string& folder, std::string* why) {
   return true;
 }
 
-bool WriteAll(int fd, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t wrote = ::write(fd, content.data(), content.size());
-    if (wrote < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    content.remove_prefix(static_cast<size_t>(wrote));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -75,7 +65,7 @@ std::unique_ptr<AttachmentTempFile> AttachmentTempFile::Write(const std::string&
     *why = Reason("Creating", file->path_);
     return nullptr;  // the destructor removes the folder
   }
-  const bool written = WriteAll(fd, content);
+  const bool written = ks::core::WriteAll(fd, content);
   const int write_errno = errno;
   if (::close(fd) != 0 || !written) {
     if (!written) errno = write_errno;

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <system_error>
 
+#include "core/write_all.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -18,17 +20,6 @@ std::string ErrnoText(int error) {
   return std::strerror(error);
 }
 
-bool WriteAll(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = ::write(fd, text.data(), text.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    text.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -59,7 +50,7 @@ bool WritePrivateFile(const fs::path& path, std::string_view text, std::string* 
     *why = fmt::format("cannot write {}: {}", path.string(), ErrnoText(errno));
     return false;
   }
-  bool written = ::fchmod(fd, 0600) == 0 && WriteAll(fd, text) && ::fsync(fd) == 0;
+  bool written = ::fchmod(fd, 0600) == 0 && ks::core::WriteAll(fd, text) && ::fsync(fd) == 0;
   const int write_error = errno;
   written = ::close(fd) == 0 && written;
   if (written && ::rename(temporary.c_str(), path.c_str()) == 0) return true;
