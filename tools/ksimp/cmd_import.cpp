@@ -262,14 +262,7 @@ struct ImportCommand {
         abort_sent = KSIMP_Abort(handle) != 0;
         fmt::print(stderr, "\nAborting: what was imported so far is kept...\n");
       }
-      ProgressSnapshot snapshot;
-      snapshot.total_bytes = KSIMP_GetTotalBytes(handle);
-      snapshot.current_bytes = KSIMP_GetCurBytes(handle);
-      snapshot.documents = KSIMP_GetNumDocsAdded(handle);
-      char name[PATH_MAX] = {};
-      if (KSIMP_GetCurFile(handle, name)) last_file = name;
-      snapshot.current_file = last_file;
-      if (!quiet) display.Show(snapshot);
+      if (!quiet) display.Show(ReadProgress(handle, &last_file));
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     worker.join();

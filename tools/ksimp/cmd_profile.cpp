@@ -168,14 +168,7 @@ void RunProfiles(const std::vector<std::string>& names, bool quiet) {
   ProgressDisplay display(stderr);
   std::string last_file;
   while (!done.load()) {
-    ProgressSnapshot snapshot;
-    snapshot.total_bytes = KSIMP_GetTotalBytes(handle);
-    snapshot.current_bytes = KSIMP_GetCurBytes(handle);
-    snapshot.documents = KSIMP_GetNumDocsAdded(handle);
-    char file[PATH_MAX] = {};
-    if (KSIMP_GetCurFile(handle, file)) last_file = file;
-    snapshot.current_file = last_file;
-    if (!quiet) display.Show(snapshot);
+    if (!quiet) display.Show(ReadProgress(handle, &last_file));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   worker.join();

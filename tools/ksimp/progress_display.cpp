@@ -1,12 +1,26 @@
 #include "progress_display.h"
 
 #include <fmt/format.h>
+#include <limits.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 
+#include "ks_imp.h"
+
 namespace ksimp {
+
+ProgressSnapshot ReadProgress(uint32_t handle, std::string* last_file) {
+  ProgressSnapshot snapshot;
+  snapshot.total_bytes = KSIMP_GetTotalBytes(handle);
+  snapshot.current_bytes = KSIMP_GetCurBytes(handle);
+  snapshot.documents = KSIMP_GetNumDocsAdded(handle);
+  char name[PATH_MAX] = {};
+  if (KSIMP_GetCurFile(handle, name)) *last_file = name;
+  snapshot.current_file = *last_file;
+  return snapshot;
+}
 namespace {
 
 constexpr auto kPlainLineInterval = std::chrono::seconds(2);

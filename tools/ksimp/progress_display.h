@@ -17,6 +17,11 @@ struct ProgressSnapshot {
   std::string current_file;
 };
 
+// The import's progress as the library reports it for `handle`.  The file
+// name is kept in *last_file, so that the display keeps showing the last
+// one between files.
+ProgressSnapshot ReadProgress(uint32_t handle, std::string* last_file);
+
 class ProgressDisplay {
  public:
   explicit ProgressDisplay(FILE* out);
