@@ -2,7 +2,6 @@
 // the main thread shows progress, and reports the outcome, the error text
 // and the import log.  Ctrl-C aborts the import and keeps what was imported.
 #include <fmt/format.h>
-#include <limits.h>
 #include <signal.h>
 
 #include <algorithm>

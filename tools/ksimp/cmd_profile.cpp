@@ -4,7 +4,6 @@
 // through the e-mail exports and prints each profile's messages, delete
 // removes one.
 #include <fmt/format.h>
-#include <limits.h>
 
 #include <atomic>
 #include <chrono>
