@@ -484,18 +484,6 @@ TEST(AttachmentFileNameTest, KeepsOnlyASafeBaseName) {
             std::string(199, 'n'));
 }
 
-TEST(AttachmentFileNameTest, TheExtensionChoosesADocumentTypeOfTheTable) {
-  EXPECT_EQ(AttachmentFileType(AttachmentExtension("a.TXT")), KSIMP_TYPE_TEXT);
-  EXPECT_EQ(AttachmentFileType(AttachmentExtension("a.htm")), KSIMP_TYPE_HTML);
-  EXPECT_EQ(AttachmentFileType(AttachmentExtension("a.html")), KSIMP_TYPE_HTML);
-  EXPECT_EQ(AttachmentFileType(AttachmentExtension("a.rtf")), KSIMP_TYPE_RTF);
-  EXPECT_EQ(AttachmentFileType(AttachmentExtension("a.pdf")), KSIMP_TYPE_PDF);
-  // Records, mailboxes and databases are no document text.
-  for (const char* name : {"a.csv", "a.mbx", "a.kst", "a.dbf", "a", "a.xyz"}) {
-    EXPECT_EQ(AttachmentFileType(AttachmentExtension(name)), 0) << name;
-  }
-}
-
 TEST(AttachmentCurrentFileTest, TheEmailImportShowsItsOwnItemWhileAttachmentsAreRead) {
   CImportSession& session = CKS_ImpApp::Instance().Session();
   const uint32_t handle = KSIMP_InitImportUsingFileHandle(4242);

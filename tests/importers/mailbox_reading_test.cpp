@@ -85,19 +85,6 @@ TEST(MailboxReader, BlocksOfAnySizeGiveTheMessagesOfTheWholeMailbox) {
   }
 }
 
-TEST(MailboxReader, LfAndCrMailboxesGiveTheMessagesOfTheCrLfOne) {
-  const std::vector<Read> crlf = ReadWhole(kStandardBox, Mode::kStandard);
-  for (const char* line_end : {"\n", "\r"}) {
-    const std::string text = Replaced(kStandardBox, "\r\n", line_end);
-    const std::vector<Read> read = ReadInBlocks(text, Mode::kStandard, 3);
-    ASSERT_EQ(read.size(), crlf.size());
-    for (size_t i = 0; i < read.size(); ++i) {
-      EXPECT_EQ(read[i].line, crlf[i].line);
-      EXPECT_EQ(read[i].raw, crlf[i].raw);
-    }
-  }
-}
-
 TEST(MailboxReader, AStartOffsetBeginsAtItsSeparatorOrTheNextOne) {
   const std::vector<Read> whole = ReadWhole(kStandardBox, Mode::kStandard);
   const std::vector<Read> from_second(whole.begin() + 1, whole.end());
