@@ -49,7 +49,7 @@ shared_folders() {
 # corpus files are read cut to this.
 max_len() {
   case $1 in
-    mailbox_reader) echo 16384 ;;
+    mailbox_reader) echo 8192 ;;
     *) echo 4096 ;;
   esac
 }
