@@ -72,6 +72,19 @@ void ThrowSqlite(sqlite3* db, int rc, const char* context) {
       SystemErrno(db, extended));
 }
 
+std::string FileUri(const std::string& path, bool read_only) {
+  std::string uri = "file:";
+  for (unsigned char c : path) {
+    if (c == '%' || c == '?' || c == '#' || c < 0x20 || c >= 0x7f) {
+      uri += fmt::format("%{:02X}", c);
+    } else {
+      uri += static_cast<char>(c);
+    }
+  }
+  uri += read_only ? "?mode=ro" : "?mode=rw";
+  return uri;
+}
+
 Connection::Connection(const std::string& uri, int flags) {
   // A database handle is used by one thread at a time (the engine's rule for
   // its callers), so SQLite need not lock the connection on every call: with

@@ -26,6 +26,10 @@ int SystemErrno(sqlite3* db, int rc);
 // operation behind it (0 when none).
 uint32_t EngineCodeFor(int rc, int system_errno = 0);
 
+// SQLite URI for a path, characters with a meaning in URIs escaped; opens
+// the file for reading only or for reading and writing (never creating).
+std::string FileUri(const std::string& path, bool read_only);
+
 class Connection {
  public:
   // Opens `uri` (a "file:" URI) with `flags`; SQLITE_OPEN_URI is added.

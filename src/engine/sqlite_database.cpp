@@ -2,7 +2,13 @@
 // attachments and search.
 #include "engine/sqlite_database.h"
 
+#include <algorithm>
+#include <exception>
+#include <thread>
+
 #include "engine/engine_error.h"
+#include "engine/fts_segments.h"
+#include "engine/parallel_index.h"
 
 namespace ks::engine {
 
@@ -59,6 +65,55 @@ void SqliteDatabase::CommitBatch() {
 void SqliteDatabase::IndexAndCommit() {
   Writing([&] { search_.CatchUp(); });
   batch_.Commit();
+}
+
+void SqliteDatabase::IndexInParallel() {
+  if (!writable_ || batch_.open() || tuning_.parallel_index_bytes == 0) return;
+  unsigned threads = tuning_.index_threads;
+  if (threads == 0) threads = std::min(4u, std::thread::hardware_concurrency());
+  if (threads < 2) return;
+  const int64_t watermark = settings_.Int(setting::kIndexedThrough).value_or(0);
+  {
+    // length() of a stored value reads its size, not its bytes.
+    auto pending = connection_->Prepared(
+        "SELECT coalesce(sum(length(body)), 0) FROM documents WHERE seq > ?1");
+    pending->BindInt(1, watermark);
+    pending->Step();
+    if (static_cast<uint64_t>(pending->Int(0)) < tuning_.parallel_index_bytes) return;
+  }
+  try {
+    // The segments are moved in by a connection of its own: FTS5 keeps what
+    // it read of its index for as long as the file does not change under
+    // it, and only another connection's commit tells it that it did.  Its
+    // write lock also keeps other writers out while the workers read.
+    std::unique_ptr<Connection> writer = OpenSecondWriter();
+    writer->Exec("BEGIN IMMEDIATE");
+    SettingsStore settings(*writer);
+    const int64_t indexed = settings.Int(setting::kIndexedThrough).value_or(0);
+    int64_t from;
+    int64_t through;
+    {
+      // The workers share out the keys from the first unindexed one on.
+      auto range = writer->Prepared("SELECT min(seq) - 1, max(seq) FROM documents WHERE seq > ?1");
+      range->BindInt(1, indexed);
+      range->Step();
+      if (range->IsNull(1)) return;  // another process indexed them meanwhile
+      from = range->Int(0);
+      through = range->Int(1);
+    }
+    // The page cache of this connection is not needed while the workers
+    // fill theirs.
+    sqlite3_db_release_memory(connection_->get());
+    std::vector<std::unique_ptr<Connection>> shards =
+        ParallelIndexBuild(FileUri(path_, true), threads).Build(from, through);
+    for (const std::unique_ptr<Connection>& shard : shards) GraftFtsSegments(*writer, *shard);
+    settings.SetInt(setting::kIndexedThrough, through);
+    writer->Exec("COMMIT");
+  } catch (...) {
+    // Nothing was committed (closing the connection rolled it back): the
+    // writer indexes the documents itself, and reports what stops it.
+  }
+  search_.Forget();
 }
 
 void SqliteDatabase::CountStored(uint64_t bytes, bool new_document) {

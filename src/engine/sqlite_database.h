@@ -48,6 +48,12 @@ struct EngineTuning {
   // of the tables and indexes; a larger cache saves re-reading them.  A batch
   // larger than the cache spills pages into the file before its commit.
   int64_t cache_kib = 32768;
+  // Unindexed text at a commit from which its index is built on several
+  // threads (parallel_index.h) rather than by the writer alone; below it the
+  // threads cost more than they save.
+  uint64_t parallel_index_bytes = uint64_t{8} << 20;
+  // Threads of such a build; 0: one per processor, at most four.
+  unsigned index_threads = 0;
 };
 
 struct Credentials {
@@ -145,6 +151,12 @@ class SqliteDatabase final : public Database {
   void CommitBatch();
   // Indexes what is unindexed in a transaction of its own and commits it.
   void IndexAndCommit();
+  // Indexes the documents above the watermark on several threads when there
+  // is enough of their text, and commits; anything it leaves (a small run,
+  // the to-do list, a build that failed) is left to IndexAndCommit.
+  void IndexInParallel();
+  // Another writable connection to the file, set up as the database's own.
+  std::unique_ptr<Connection> OpenSecondWriter() const;
   // Counts a stored document toward the batch and commits a full batch.
   void CountStored(uint64_t bytes, bool new_document);
 

@@ -60,6 +60,7 @@ uint32_t SqliteDatabase::EndAdd(uint64_t last_id) {
   Require(writable_, KSENG_ERR_READONLY, "database is open for reading only");
   if (last_id != 0) Kind(last_id);
   CommitBatch();
+  IndexInParallel();
   IndexAndCommit();
   uint32_t added = added_in_run_;
   added_in_run_ = 0;

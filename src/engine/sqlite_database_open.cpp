@@ -29,20 +29,6 @@ constexpr const char* kWriterPragmas =
     "PRAGMA journal_mode = DELETE;"
     "PRAGMA synchronous = FULL;";
 
-// SQLite URI for a path: characters with a meaning in URIs are escaped.
-std::string FileUri(const std::string& path, bool read_only) {
-  std::string uri = "file:";
-  for (unsigned char c : path) {
-    if (c == '%' || c == '?' || c == '#' || c < 0x20 || c >= 0x7f) {
-      uri += fmt::format("%{:02X}", c);
-    } else {
-      uri += static_cast<char>(c);
-    }
-  }
-  uri += read_only ? "?mode=ro" : "?mode=rw";
-  return uri;
-}
-
 std::string Directory(const std::string& path) {
   size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
@@ -274,6 +260,13 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::Open(const std::string& path, in
   return database;
 }
 
+std::unique_ptr<Connection> SqliteDatabase::OpenSecondWriter() const {
+  auto writer = std::make_unique<Connection>(FileUri(path_, false), SQLITE_OPEN_READWRITE);
+  sqlite3_busy_timeout(writer->get(), kBusyTimeoutMs);
+  writer->Exec(kWriterPragmas);
+  return writer;
+}
+
 SqliteDatabase::SqliteDatabase(std::unique_ptr<Connection> connection, std::string path,
                                bool writable, int32_t share, const EngineTuning& tuning)
     : connection_(std::move(connection)),
@@ -302,6 +295,7 @@ void SqliteDatabase::Close() {
   pending_.Clear();
   if (!writable_) return;
   CommitBatch();
+  IndexInParallel();
   IndexAndCommit();
 }
 
