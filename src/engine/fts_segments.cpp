@@ -13,6 +13,9 @@ constexpr int64_t kStructureRowid = 10;
 constexpr int64_t kTotalsRowid = 1;
 // FTS5 refuses a structure of more segments than this.
 constexpr int64_t kMostSegments = 2000;
+// FTS5 merges a level of this many segments whole at its next write (its
+// "crisismerge" default); grafts keep every level shorter.
+constexpr size_t kLongestLevel = 15;
 // A page's rowid: the segment id above these bits, the page (and, for
 // doclist index pages, their height and flag) below.
 constexpr int kSegmentShift = 37;
@@ -145,6 +148,20 @@ void AddTotals(Connection& target, Connection& source) {
   WriteRecord(target, kTotalsRowid, record);
 }
 
+// The level that takes `count` new segments as its newest.  A level whose
+// level below has a merge under way is refused: that merge appends its
+// output to it and takes its last segment for that output.  Of the others the
+// lowest that stays short enough is taken, so that FTS5 does not find a level
+// long enough to merge all at once on its next write; else a new level on
+// top (the top level is never a merge's output).
+size_t LevelFor(const FtsStructure& structure, size_t count) {
+  for (size_t level = 0; level < structure.levels.size(); ++level) {
+    if (level > 0 && structure.levels[level - 1].merging != 0) continue;
+    if (structure.levels[level].segments.size() + count <= kLongestLevel) return level;
+  }
+  return structure.levels.size();
+}
+
 }  // namespace
 
 size_t FtsStructure::SegmentCount() const {
@@ -231,20 +248,18 @@ void GraftFtsSegments(Connection& target, Connection& source) {
   for (const FtsLevel& level : ours.levels) {
     for (const FtsSegment& segment : level.segments) used.insert(segment.id);
   }
-  if (ours.levels.empty()) ours.levels.emplace_back();
-  // Every segment joins level 0 as its newest: a level-0 segment is never
-  // the output of a merge, so a merge the target has under way is not
-  // disturbed (FTS5 adds each segment it writes the same way).
+  const size_t level = LevelFor(ours, theirs.SegmentCount());
+  if (level == ours.levels.size()) ours.levels.emplace_back();
   int64_t next_id = 1;
-  for (const FtsLevel& level : theirs.levels) {
-    for (const FtsSegment& segment : level.segments) {
+  for (const FtsLevel& their_level : theirs.levels) {
+    for (const FtsSegment& segment : their_level.segments) {
       while (!SegmentIdFree(target, used, next_id)) ++next_id;
       if (next_id > kMostSegments) {
         throw EngineError(KSENG_ERR_INTERNAL, "no free full-text segment id");
       }
       CopySegment(target, source, segment.id, next_id);
       used.insert(next_id);
-      ours.levels[0].segments.push_back({next_id, segment.first_page, segment.last_page});
+      ours.levels[level].segments.push_back({next_id, segment.first_page, segment.last_page});
     }
   }
   ours.write_counter += theirs.write_counter;

@@ -53,7 +53,9 @@ std::string WriteFtsStructure(const FtsStructure& structure);
 
 // Adds the segments of the index `fts` in the main database of `source` to
 // the index `fts` of `target`'s main database, inside `target`'s open write
-// transaction.  The source must have no unfinished merge.  Throws
+// transaction.  The segments join one level as its newest: the lowest that
+// no merge under way writes to and that stays short of a level FTS5 would
+// merge whole.  The source must have no unfinished merge.  Throws
 // EngineError (KSENG_ERR_INTERNAL when either structure is not understood or
 // the target would hold more segments than FTS5 allows); the caller's
 // transaction is then to be rolled back.
