@@ -26,12 +26,17 @@ std::string DocumentNumber(uint32_t n) {
 
 // The child: imports runs of documents forever, reporting the number of
 // documents committed after each EngEndAdd.  Small batches commit on their
-// own in between, so the kill may land mid-batch, mid-document or mid-commit.
+// own in between, so the kill may land mid-batch, mid-document, mid-commit or
+// while the run is indexed.
 [[noreturn]] void ImportUntilKilled(const std::string& path, int report) {
   EngineTuning tuning;
   tuning.batch.documents = 7;
   tuning.batch.bytes = 1 << 20;
   tuning.cache_kib = 512;  // big documents spill into the file before their commit
+  // Every run is indexed on two threads and grafted, so the kill may also
+  // land in a build or in the graft's commit.
+  tuning.parallel_index_bytes = 1;
+  tuning.index_threads = 2;
   uint32_t db = OpenTuned(path, KSENG_ACCESS_READWRITE, tuning);
   uint32_t committed = 0;
   for (uint32_t n = 0;;) {
