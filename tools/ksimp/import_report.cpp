@@ -49,7 +49,7 @@ std::vector<std::string> Lines(const std::string& text) {
 }
 
 // Why a file was not imported whole, in words, or "" when it was.
-std::string Reason(const FileReport& file, const FileReport* stopper) {
+std::string Reason(const FileReport& file, const FileReport* stopper, bool aborted) {
   if (!file.taken) {
     return stopper != nullptr
                ? fmt::format("not imported: the import ended at {}", stopper->file)
@@ -68,7 +68,8 @@ std::string Reason(const FileReport& file, const FileReport* stopper) {
   // Stopped before its end without an error (a record too long, a blank
   // line that ends a delimited file, an abort): the log says where.
   const std::vector<std::string> lines = Lines(file.log);
-  return lines.empty() ? std::string(what) : fmt::format("{}: {}", what, lines.back());
+  if (!lines.empty()) return fmt::format("{}: {}", what, lines.back());
+  return aborted ? fmt::format("{}: the import was aborted", what) : std::string(what);
 }
 
 }  // namespace
@@ -133,7 +134,7 @@ ImportReport ReadImportReport(uint32_t handle, const std::string& database,
 void PrintFilesNotImportedWhole(const ImportReport& report) {
   const FileReport* stopper = nullptr;
   for (const FileReport& file : report.files) {
-    const std::string reason = Reason(file, stopper);
+    const std::string reason = Reason(file, stopper, report.aborted);
     if (file.taken) stopper = &file;
     if (!reason.empty()) fmt::print(stderr, "ksimp: {}: {}\n", file.file, reason);
   }
