@@ -337,6 +337,43 @@ KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle);
  * terminated. */
 KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size);
 
+/* ---- What became of each file (after KSIMP_Import) ----------------------- */
+/* The handle's counters, error and log tell about the whole run; these tell
+ * about each file it took, in the order it took them (index 0, 1, ...).
+ * They answer after KSIMP_Import has returned, for the handle's last run, for
+ * as long as the library is loaded (like the error list). */
+
+/* Describes file `index` of the handle's run.  Any out pointer may be NULL.
+ *  file_name, name_size  the file's name as queued (one name of a "|" list);
+ *                        same size rule as KSIMP_ImportErrorToString
+ *  file_type             the type it was queued with (KSIMP_TYPE_ value)
+ *  documents_added       the documents this file added
+ *  error                 the first error recorded while it was imported,
+ *                        KSIMP_ERR_NONE when none.  A type without an
+ *                        importer gives KSIMP_ERR_UNSUPPORTED_TYPE here; it
+ *                        ends the run and is not in the handle's error list
+ *  imported_whole        1 when everything in the file was imported; 0 when
+ *                        it failed, was aborted, has no importer, or its
+ *                        import stopped before its end (a record too long, a
+ *                        blank line that ends a delimited file before rows
+ *                        with text, a mailbox with no message); the log
+ *                        says where
+ * Returns 1, or 0 for an index past the last file the run took (the files
+ * after one without an importer are never taken) or a name buffer too small. */
+KSIMP_API uint32_t KSIMP_GetFileOutcome(uint32_t handle, uint32_t index, char* file_name,
+                                        int32_t name_size, int32_t* file_type,
+                                        uint32_t* documents_added, uint32_t* error,
+                                        uint32_t* imported_whole);
+
+/* Copies the log texts written while file `index` of the handle's run was
+ * imported, joined as KSIMP_GetLogData joins them (possibly none: "").  The
+ * handle's log is left as it is.
+ *  KSIMP_LOG_COPIED (1)    copied with its terminator
+ *  KSIMP_LOG_TOO_SMALL (3) text plus terminator not strictly shorter than
+ *                          `size` (or a NULL buffer); buffer untouched
+ *  KSIMP_LOG_NONE (0)      no such file */
+KSIMP_API uint32_t KSIMP_GetFileLog(uint32_t handle, uint32_t index, char* buffer, int32_t size);
+
 /* ---- File types and options ------------------------------------------ */
 /* The import options a file type may offer, as bits of its option mask. */
 #define KSIMP_OPT_FILE_ORIGIN 1u

@@ -25,6 +25,10 @@ static void check_import_interface(void) {
             strcmp(text, "You must supply an Kestro filename.") == 0,
         "KSIMP_ImportErrorToString(91) gives its exact text");
   check(KSIMP_GetTotalBytes(12345) == 0, "KSIMP_GetTotalBytes of an unknown handle is 0");
+  check(KSIMP_GetFileOutcome(12345, 0, text, (int32_t)sizeof text, NULL, NULL, NULL, NULL) == 0,
+        "KSIMP_GetFileOutcome of an unknown handle is 0");
+  check(KSIMP_GetFileLog(12345, 0, text, (int32_t)sizeof text) == KSIMP_LOG_NONE,
+        "KSIMP_GetFileLog of an unknown handle is KSIMP_LOG_NONE");
 }
 
 static void check_engine_round_trip(const char* folder) {

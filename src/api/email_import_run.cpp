@@ -341,9 +341,12 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     uint32_t ignored = 0;
     CommitAddedDocuments(handle, database, std::string(), &ignored);
     RecountDocumentsAdded(handle, database);
+    FinishFileOutcome(handle, false, error_code::kInternal);
     succeeded = false;
   }
   queue_.RemoveAll(handle);
+  // A profile's handle is the library's own: no host asks for its files.
+  outcomes_.Forget(handle);
 
   run.documents = handles_.DocumentsAdded(handle);
 

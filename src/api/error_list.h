@@ -3,6 +3,7 @@
 // handle so that the host can ask for the error after KSIMP_Import returned.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <vector>
@@ -20,6 +21,12 @@ class ImportErrorList {
   // hosts rely on seeing the original cause), or the internal-error code
   // when there is none.
   uint32_t LastError(uint32_t import_handle) const;
+
+  // How many codes the handle has, and the first code recorded after the
+  // first `skipped` of them (KSIMP_ERR_NONE when there is none): what one
+  // file of a run recorded.
+  size_t Count(uint32_t import_handle) const;
+  uint32_t FirstAfter(uint32_t import_handle, size_t skipped) const;
 
   // The entries of `from` become entries of `to`, in place: what was
   // recorded under a handle of the import's own reaches the host's handle

@@ -1,6 +1,7 @@
 // The exported KSIMP_ functions: each passes its call on to the import
 // session inside the export guard.  Argument order and types are the ones
 // hosts are built against (include/ks_imp.h).
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -281,6 +282,32 @@ KSIMP_API uint32_t KSIMP_IsLogData(uint32_t handle) {
 
 KSIMP_API uint32_t KSIMP_GetLogData(uint32_t handle, char* buffer, int32_t size) {
   return GuardExport([&] { return Session().GetLogData(handle, buffer, size); });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileOutcome(uint32_t handle, uint32_t index, char* file_name,
+                                        int32_t name_size, int32_t* file_type,
+                                        uint32_t* documents_added, uint32_t* error,
+                                        uint32_t* imported_whole) {
+  return GuardExport([&]() -> uint32_t {
+    const std::optional<FileOutcome> outcome = Session().GetFileOutcome(handle, index);
+    if (!outcome) return 0;
+    if (file_name != nullptr && !CopyTextStrictly(outcome->file_name, file_name, name_size)) {
+      return 0;
+    }
+    if (file_type != nullptr) *file_type = outcome->file_type;
+    if (documents_added != nullptr) *documents_added = outcome->documents_added;
+    if (error != nullptr) *error = outcome->error;
+    if (imported_whole != nullptr) *imported_whole = outcome->imported_whole ? 1u : 0u;
+    return 1;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetFileLog(uint32_t handle, uint32_t index, char* buffer, int32_t size) {
+  return GuardExport([&]() -> uint32_t {
+    const std::optional<FileOutcome> outcome = Session().GetFileOutcome(handle, index);
+    if (!outcome) return KSIMP_LOG_NONE;
+    return CopyTextStrictly(outcome->log, buffer, size) ? KSIMP_LOG_COPIED : KSIMP_LOG_TOO_SMALL;
+  });
 }
 
 // ---- E-mail imports ----------------------------------------------------

@@ -42,6 +42,7 @@ uint32_t CImportSession::Import(uint32_t handle, int32_t host_value1, int32_t ho
       CommitAddedDocuments(handle, record->database, std::string(), &ignored);
       RecountDocumentsAdded(handle, record->database);
     }
+    FinishFileOutcome(handle, false, error_code::kInternal);
     code = 0;
   }
 
@@ -66,6 +67,7 @@ uint32_t CImportSession::RunImport(uint32_t handle, int64_t* carry, uint32_t* re
   handles_.Update(handle, [documents_at_start](ImportHandleRecord& r) {
     r.documents_at_start = documents_at_start;
   });
+  outcomes_.Forget(handle);
 
   bool first_file = true;
   uint32_t code = 1;
@@ -126,12 +128,18 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
   // The context outlives the importer, which keeps a reference to it.
   SessionImportContext context(*this, handle, database, options, AttachmentRulesOf(handle));
 
+  BeginFileOutcome(handle, file_name, queued.file_type);
   CreatedImporter created = importer_factory_(options.file_type);
+  bool imported_whole = false;
   switch (created.outcome) {
     case CreatedImporter::Outcome::kNoImporter:
+      // The run ends without recording an error, as hosts have always seen
+      // it; the file's own outcome says why it was not imported.
+      FinishFileOutcome(handle, false, error_code::kUnsupportedFileType);
       return false;
     case CreatedImporter::Outcome::kAcceptedWithoutImporter:
       *result_code = 1;
+      imported_whole = true;
       break;
     case CreatedImporter::Outcome::kCreated: {
       CIMPImportBase& importer = *created.importer;
@@ -148,8 +156,9 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       // Only a source imported whole is deleted: one cut short (a blank line
       // that ends a delimited file, an abort, a mailbox that gave nothing)
       // still holds what the database lacks.
+      imported_whole = *result_code == 1 && importer.ImportedWhole();
       if (queued.delete_after_import == 1) {
-        if (*result_code == 1 && importer.ImportedWhole()) {
+        if (imported_whole) {
           const std::string kept = DeleteTempImportFile(file_name);
           if (!kept.empty()) context.Log(kept);
         } else {
@@ -159,6 +168,7 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       break;
     }
   }
+  FinishFileOutcome(handle, imported_whole, error_code::kNoError);
   // Once per file NAME, not per record: a record of n names also takes the
   // next n - 1 records of the handle off the queue unimported.  Hosts queue
   // either one multi-name record or several single-name ones, and existing
@@ -182,6 +192,23 @@ void CImportSession::CommitAddedDocuments(uint32_t handle, uint32_t database,
     AddLogText(handle, CommitFailedText(cause, database, file_name) + "\r\n");
     *result_code = 0;
   }
+}
+
+void CImportSession::BeginFileOutcome(uint32_t handle, const std::string& file_name,
+                                      int32_t file_type) {
+  const auto record = handles_.Find(handle);
+  outcomes_.Begin(handle, file_name, file_type, record ? record->documents_added : 0,
+                  errors_.Count(handle));
+}
+
+void CImportSession::FinishFileOutcome(uint32_t handle, bool imported_whole, uint32_t reason) {
+  const std::optional<FileOutcome> open = outcomes_.Open(handle);
+  if (!open) return;
+  const auto record = handles_.Find(handle);
+  uint32_t error = errors_.FirstAfter(handle, open->errors_before);
+  if (error == error_code::kNoError && reason != error_code::kNoError) error = reason;
+  outcomes_.Finish(handle, record ? record->documents_added : open->documents_before, error,
+                   imported_whole);
 }
 
 void CImportSession::RecountDocumentsAdded(uint32_t handle, uint32_t database) {

@@ -2,7 +2,8 @@
 // functions.  It is made of
 //  - the handle registry: the live import handles and their counters;
 //  - the queue of sources to import;
-//  - the error list and the log, which outlive their handles;
+//  - the error list, the log and what became of each file, which outlive
+//    their handles;
 //  - the attachments waiting to be imported and the session's flags;
 // and it carries out the requests of the exported functions
 // (import_requests.cpp) and the import run (import_run.cpp).
@@ -22,6 +23,7 @@
 
 #include "api/email_import.h"
 #include "api/error_list.h"
+#include "api/file_outcomes.h"
 #include "api/handle_registry.h"
 #include "api/import_attachment.h"
 #include "api/import_log.h"
@@ -43,10 +45,18 @@ class CImportSession {
   // ---- Errors and log ---------------------------------------------------
   void RecordError(uint32_t handle, uint32_t code) { errors_.Record(handle, code); }
   uint32_t GetLastImportError(uint32_t handle) const { return errors_.LastError(handle); }
-  void AddLogText(uint32_t handle, std::string text) { log_.Add(handle, std::move(text)); }
+  void AddLogText(uint32_t handle, std::string text) {
+    outcomes_.AddLog(handle, text);
+    log_.Add(handle, std::move(text));
+  }
   bool IsLogData(uint32_t handle) const { return log_.HasText(handle); }
   uint32_t GetLogData(uint32_t handle, char* buffer, int32_t size) {
     return log_.Read(handle, buffer, size);
+  }
+
+  // What became of the handle's file `index` in its last run.
+  std::optional<FileOutcome> GetFileOutcome(uint32_t handle, uint32_t index) const {
+    return outcomes_.Find(handle, index);
   }
 
   // ---- Attachments waiting to be imported --------------------------------
@@ -121,6 +131,12 @@ class CImportSession {
   // a failure is recorded, logged with its cause, and sets *result_code to 0.
   void CommitAddedDocuments(uint32_t handle, uint32_t database, const std::string& file_name,
                             uint32_t* result_code);
+  // Starts and ends the outcome of one file: its share of the handle's
+  // documents and errors is told by where they stood when it began.
+  // `reason` is the error when none was recorded while it ran
+  // (KSIMP_ERR_NONE: none).
+  void BeginFileOutcome(uint32_t handle, const std::string& file_name, int32_t file_type);
+  void FinishFileOutcome(uint32_t handle, bool imported_whole, uint32_t reason);
   // Sets the count of documents added to what the database really holds
   // beyond the documents it had when the run began.
   void RecountDocumentsAdded(uint32_t handle, uint32_t database);
@@ -145,6 +161,7 @@ class CImportSession {
 
   ImportErrorList errors_;
   ImportLog log_;
+  FileOutcomes outcomes_;
 
   std::atomic<bool> email_mode_{false};
   std::atomic<bool> importing_attachments_{false};  // GetCurFile shows 14127 while set

@@ -6,6 +6,7 @@
 
 #include "api/import_session.h"
 #include "core/scoped_env.h"
+#include "ks_imp.h"
 #include "stub_importer.h"
 #include "write_file.h"
 
@@ -136,6 +137,51 @@ TEST_F(ImportRunTest, TypesAcceptedWithoutAnImporterCountAsSuccess) {
   uint32_t added = 77;
   EXPECT_EQ(Import(nullptr, &added), 1u);
   EXPECT_EQ(added, 0u);
+}
+
+// What became of each file, told apart from the run's totals.
+TEST_F(ImportRunTest, EachFileHasItsOwnDocumentsFirstErrorLogAndWholeness) {
+  script_.run_results = {1, 0};
+  script_.while_running = [this](uint32_t h, const SETDATA& options) {
+    const bool first = options.file_name == "a.txt";
+    session_.handles().SetDocumentsAdded(h, first ? 2 : 5);
+    if (first) return;
+    session_.RecordError(h, 11024);
+    session_.RecordError(h, 98);
+    session_.AddLogText(h, "b broke\r\n");
+  };
+  QueueName("a.txt", 1004);
+  QueueName("b.txt");
+  Import();
+  const auto a = session_.GetFileOutcome(handle_, 0);
+  const auto b = session_.GetFileOutcome(handle_, 1);
+  ASSERT_TRUE(a && b);
+  EXPECT_EQ(a->file_name, "a.txt");
+  EXPECT_EQ(a->file_type, 1004);
+  EXPECT_EQ(a->documents_added, 2u);
+  EXPECT_EQ(a->error, KSIMP_ERR_NONE);
+  EXPECT_TRUE(a->imported_whole);
+  EXPECT_EQ(a->log, "");
+  EXPECT_EQ(b->documents_added, 3u);
+  EXPECT_EQ(b->error, 11024u) << "the first error of the file";
+  EXPECT_FALSE(b->imported_whole);
+  EXPECT_EQ(b->log, "b broke\r\n");
+  EXPECT_FALSE(session_.GetFileOutcome(handle_, 2));
+}
+
+TEST_F(ImportRunTest, AFileWithoutAnImporterIsTheLastOutcomeAndSaysUnsupported) {
+  session_.SetImporterFactory({});
+  QueueName("a.txt", 1003);
+  QueueName("b.pdf", 1001);
+  QueueName("c.txt", 1003);
+  EXPECT_EQ(Import(), 0u);
+  const auto b = session_.GetFileOutcome(handle_, 1);
+  ASSERT_TRUE(b);
+  EXPECT_EQ(b->error, KSIMP_ERR_UNSUPPORTED_TYPE);
+  EXPECT_FALSE(b->imported_whole);
+  EXPECT_TRUE(session_.GetFileOutcome(handle_, 0)->imported_whole);
+  EXPECT_FALSE(session_.GetFileOutcome(handle_, 2)) << "never taken";
+  EXPECT_EQ(session_.GetLastImportError(handle_), KSIMP_ERR_INTERNAL) << "nothing recorded";
 }
 
 TEST_F(ImportRunTest, UnknownHandleOrEmailModeRunsNothing) {

@@ -1,11 +1,13 @@
-// ksimp export: each document's exact bytes as DIR/000001.txt, ... in
-// database order, attachments beside it in DIR/000001.att/.
+// ksimp export: each document's exact bytes as DIR/000001.txt, ... named by
+// its number in database order (as 'docs' numbers it), attachments beside
+// it in DIR/000001.att/; all documents, or those whose numbers are given.
 #include <fmt/format.h>
 
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <set>
+#include <vector>
 
 #include "commands.h"
 #include "database.h"
@@ -98,6 +100,7 @@ void AddExportCommand(CLI::App& parent) {
   struct Options {
     std::string path;
     std::string dir;
+    std::vector<size_t> numbers;  // none: every document
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand("export", "Write each document's exact bytes to a folder");
@@ -107,20 +110,30 @@ void AddExportCommand(CLI::App& parent) {
                   "document's attachments in DIR/000001.att/ under their base names, a name "
                   "already taken there as \"name (2).ext\", \"name (3).ext\", ...")
       ->required();
+  cmd->add_option("N", options->numbers,
+                  "Numbers of the documents to export (as 'docs' lists them); all without")
+      ->check(CLI::PositiveNumber);
   cmd->callback([options] {
     Database db(options->path, KSENG_ACCESS_READ);
+    const std::vector<uint64_t> ids = db.Documents();
+    std::vector<size_t> numbers = options->numbers;
+    if (numbers.empty()) {
+      for (size_t n = 1; n <= ids.size(); ++n) numbers.push_back(n);
+    }
+    for (size_t n : numbers) {
+      if (n > ids.size()) throw HostError(fmt::format("{} has no document {}", options->path, n));
+    }
     std::error_code ec;
     fs::create_directories(options->dir, ec);
     if (ec) throw HostError(fmt::format("cannot create {}: {}", options->dir, ec.message()));
-    size_t ordinal = 0;
-    for (uint64_t id : db.Documents()) {
-      ++ordinal;
+    for (size_t number : numbers) {
+      const uint64_t id = ids[number - 1];
       const std::string text = db.Text(id);
-      WriteFile(fs::path(options->dir) / fmt::format("{:06}.txt", ordinal), text.data(),
+      WriteFile(fs::path(options->dir) / fmt::format("{:06}.txt", number), text.data(),
                 text.size());
       const auto attachments = db.Attachments(id);
       if (attachments.empty()) continue;
-      const fs::path folder = fs::path(options->dir) / fmt::format("{:06}.att", ordinal);
+      const fs::path folder = fs::path(options->dir) / fmt::format("{:06}.att", number);
       fs::create_directories(folder, ec);
       if (ec) throw HostError(fmt::format("cannot create {}: {}", folder.string(), ec.message()));
       AttachmentNames names;
@@ -129,7 +142,7 @@ void AddExportCommand(CLI::App& parent) {
         WriteFile(folder / names.Take(attachments[i].name, i), bytes.data(), bytes.size());
       }
     }
-    fmt::print("Exported {} document(s) to {}\n", ordinal, options->dir);
+    fmt::print("Exported {} document(s) to {}\n", numbers.size(), options->dir);
   });
 }
 

@@ -1,6 +1,7 @@
 // ksimp import: queues files into an import, runs it on a worker thread while
-// the main thread shows progress, and reports the outcome, the error text
-// and the import log.  Ctrl-C aborts the import and keeps what was imported.
+// the main thread shows progress, and reports what became of each file
+// (import_report.h): exit status 1 unless every file was imported whole.
+// Ctrl-C aborts the import and keeps what was imported.
 #include <fmt/format.h>
 #include <signal.h>
 
@@ -15,6 +16,7 @@
 #include "commands.h"
 #include "database.h"
 #include "import_options.h"
+#include "import_report.h"
 #include "ks_imp.h"
 #include "progress_display.h"
 
@@ -27,27 +29,6 @@ void OnInterrupt(int) {
   interrupted.store(true);
   // A second Ctrl-C ends the program at once.
   signal(SIGINT, SIG_DFL);
-}
-
-std::string ErrorText(uint32_t code) {
-  std::vector<char> text(1024);
-  while (!KSIMP_ImportErrorToString(code, text.data(), static_cast<int32_t>(text.size()))) {
-    if (text.size() > (1u << 20)) return fmt::format("error {}", code);
-    text.resize(text.size() * 2);
-  }
-  return text.data();
-}
-
-// The handle's whole log, read once.
-std::string LogText(uint32_t handle) {
-  if (!KSIMP_IsLogData(handle)) return {};
-  std::vector<char> buffer(1 << 16);
-  while (KSIMP_GetLogData(handle, buffer.data(), static_cast<int32_t>(buffer.size())) ==
-         KSIMP_LOG_TOO_SMALL) {
-    if (buffer.size() > (1u << 28)) break;
-    buffer.resize(buffer.size() * 4);
-  }
-  return buffer.data();
 }
 
 uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const ImportRequest& r) {
@@ -149,6 +130,7 @@ struct ImportCommand {
   ImportRequest request;
   ColumnHeaderFlags columns;  // delimited and fixed-width layouts
   bool quiet = false;
+  bool json = false;  // one JSON object at the end, nothing else on stdout
   std::vector<std::string> given;  // the options given, in command-line order
 
   // A delimited or fixed-width layout travels as the import's stored
@@ -219,20 +201,22 @@ struct ImportCommand {
       // is still there to say more than the library's own text.
       const uint32_t engine_error = EngLastError(0);
       throw HostError(fmt::format("cannot import into {}: {} ({})", path,
-                                  ErrorText(KSIMP_GetLastImportError(0)),
+                                  ImportErrorText(KSIMP_GetLastImportError(0)),
                                   EngineErrorText(engine_error)));
     }
     for (const std::string& folder : attachment_folders) {
       KSIMP_AddAttachmentFolder(handle, folder.c_str());
     }
     if (attachment_max_mb > 0) KSIMP_SetAttachmentSizeLimit(handle, attachment_max_mb << 20);
+    std::vector<int32_t> file_types;
     for (size_t i = 0; i < files.size(); ++i) {
       const std::string& file = files[i];
       const int32_t file_type = request.file_type != 0 ? request.file_type : FileTypeForPath(file);
+      file_types.push_back(file_type);
       WarnAboutOptionsNotOffered(file, file_type, requested);
       if (columns.header_row) request.date_from = first_row_headers[i];
       if (!Queue(handle, file, file_type, request)) {
-        const std::string reason = ErrorText(KSIMP_GetLastImportError(handle));
+        const std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
         throw HostError(fmt::format("cannot queue {}: {}", file, reason));
       }
@@ -261,26 +245,33 @@ struct ImportCommand {
         abort_sent = KSIMP_Abort(handle) != 0;
         fmt::print(stderr, "\nAborting: what was imported so far is kept...\n");
       }
-      if (!quiet) display.Show(ReadProgress(handle, &last_file));
+      if (!quiet && !json) display.Show(ReadProgress(handle, &last_file));
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     worker.join();
     sigaction(SIGINT, &previous, nullptr);
     display.Finish();
 
-    fmt::print("{} document(s) added to {}\n", added, path);
-    const uint32_t error = KSIMP_GetLastImportError(handle);
-    const bool error_recorded = error != KSIMP_ERR_INTERNAL;
-    const std::string log = LogText(handle);
-    if (!log.empty()) fmt::print("Import log:\n{}", log);
-    if (abort_sent) fmt::print("The import was aborted.\n");
-    if (error_recorded) {
-      fmt::print(stderr, "Import error {}: {}\n", error, ErrorText(error));
-    } else if (outcome.load() == 0 && !abort_sent) {
-      fmt::print(stderr, "The import stopped at {}: no importer is available for its file type.\n",
-                 last_file.empty() ? std::string("the first file") : last_file);
+    // Each queued file is one record of one name, so the library's files
+    // are ours in order.
+    const ImportReport report = ReadImportReport(handle, path, files, file_types, abort_sent);
+    if (json) {
+      PrintImportReportJson(report);
+    } else {
+      fmt::print("{} document(s) added to {}\n", report.DocumentsAdded(), path);
+      const std::string log = ImportLogText(handle);
+      if (!log.empty()) fmt::print("Import log:\n{}", log);
+      if (abort_sent) fmt::print("The import was aborted.\n");
+      PrintFilesNotImportedWhole(report);
     }
-    if (error_recorded || (outcome.load() == 0 && !abort_sent)) throw HostError("", 1);
+    const bool run_failed = outcome.load() == 0 && !abort_sent;
+    if (run_failed && report.AllImportedWhole()) {
+      // Every file came through, yet the run says it failed: the handle's
+      // own error says why.
+      const uint32_t error = KSIMP_GetLastImportError(handle);
+      fmt::print(stderr, "ksimp: the import failed: error {}: {}\n", error, ImportErrorText(error));
+    }
+    if (run_failed || !report.AllImportedWhole()) throw HostError("", 1);
   }
 };
 
@@ -326,6 +317,9 @@ void AddImportCommand(CLI::App& parent) {
                 "Delete files of the temporary import folder once imported");
   command->columns.AddTo(*cmd, /*for_import=*/true);
   cmd->add_flag("--quiet", command->quiet, "No progress display");
+  cmd->add_flag("--json", command->json,
+                "Print one JSON object at the end and nothing else on stdout (no progress): "
+                "per file its type, documents added, error and log lines; the totals");
   cmd->callback([command, cmd] {
     for (const CLI::Option* option : cmd->parse_order())
       command->given.push_back(option->get_name());

@@ -84,6 +84,15 @@ std::vector<uint64_t> Database::Documents() const {
   return ids;
 }
 
+uint64_t Database::DocumentNumbered(uint64_t number) const {
+  if (number == 0) return 0;
+  uint64_t id = EngFirstDocument(handle_, KSENG_WALK_DOCUMENTS);
+  for (uint64_t n = 1; id != 0 && n < number; ++n) {
+    id = EngNextDocument(handle_, id, KSENG_WALK_DOCUMENTS);
+  }
+  return id;
+}
+
 std::vector<Database::Attachment> Database::Attachments(uint64_t id) const {
   std::vector<Attachment> list;
   const uint32_t count = EngGetAttachmentCount(handle_, id);

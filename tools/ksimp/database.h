@@ -34,7 +34,11 @@ class Database {
 
   std::string Text(uint64_t id) const;
   std::string Name(uint64_t id) const;
+  // Identifiers of the documents in database order: document number n
+  // (what ksimp shows a person) is the n-th, from 1.
   std::vector<uint64_t> Documents() const;
+  // The identifier of document number `number`, 0 when there is none.
+  uint64_t DocumentNumbered(uint64_t number) const;
 
   struct Attachment {
     std::string name;
