@@ -1,0 +1,40 @@
+"""Shared fixtures.  The libraries are found through KESTRO_LIB_DIR (the
+CTest run points it at the build); the corpus of real files lies beside the
+checkout, and the tests that need it skip when it is absent."""
+
+import os
+import pathlib
+import tempfile
+
+import pytest
+
+# The library keeps its list of file types in the per-user configuration:
+# the tests keep theirs apart from the user's.
+os.environ.setdefault("KESTRO_CONFIG_DIR", tempfile.mkdtemp(prefix="kestro-config-"))
+
+import kestro  # noqa: E402 - after the configuration folder is chosen
+
+CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
+CORPUS = CHECKOUT / ".." / "shared" / "corpus"
+
+
+@pytest.fixture
+def corpus():
+    if not CORPUS.is_dir():
+        pytest.skip("the shared corpus is not beside the checkout")
+    return CORPUS
+
+
+@pytest.fixture
+def db(tmp_path):
+    with kestro.Database.create(tmp_path / "test.kst") as database:
+        yield database
+
+
+@pytest.fixture(scope="session")
+def many_documents(tmp_path_factory):
+    """A text file of 100,000 documents cut by blank lines: long enough that
+    an import is still running when the first progress poll comes."""
+    path = tmp_path_factory.mktemp("big") / "many.txt"
+    path.write_bytes(b"".join(b"Document %d about widgets\r\n\r\n" % i for i in range(100_000)))
+    return path
