@@ -20,4 +20,9 @@ from .importing import ImportResult, OptionNotOffered, Progress
 from .settings import (check_column_header, column_header, column_header_from_first_row,
                        read_settings, write_settings)
 
+# Tracebacks and reprs name the classes where users import them from.
+for _public in (Database, Document, Error, FileType, ImportResult, OptionNotOffered, Progress):
+    _public.__module__ = __name__
+del _public
+
 __version__ = "0.1.0"

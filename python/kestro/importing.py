@@ -157,43 +157,50 @@ def run_import(database, db_handle, paths, file_type, progress, poll_interval, g
     if isinstance(paths, (str, bytes, os.PathLike)):
         paths = [paths]
     paths = [os.fsdecode(p) for p in paths]
-    if not paths:
-        raise ValueError("no files to import")
+    if not paths or "" in paths:
+        raise ValueError("give the files to import by their names")
     unknown = set(given_options) - OPTION_NAMES
     if unknown:
         raise TypeError(f"unknown import option(s): {', '.join(sorted(unknown))}")
     options = ImportOptions(**given_options)
     given = list(given_options)
 
+    # Everything that can refuse the import does so before the library
+    # holds an import handle for it.
     _refuse_bars(paths)
     args = queue_arguments(options)
     chosen_type = file_type_list.type_number(file_type) if file_type is not None else 0
     _refuse_delimiter_with_attachments(args, given)
     chosen_type, first_row_headers = _column_settings(options, args, chosen_type, paths)
     requested = requested_options(args, given)
+    types = [chosen_type or file_type_list.type_for_path(path) for path in paths]
+    for path, each_type in zip(paths, types):
+        _warn_about_options_not_offered(path, each_type, requested)
 
     imp = libraries().imp
-    engine = libraries().engine
     handle = imp.KSIMP_InitImportUsingFileHandle(db_handle)
     if handle == 0:
-        raise import_error(imp.KSIMP_GetLastImportError(0), context=f"cannot import into "
-                                                                    f"{database.path}")
-    for folder in folders(options.attachments_dir):
-        imp.KSIMP_AddAttachmentFolder(handle, encode(folder))
-    if options.attachment_max_mb:
-        imp.KSIMP_SetAttachmentSizeLimit(handle, int(options.attachment_max_mb) << 20)
-    for index, path in enumerate(paths):
-        each_type = chosen_type or file_type_list.type_for_path(path)
-        _warn_about_options_not_offered(path, each_type, requested)
-        if first_row_headers is not None:
-            args.date_from = first_row_headers[index]
-        if not _queue(handle, path, each_type, args):
-            reason = imp.KSIMP_GetLastImportError(handle)
-            imp.KSIMP_Import(handle, 0, 0, None, None)  # releases the handle
-            raise import_error(reason, subject=path, context=f"cannot queue {path}")
-
-    return _run(database, handle, engine.EngCountDocuments(db_handle, c.ENG_WALK_DOCUMENTS),
-                db_handle, paths, progress, poll_interval)
+        raise import_error(imp.KSIMP_GetLastImportError(0),
+                           context=f"cannot import into {database.path}")
+    try:
+        for folder in folders(options.attachments_dir):
+            imp.KSIMP_AddAttachmentFolder(handle, encode(folder))
+        if options.attachment_max_mb:
+            imp.KSIMP_SetAttachmentSizeLimit(handle, int(options.attachment_max_mb) << 20)
+        for index, (path, each_type) in enumerate(zip(paths, types)):
+            if first_row_headers is not None:
+                args.date_from = first_row_headers[index]
+            if not _queue(handle, path, each_type, args):
+                raise import_error(imp.KSIMP_GetLastImportError(handle), subject=path,
+                                   context=f"cannot queue {path}")
+    except BaseException:
+        # Only a run releases a handle: an aborted one imports nothing of
+        # what was queued.
+        imp.KSIMP_Abort(handle)
+        imp.KSIMP_Import(handle, 0, 0, None, None)
+        raise
+    documents_before = libraries().engine.EngCountDocuments(db_handle, c.ENG_WALK_DOCUMENTS)
+    return _run(database, handle, documents_before, db_handle, paths, progress, poll_interval)
 
 
 def _run(database, handle, documents_before, db_handle, paths, progress, poll_interval):
@@ -236,7 +243,8 @@ def _run(database, handle, documents_before, db_handle, paths, progress, poll_in
         database._running_import = None
     aborted = running.aborted
 
-    if added.value == _NOT_WRITTEN:
+    ran_to_the_end = added.value != _NOT_WRITTEN
+    if not ran_to_the_end:
         now = libraries().engine.EngCountDocuments(db_handle, c.ENG_WALK_DOCUMENTS)
         added.value = max(0, now - documents_before)
     result = ImportResult(added.value, read_log(handle), aborted)
@@ -246,12 +254,17 @@ def _run(database, handle, documents_before, db_handle, paths, progress, poll_in
         progress(Progress(total_bytes, snapshot.current_bytes if aborted else total_bytes,
                           result.documents_added, snapshot.current_file))
 
+    # A file's name fills a placeholder of the text only when it is surely
+    # the file that failed.
+    only_file = paths[0] if len(paths) == 1 else None
     error = imp.KSIMP_GetLastImportError(handle)
-    subject = paths[0] if len(paths) == 1 else snapshot.current_file or None
     if error != c.ERR_INTERNAL:  # 11001 also means that none was recorded
-        raise import_error(error, subject=subject, result=result)
-    if outcome and outcome[0] == 0 and not aborted:
-        raise import_error(c.ERR_UNSUPPORTED_TYPE, result=result,
-                           context=f"no importer is available for the file type of "
-                                   f"{subject or 'a file'}")
+        raise import_error(error, subject=only_file, result=result)
+    if outcome[0] == 0 and not aborted:
+        where = only_file or snapshot.current_file or "its first file"
+        if not ran_to_the_end:
+            raise import_error(c.ERR_UNSUPPORTED_TYPE, result=result,
+                               context=f"the import stopped at {where}: no importer is "
+                                       f"available for its file type")
+        raise import_error(c.ERR_INTERNAL, result=result, context=f"the import of {where} failed")
     return result
