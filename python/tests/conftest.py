@@ -4,6 +4,7 @@ checkout, and the tests that need it skip when it is absent."""
 
 import os
 import pathlib
+import sys
 import tempfile
 
 import pytest
@@ -12,9 +13,13 @@ import pytest
 # the tests keep theirs apart from the user's.
 os.environ.setdefault("KESTRO_CONFIG_DIR", tempfile.mkdtemp(prefix="kestro-config-"))
 
-import kestro  # noqa: E402 - after the configuration folder is chosen
-
 CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
+
+try:
+    import kestro  # the installed package, when there is one
+except ImportError:
+    sys.path.insert(0, str(CHECKOUT / "python"))
+    import kestro  # noqa: F401 - the source beside these tests
 CORPUS = CHECKOUT / ".." / "shared" / "corpus"
 
 
