@@ -3,10 +3,9 @@ the import library, read and search their documents.
 
     import kestro
     with kestro.Database.create("notes.kst", replace=True) as db:
-        result = db.import_files(["a.txt", "b.csv"], delimiter="blankline")
-        print(result.documents_added, result.log)
-        for doc in db.search("invoice"):
-            print(doc.id, doc.text[:60])
+        result = db.import_files(["notes.txt", "orders.csv"], progress=print)
+        print(result.documents_added, "documents added", *result.log, sep="\\n")
+        for doc in db.search("invoice"): print(doc.id, doc.text[:60])
 
 The package calls libks_imp.so and libks_eng5.so through ctypes; it finds
 them through KESTRO_LIB_DIR, beside the package, or on the loader's path.

@@ -133,15 +133,16 @@ def _warn_about_options_not_offered(path, file_type, requested):
                       "without it", OptionNotOffered, stacklevel=4)
 
 
-def _queue(handle, path, file_type, a):
+def _queue(handle, path, file_type, args):
     return libraries().imp.KSIMP_AddFileToImport(
-        handle, encode(path), file_type, a.location, 1 if a.form else 0, encode(a.form),
-        1 if a.named_document else 0, encode(a.named_document), a.delimiter_flags,
-        a.delimiter_lines, encode(a.delimiter_string), a.origin_ansi, a.auto_fields,
-        encode(a.date_from), a.sort_descending, a.stored_settings, encode(a.date_to),
-        a.full_header, encode(a.message_date_from), a.save_attachments,
-        encode(a.message_date_to), encode(a.filter), a.delete_after, a.import_attachments,
-        None, None, None, None, None, None, None, 0, 0)
+        handle, encode(path), file_type, args.location, 1 if args.form else 0, encode(args.form),
+        1 if args.named_document else 0, encode(args.named_document), args.delimiter_flags,
+        args.delimiter_lines, encode(args.delimiter_string), args.origin_ansi, args.auto_fields,
+        encode(args.date_from), args.sort_descending, args.stored_settings, encode(args.date_to),
+        args.full_header, encode(args.message_date_from), args.save_attachments,
+        encode(args.message_date_to), encode(args.filter), args.delete_after,
+        args.import_attachments,
+        None, None, None, None, None, None, None, 0, 0)  # IMAP and firewall: not offered
 
 
 def _progress(handle, last_file):

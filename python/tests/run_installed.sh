@@ -4,7 +4,9 @@
 # isolation, no index), and pytest runs python/tests against that copy.
 # Usage: run_installed.sh WORK_DIR
 # KESTRO_LIB_DIR names the folders of libks_imp.so and libks_eng5.so;
-# KESTRO_PYTHON the interpreter (default Debian's, which sees python3-pytest).
+# KESTRO_PYTHON the interpreter (default Debian's, which sees python3-pytest);
+# KESTRO_TEST_PRELOAD what the tests' interpreter preloads (a sanitizer's
+# runtime, for sanitized libraries), leaving pip and the shell alone.
 set -euo pipefail
 package=$(cd "$(dirname "$0")/.." && pwd)
 work=$1
@@ -25,4 +27,7 @@ import sys, kestro
 if not kestro.__file__.startswith(sys.argv[1]):
     sys.exit(f"kestro came from {kestro.__file__}, not from the installed copy")
 PY
-exec "$python" -m pytest -q -p no:cacheprovider "$package/tests"
+# Only Python's own output is captured: a sanitizer's report on the file
+# descriptor itself reaches the test log even when it ends the process.
+exec env ${KESTRO_TEST_PRELOAD:+LD_PRELOAD="$KESTRO_TEST_PRELOAD"} \
+  "$python" -m pytest -q -p no:cacheprovider --capture=sys "$package/tests"
