@@ -2,6 +2,7 @@
 interface, its documents in database order, full-text search, and imports
 into it through the import library."""
 
+import contextlib
 import ctypes
 import threading
 from dataclasses import dataclass
@@ -35,6 +36,7 @@ class Database:
         self._path = path
         self._lock = threading.Lock()   # the engine handle is one thread's at a time
         self._running_import = None     # set while an import runs, for abort() from anywhere
+        self._importing_thread = None   # the thread that waits for that import
 
     @classmethod
     def create(cls, path, *, login_group=None, password=None, replace=False):
@@ -70,13 +72,24 @@ class Database:
     def closed(self):
         return self._handle == 0
 
+    @contextlib.contextmanager
+    def _engine_handle(self, must_be_open=True):
+        """The engine handle, this thread's alone while it is used.  The
+        thread waiting for an import (its progress callback) may not use it:
+        the import's worker does."""
+        if self._importing_thread == threading.get_ident():
+            raise RuntimeError("the database is busy with an import: use it after "
+                               "import_files has returned")
+        with self._lock:
+            yield self._open_handle() if must_be_open else self._handle
+
     def close(self):
         """Commits what is pending and closes the database.  Closing twice is
         harmless."""
-        with self._lock:
-            if self._handle == 0:
+        with self._engine_handle(must_be_open=False) as handle:
+            if handle == 0:
                 return
-            handle, self._handle = self._handle, 0
+            self._handle = 0
             if not libraries().engine.EngCloseDatabase(handle):
                 raise engine_error(context=f"cannot close {self._path}")
 
@@ -93,30 +106,28 @@ class Database:
         return self._handle
 
     def __len__(self):
-        with self._lock:
-            return libraries().engine.EngCountDocuments(self._open_handle(),
-                                                        c.ENG_WALK_DOCUMENTS)
+        with self._engine_handle() as handle:
+            return libraries().engine.EngCountDocuments(handle, c.ENG_WALK_DOCUMENTS)
 
     def __iter__(self):
         """The documents (text, rich text and entries) in database order."""
         engine = libraries().engine
-        with self._lock:
-            current = engine.EngFirstDocument(self._open_handle(), c.ENG_WALK_DOCUMENTS)
+        with self._engine_handle() as handle:
+            current = engine.EngFirstDocument(handle, c.ENG_WALK_DOCUMENTS)
         while current != 0:
-            with self._lock:
-                document = self._read(current)
-                current = engine.EngNextDocument(self._open_handle(), current,
-                                                 c.ENG_WALK_DOCUMENTS)
+            with self._engine_handle() as handle:
+                document = self._read(handle, current)
+                current = engine.EngNextDocument(handle, current, c.ENG_WALK_DOCUMENTS)
             yield document
 
     def document(self, document_id):
         """The document with the identifier `document_id`."""
-        with self._lock:
-            return self._read(document_id)
+        with self._engine_handle() as handle:
+            return self._read(handle, document_id)
 
-    def _read(self, document_id):
+    @staticmethod
+    def _read(handle, document_id):
         engine = libraries().engine
-        handle = self._open_handle()
         kind = engine.EngGetDocumentKind(handle, document_id)
         if kind == 0:
             raise engine_error(context=f"document {document_id}")
@@ -136,8 +147,7 @@ class Database:
         syntax: words, "phrases", AND, OR, NOT, prefix*), in database
         order.  A query that does not parse is an Error."""
         engine = libraries().engine
-        with self._lock:
-            handle = self._open_handle()
+        with self._engine_handle() as handle:
             count = engine.EngSearch(handle, encode(query), None, 0)
             if count < 0:
                 raise engine_error(context=f"search {query!r}")
@@ -145,7 +155,7 @@ class Database:
             found = engine.EngSearch(handle, encode(query), ids, count)
             if found < 0:
                 raise engine_error(context=f"search {query!r}")
-            return [self._read(ids[i]) for i in range(min(found, count))]
+            return [self._read(handle, ids[i]) for i in range(min(found, count))]
 
     def import_files(self, paths, type=None, *, progress=None, poll_interval=0.1, **options):
         """Imports files into the database and returns an ImportResult.
@@ -171,9 +181,12 @@ class Database:
         raises Error, whose `result` says what was imported before it.
         """
         from .importing import run_import
-        with self._lock:
-            return run_import(self, self._open_handle(), paths, type, progress, poll_interval,
-                              options)
+        with self._engine_handle() as handle:
+            self._importing_thread = threading.get_ident()
+            try:
+                return run_import(self, handle, paths, type, progress, poll_interval, options)
+            finally:
+                self._importing_thread = None
 
     def abort(self):
         """Aborts the import running on this database (from any thread).

@@ -77,6 +77,12 @@ def test_an_abort_keeps_what_was_imported(db, many_documents, stopper):
     assert db.search(str(kept)) == []
 
 
+def test_a_callback_that_raises_aborts_and_may_not_use_the_database(db, many_documents):
+    with pytest.raises(RuntimeError, match="busy with an import"):
+        db.import_files(many_documents, delimiter="blankline", progress=lambda p: len(db))
+    assert len(db) < 100_000
+
+
 def test_ctrl_c_aborts_and_keeps_what_was_imported(tmp_path, many_documents):
     path = tmp_path / "interrupted.kst"
     with kestro.Database.create(path) as db:
