@@ -36,10 +36,13 @@ def db(tmp_path):
         yield database
 
 
+MANY = 200_000
+
+
 @pytest.fixture(scope="session")
 def many_documents(tmp_path_factory):
-    """A text file of 100,000 documents cut by blank lines: long enough that
-    an import is still running when the first progress poll comes."""
+    """A text file of MANY documents cut by blank lines: an import of it is
+    still adding them when the first progress polls come."""
     path = tmp_path_factory.mktemp("big") / "many.txt"
-    path.write_bytes(b"".join(b"Document %d about widgets\r\n\r\n" % i for i in range(100_000)))
+    path.write_bytes(b"".join(b"Document %d about widgets\r\n\r\n" % i for i in range(MANY)))
     return path
