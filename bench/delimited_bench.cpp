@@ -126,42 +126,6 @@ std::vector<std::string> DocumentTexts(const std::string& database) {
   return texts;
 }
 
-// SQLite's own FTS5 index built over the same texts in one transaction:
-// as it comes, or with the engine's larger in-memory term buffer
-// (`hashsize` bytes; 0 keeps the default).
-double TimePlainFts(const std::string& database, const std::vector<std::string>& texts,
-                    int hashsize) {
-  unlink(database.c_str());
-  sqlite3* db = nullptr;
-  sqlite3_open(database.c_str(), &db);
-  sqlite3_exec(db,
-               "PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL; "
-               "CREATE VIRTUAL TABLE f USING fts5(body, content='', columnsize=0);",
-               nullptr, nullptr, nullptr);
-  if (hashsize != 0) {
-    const std::string tune =
-        fmt::format("INSERT INTO f(f, rank) VALUES('hashsize', {});", hashsize);
-    sqlite3_exec(db, tune.c_str(), nullptr, nullptr, nullptr);
-  }
-  sqlite3_stmt* insert = nullptr;
-  sqlite3_prepare_v2(db, "INSERT INTO f(rowid, body) VALUES(?1, ?2)", -1, &insert, nullptr);
-  const auto start = Clock::now();
-  sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-  int64_t rowid = 0;
-  for (const auto& text : texts) {
-    sqlite3_bind_int64(insert, 1, ++rowid);
-    sqlite3_bind_text(insert, 2, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
-    if (sqlite3_step(insert) != SQLITE_DONE) Fail(sqlite3_errmsg(db));
-    sqlite3_reset(insert);
-  }
-  sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
-  const double seconds = Seconds(start);
-  sqlite3_finalize(insert);
-  sqlite3_close(db);
-  unlink(database.c_str());
-  return seconds;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -199,9 +163,9 @@ int main(int argc, char** argv) {
   double plain_fts = 1e9;
   double tuned_fts = 1e9;
   for (int round = 0; round < 2; ++round) {
-    plain_fts = std::min(plain_fts, TimePlainFts(folder + "/delimited_bench_fts.db", texts, 0));
+    plain_fts = std::min(plain_fts, bench::TimePlainFts(folder + "/delimited_bench_fts.db", texts.size(), [&](size_t i) { return std::string_view(texts[i]); }, 0));
     tuned_fts =
-        std::min(tuned_fts, TimePlainFts(folder + "/delimited_bench_fts.db", texts, 16 << 20));
+        std::min(tuned_fts, bench::TimePlainFts(folder + "/delimited_bench_fts.db", texts.size(), [&](size_t i) { return std::string_view(texts[i]); }, 16 << 20));
   }
 
   const double rows = imported.documents;
