@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <mutex>
+
 #include "engine/engine_error.h"
 
 namespace ks::engine {
@@ -85,7 +87,22 @@ std::string FileUri(const std::string& path, bool read_only) {
   return uri;
 }
 
+namespace {
+
+// SQLite counts every allocation under one process-wide mutex unless told
+// not to, and the threads of a parallel index build allocate for every term
+// of every document: the count would serialise them.  The engine never asks
+// for it.  sqlite3_config works only before SQLite is initialised; when a
+// host did that first, the count stays on and nothing else changes.
+void ConfigureSqliteOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] { sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0); });
+}
+
+}  // namespace
+
 Connection::Connection(const std::string& uri, int flags) {
+  ConfigureSqliteOnce();
   // A database handle is used by one thread at a time (the engine's rule for
   // its callers), so SQLite need not lock the connection on every call: with
   // its own mutex it takes one for each bind and step, several per document.
