@@ -25,6 +25,8 @@ static void check_import_interface(void) {
             strcmp(text, "You must supply an Kestro filename.") == 0,
         "KSIMP_ImportErrorToString(91) gives its exact text");
   check(KSIMP_GetTotalBytes(12345) == 0, "KSIMP_GetTotalBytes of an unknown handle is 0");
+  check(KSIMP_SetSourceCharset(12345, "KOI8-R") == 0,
+        "KSIMP_SetSourceCharset of an unknown handle is 0");
 }
 
 static void check_engine_round_trip(const char* folder) {

@@ -354,6 +354,35 @@ bool CharsetConverter::Knows(std::string_view charset) {
   return Find(charset) != nullptr;
 }
 
+CharsetConverter::Reading CharsetConverter::ReadingOf(std::string_view charset) {
+  const Entry* entry = Find(charset);
+  if (entry == nullptr) return Reading::kUnknown;
+  switch (entry->kind) {
+    case Entry::Kind::kUtf8:
+      return Reading::kUtf8;
+    case Entry::Kind::kAscii:
+      return Reading::kAscii;
+    case Entry::Kind::kSingleByte:
+      return Reading::kSingleByte;
+    case Entry::Kind::kIconv:
+      break;
+  }
+  return Reading::kMultiByte;
+}
+
+std::string CharsetConverter::IconvNameOf(std::string_view charset) {
+  const Entry* entry = Find(charset);
+  if (entry == nullptr) return {};
+  switch (entry->kind) {
+    case Entry::Kind::kUtf8:
+      return "UTF-8";
+    case Entry::Kind::kAscii:
+      return "ASCII";
+    default:
+      return entry->iconv_name;
+  }
+}
+
 bool CharsetConverter::AppendDeclared(std::string_view charset, std::string_view text,
                                       std::string& out) {
   const Entry* entry = Find(charset);

@@ -70,6 +70,15 @@ class CharsetConverter {
   // Whether `charset` names a character set this converter can read.
   bool Knows(std::string_view charset);
 
+  // How text in `charset` is read, for a caller that converts a stream
+  // piece by piece: a single-byte code page (and ASCII) converts any piece
+  // on its own, UTF-8 and other multibyte sets need the pieces joined at
+  // character boundaries.
+  enum class Reading { kUnknown, kUtf8, kAscii, kSingleByte, kMultiByte };
+  Reading ReadingOf(std::string_view charset);
+  // The name iconv knows `charset` by ("" when unknown).
+  std::string IconvNameOf(std::string_view charset);
+
   // The converter of the calling thread, opened on first use.
   static CharsetConverter& ForThisThread();
 

@@ -1,0 +1,50 @@
+// UndeclaredTextDecoder: reads a stream of 8-bit text whose character set
+// nobody declared (a "Windows (ANSI)" source) by the library's rule, line by
+// line: a line that is valid UTF-8 is kept byte for byte, a line that is not
+// is read in the ANSI code page (Windows-1252 unless the configuration names
+// another) and stored as UTF-8.  A file that mixes UTF-8 lines with legacy
+// ones, as files edited by several programs often do, then loses nothing
+// and becomes searchable.
+//
+// Judging a line needs the whole line: the part of a piece after its last
+// line end (CR or LF) waits for the next piece.  A line longer than
+// kLongestJudgedLine is judged in parts of that size, cut where no UTF-8
+// character is split.  Text that is valid UTF-8 as a whole (ASCII above all)
+// is appended with one check and one copy.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/charset_converter.h"
+#include "core/text_decoder.h"
+
+namespace ks::core {
+
+class UndeclaredTextDecoder final : public TextDecoder {
+ public:
+  static constexpr size_t kLongestJudgedLine = size_t{1} << 20;
+
+  // `code_page` reads the lines that are not UTF-8; it must be one the
+  // converter knows (an unknown one reads as Windows-1252).
+  explicit UndeclaredTextDecoder(std::string code_page = std::string(CharsetConverter::kDefaultCodePage),
+                                 size_t longest_judged_line = kLongestJudgedLine);
+
+  void Append(std::string_view input, bool last, std::string& out) override;
+  size_t HeldBack() const override { return carry_.size(); }
+
+ private:
+  // Appends whole lines of `text`, each by the rule.
+  void AppendLines(std::string_view text, std::string& out);
+
+  CharsetConverter converter_;
+  const std::string code_page_;
+  const size_t longest_judged_line_;
+  std::string carry_;  // the unfinished line of the pieces so far
+};
+
+// Where a piece of at most `limit` bytes at the start of `text` may end
+// without splitting a UTF-8 character that is complete in `text`.
+size_t Utf8SafeCut(std::string_view text, size_t limit);
+
+}  // namespace ks::core
