@@ -14,13 +14,13 @@
 #include <vector>
 
 #include "api/file_names.h"
-#include "core/source_decoding.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
 #include "api/temp_import_folder.h"
 #include "core/error_codes.h"
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
+#include "core/source_decoding.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -102,8 +102,8 @@ uint32_t CImportSession::SetSourceCharset(uint32_t handle, const std::string& ch
     AddLogText(handle, fmt::format("The character set \"{}\" is unknown.\r\n", charset));
     return 0;
   }
-  const bool known = handles_.Update(
-      handle, [&charset](ImportHandleRecord& r) { r.source_charset = charset; });
+  const bool known =
+      handles_.Update(handle, [&charset](ImportHandleRecord& r) { r.source_charset = charset; });
   return known ? 1 : 0;
 }
 

@@ -33,6 +33,11 @@ namespace ks::core {
 // code points beyond U+10FFFF).  Plain ASCII is valid UTF-8.
 bool IsValidUtf8(std::string_view text);
 
+// Bytes at the end of `text` that begin a UTF-8 character the text does
+// not finish (a text cut at an arbitrary place); 0 when it ends on a whole
+// character or on bytes no continuation could make one.
+size_t UnfinishedUtf8Tail(std::string_view text);
+
 // True when no byte of `text` has its high bit set.
 bool IsAscii(std::string_view text);
 

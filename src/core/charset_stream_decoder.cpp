@@ -11,20 +11,6 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 // than this is no character, and is read as undefined bytes instead.
 constexpr size_t kLongestCutCharacter = 16;
 
-// Bytes at the end of `text` that begin a UTF-8 character the text does
-// not finish; 0 when it ends on a whole character (or on bytes that no
-// continuation could make one).
-size_t UnfinishedUtf8Tail(std::string_view text) {
-  const size_t n = text.size();
-  for (size_t back = 1; back <= 3 && back <= n; ++back) {
-    const auto c = static_cast<unsigned char>(text[n - back]);
-    if ((c & 0xC0) == 0x80) continue;  // a continuation byte: look further back
-    const size_t length = c >= 0xF0 && c < 0xF5 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c < 0xE0 ? 2 : 1;
-    return length > back ? back : 0;
-  }
-  return 0;
-}
-
 }  // namespace
 
 std::unique_ptr<CharsetStreamDecoder> CharsetStreamDecoder::For(std::string_view charset) {

@@ -42,10 +42,10 @@ class RichTextEscaper final : public TextDecoder {
   void EndWord(std::string& out);
 
   State state_ = State::kText;
-  std::string word_;            // the control word read so far, backslash included
-  uint64_t number_ = 0;         // its number
-  bool negative_ = false;       // its number has a minus sign
-  uint64_t binary_left_ = 0;    // raw bytes of \bin data still to come
+  std::string word_;          // the control word read so far, backslash included
+  uint64_t number_ = 0;       // its number
+  bool negative_ = false;     // its number has a minus sign
+  uint64_t binary_left_ = 0;  // raw bytes of \bin data still to come
 };
 
 }  // namespace ks::core

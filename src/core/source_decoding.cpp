@@ -114,11 +114,17 @@ SourceDecodingChoice ChooseSourceDecoding(SourceTextKind kind, const SETDATA& op
   CharsetConverter converter;
   std::string named = options.charset;
   if (SameName(named, kDetectCharset)) {
-    named = DetectCharset(ReadSample(source.path()));
+    const std::string sample = ReadSample(source.path());
+    // A detector guesses wildly on a few bytes of UTF-8; the rule for
+    // undeclared text keeps valid UTF-8 anyway.  The sample may end inside
+    // a character.
+    const std::string_view whole_characters(sample.data(),
+                                            sample.size() - UnfinishedUtf8Tail(sample));
+    named = IsValidUtf8(whole_characters) ? "UTF-8" : DetectCharset(sample);
     if (named.empty()) {
-      choice.log.push_back(fmt::format(
-          "{}: no character set recognised; lines that are not UTF-8 are read as ANSI.",
-          source.path()));
+      choice.log.push_back(
+          fmt::format("{}: no character set recognised; lines that are not UTF-8 are read as ANSI.",
+                      source.path()));
     } else {
       choice.log.push_back(fmt::format("{}: character set detected: {}.", source.path(), named));
     }

@@ -22,22 +22,33 @@ UndeclaredTextDecoder::UndeclaredTextDecoder(std::string code_page, size_t longe
     : code_page_(std::move(code_page)),
       longest_judged_line_(longest_judged_line == 0 ? 1 : longest_judged_line) {}
 
+void UndeclaredTextDecoder::AppendJudged(std::string_view line, std::string& out) {
+  if (IsValidUtf8(line)) {
+    out += line;
+  } else {
+    converter_.AppendUndeclared(line, out, code_page_);
+  }
+}
+
 void UndeclaredTextDecoder::AppendLines(std::string_view text, std::string& out) {
-  // The usual case, a whole block of ASCII or UTF-8, goes through at once.
+  // The usual case, a whole block of ASCII or UTF-8, goes through at once:
+  // every line of it would be kept anyway.
   if (IsValidUtf8(text)) {
     out += text;
     return;
   }
   while (!text.empty()) {
     const size_t end = text.find_first_of("\r\n");
-    const size_t length = end == std::string_view::npos ? text.size() : end + 1;
-    const std::string_view line = text.substr(0, length);
-    text.remove_prefix(length);
-    if (IsValidUtf8(line)) {
-      out += line;
-    } else {
-      converter_.AppendUndeclared(line, out, code_page_);
+    std::string_view line = text.substr(0, end == std::string_view::npos ? text.size() : end + 1);
+    text.remove_prefix(line.size());
+    // Cut from the line's start as Append cuts a line still unfinished, so
+    // the blocks a source arrives in never change what comes out.
+    while (line.size() > longest_judged_line_) {
+      const size_t part = Utf8SafeCut(line, longest_judged_line_);
+      AppendJudged(line.substr(0, part), out);
+      line.remove_prefix(part);
     }
+    AppendJudged(line, out);
   }
 }
 

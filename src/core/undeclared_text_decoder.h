@@ -8,9 +8,10 @@
 //
 // Judging a line needs the whole line: the part of a piece after its last
 // line end (CR or LF) waits for the next piece.  A line longer than
-// kLongestJudgedLine is judged in parts of that size, cut where no UTF-8
-// character is split.  Text that is valid UTF-8 as a whole (ASCII above all)
-// is appended with one check and one copy.
+// kLongestJudgedLine is judged in parts of that size counted from its
+// start, each cut where no UTF-8 character is split, so that memory stays
+// bounded and the output never depends on where the pieces end.  Text that is valid UTF-8 as a
+// whole (ASCII above all) is appended with one check and one copy.
 #pragma once
 
 #include <string>
@@ -27,8 +28,9 @@ class UndeclaredTextDecoder final : public TextDecoder {
 
   // `code_page` reads the lines that are not UTF-8; it must be one the
   // converter knows (an unknown one reads as Windows-1252).
-  explicit UndeclaredTextDecoder(std::string code_page = std::string(CharsetConverter::kDefaultCodePage),
-                                 size_t longest_judged_line = kLongestJudgedLine);
+  explicit UndeclaredTextDecoder(
+      std::string code_page = std::string(CharsetConverter::kDefaultCodePage),
+      size_t longest_judged_line = kLongestJudgedLine);
 
   void Append(std::string_view input, bool last, std::string& out) override;
   size_t HeldBack() const override { return carry_.size(); }
@@ -36,6 +38,8 @@ class UndeclaredTextDecoder final : public TextDecoder {
  private:
   // Appends whole lines of `text`, each by the rule.
   void AppendLines(std::string_view text, std::string& out);
+  // Appends one line, or one part of a line too long, by the rule.
+  void AppendJudged(std::string_view line, std::string& out);
 
   CharsetConverter converter_;
   const std::string code_page_;

@@ -58,8 +58,7 @@ uint32_t ColumnHeaderFromFirstRow(const std::string& path, const FirstRowLayout&
   std::string header = fmt::format("T=CSV\r\nN={}\r\nS=2\r\n", fields.ValueCount());
   for (size_t i = 0; i < fields.ValueCount(); ++i) {
     const std::string& value = fields.Values()[i];
-    header += fmt::format("NA{}={}\r\nP{}={}\r\n", i + 1,
-                          AsColumnName(value), i + 1, i + 1);
+    header += fmt::format("NA{}={}\r\nP{}={}\r\n", i + 1, AsColumnName(value), i + 1, i + 1);
   }
   header += delimiter_lines;
   CKSFieldHeader check;

@@ -42,8 +42,9 @@ class CRecordImportBase : public CIMPImportBase {
   using RecordStore = std::function<bool(const ks::text::PreparedRecord& record)>;
   int ReadRecords(char qualifier, const RecordPrepare& prepare, const RecordStore& store);
 
-  // On the reading thread: a row's values made ready to store: the document composed from them when there is a
-  // composer, else the values themselves (for an entry).
+  // On the reading thread: a row's values made ready to store: the document
+  // composed from them when there is a composer, else the values themselves
+  // (for an entry).
   void PrepareRow(std::span<const std::string> values,
                   const std::optional<ks::text::FieldLineComposer>& composer,
                   ks::text::PreparedRecord* out);
