@@ -13,9 +13,9 @@
 
 namespace {
 
-// Bytes of a UTF-16 file decoded at a time.
-constexpr size_t kDecodeBlockSize = 64 * 1024;
-// Decoded blocks remembered for FileOffsetOf (256 MB of the file): far more
+// Bytes of a file decoded at a time: few calls per megabyte, little memory.
+constexpr size_t kDecodeBlockSize = 256 * 1024;
+// Decoded blocks remembered for FileOffsetOf (1 GB of the file): far more
 // than a reader holds between reading text and asking where it came from.
 constexpr size_t kRememberedBlocks = 4096;
 

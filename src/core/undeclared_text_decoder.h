@@ -40,9 +40,11 @@ class UndeclaredTextDecoder final : public TextDecoder {
   void AppendLines(std::string_view text, std::string& out);
   // Appends one line, or one part of a line too long, by the rule.
   void AppendJudged(std::string_view line, std::string& out);
+  // Judges the unfinished line in parts while it is longer than the limit.
+  void JudgeLongCarry(std::string& out);
 
   CharsetConverter converter_;
-  const std::string code_page_;
+  std::string code_page_;  // one the converter reads; Windows-1252 for any other
   const size_t longest_judged_line_;
   std::string carry_;  // the unfinished line of the pieces so far
 };
