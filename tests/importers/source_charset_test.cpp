@@ -114,6 +114,23 @@ TEST_F(SourceCharset, TheConfigurationNamesTheAnsiAndOemCodePages) {
       << outcome.log;
 }
 
+TEST_F(SourceCharset, MailReadsUndeclaredTextInTheConfiguredCodePage) {
+  const TempDir config;
+  const ScopedEnv config_dir("KESTRO_CONFIG_DIR", config.path().string());
+  ks::core::ConfigStore::Update([](ks::core::ProfileFile& values) {
+    values.Set(ks::core::kImportSettingsKey, "ansi_codepage", "WINDOWS-1251");
+  });
+  Import({Source("box.mbx",
+                 "From a@example.org Mon Jan  1 00:00:00 2024\r\nFrom: a@example.org\r\n"
+                 "Subject: hi\r\n\r\n\xCF\xF0\xE8\xE2\xE5\xF2\r\n",
+                 KSIMP_TYPE_MBX)});
+  const std::vector<std::string> documents = Documents();
+  ASSERT_EQ(documents.size(), 1u);
+  EXPECT_NE(documents[0].find("\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82"),
+            std::string::npos)
+      << documents[0];
+}
+
 TEST_F(SourceCharset, ANamedCharacterSetReadsTheFilesQueuedAfterIt) {
   const std::string russian = "Привет, мир";
   const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
