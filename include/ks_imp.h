@@ -455,8 +455,10 @@ KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_
  * columns, as the import wizard proposes it: the first row of `path` is split
  * by the characters of `delimiters`, the qualifier ('"' or '\'', 0 for none)
  * and the consecutive switch; each value, trimmed and on one line, names a
- * column, and the rows to import start at the second (S=2).  With
- * `origin_ansi` 0 the names are converted from the DOS code page.  Returns 1
+ * column, and the rows to import start at the second (S=2).  The file is
+ * read as the import reads it (see "Character sets of text sources"; no
+ * character set is named here): by its byte-order mark, else by
+ * `origin_ansi` (non-zero ANSI, 0 the DOS code page).  Returns 1
  * when the string is copied (text plus terminator strictly shorter than
  * size), else 0.  `message`, when not null, receives 0 or the number of the
  * message that says why nothing was copied: 13007 (no delimiters), 11024

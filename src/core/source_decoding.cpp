@@ -120,7 +120,9 @@ SourceDecodingChoice ChooseSourceDecoding(SourceTextKind kind, const SETDATA& op
     // a character.
     const std::string_view whole_characters(sample.data(),
                                             sample.size() - UnfinishedUtf8Tail(sample));
-    named = IsValidUtf8(whole_characters) ? "UTF-8" : DetectCharset(sample);
+    named = IsAscii(whole_characters)       ? "ASCII"
+            : IsValidUtf8(whole_characters) ? "UTF-8"
+                                            : DetectCharset(sample);
     if (named.empty()) {
       choice.log.push_back(
           fmt::format("{}: no character set recognised; lines that are not UTF-8 are read as ANSI.",
@@ -131,6 +133,11 @@ SourceDecodingChoice ChooseSourceDecoding(SourceTextKind kind, const SETDATA& op
     const CharsetConverter::Reading reading = converter.ReadingOf(named);
     // Pure ASCII or UTF-8 gains nothing from a named reading, and the rule
     // for undeclared text keeps them byte for byte.
+    if (reading == CharsetConverter::Reading::kUnknown && !named.empty()) {
+      choice.log.push_back(
+          fmt::format("{}: the system cannot read {}; lines that are not UTF-8 are read as ANSI.",
+                      source.path(), named));
+    }
     if (reading == CharsetConverter::Reading::kUnknown ||
         reading == CharsetConverter::Reading::kAscii ||
         reading == CharsetConverter::Reading::kUtf8) {
