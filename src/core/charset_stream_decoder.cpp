@@ -18,6 +18,9 @@ std::unique_ptr<CharsetStreamDecoder> CharsetStreamDecoder::For(std::string_view
   decoder->reading_ = decoder->converter_.ReadingOf(charset);
   if (decoder->reading_ == CharsetConverter::Reading::kUnknown) return nullptr;
   decoder->charset_ = std::string(charset);
+  if (decoder->reading_ == CharsetConverter::Reading::kAscii) {
+    decoder->undeclared_ = std::make_unique<UndeclaredTextDecoder>();
+  }
   if (decoder->reading_ == CharsetConverter::Reading::kMultiByte) {
     decoder->iconv_ = iconv_open("UTF-8", decoder->converter_.IconvNameOf(charset).c_str());
     if (decoder->iconv_ == reinterpret_cast<iconv_t>(-1)) return nullptr;
@@ -30,6 +33,10 @@ CharsetStreamDecoder::~CharsetStreamDecoder() {
 }
 
 void CharsetStreamDecoder::Append(std::string_view input, bool last, std::string& out) {
+  if (undeclared_) {
+    undeclared_->Append(input, last, out);
+    return;
+  }
   std::string joined;
   if (!carry_.empty()) {
     joined = std::move(carry_);

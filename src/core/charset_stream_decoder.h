@@ -5,7 +5,8 @@
 // from piece to piece, as it does through a file.  A byte sequence the
 // character set does not define becomes U+FFFD and reading goes on after its
 // first byte; a single-byte code page gives its undefined bytes their Latin-1
-// characters (see CharsetConverter), so nothing is lost.
+// characters (see CharsetConverter), so nothing is lost.  "ASCII" reads as
+// undeclared text (UndeclaredTextDecoder): 8-bit bytes there are a mislabel.
 #pragma once
 
 #include <iconv.h>
@@ -16,6 +17,7 @@
 
 #include "core/charset_converter.h"
 #include "core/text_decoder.h"
+#include "core/undeclared_text_decoder.h"
 
 namespace ks::core {
 
@@ -29,7 +31,9 @@ class CharsetStreamDecoder final : public TextDecoder {
   CharsetStreamDecoder& operator=(const CharsetStreamDecoder&) = delete;
 
   void Append(std::string_view input, bool last, std::string& out) override;
-  size_t HeldBack() const override { return carry_.size(); }
+  size_t HeldBack() const override {
+    return undeclared_ ? undeclared_->HeldBack() : carry_.size();
+  }
 
  private:
   CharsetStreamDecoder() = default;
@@ -41,6 +45,9 @@ class CharsetStreamDecoder final : public TextDecoder {
   CharsetConverter::Reading reading_ = CharsetConverter::Reading::kUnknown;
   iconv_t iconv_ = reinterpret_cast<iconv_t>(-1);  // open for a multibyte set only
   std::string carry_;  // the start of a character cut by the end of a piece
+  // "ASCII" with 8-bit bytes is mislabelled text: read by the rule for
+  // undeclared text, as mail's declared ASCII is.
+  std::unique_ptr<UndeclaredTextDecoder> undeclared_;
 };
 
 }  // namespace ks::core

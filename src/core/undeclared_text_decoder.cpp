@@ -14,9 +14,13 @@ size_t Utf8SafeCut(std::string_view text, size_t limit) {
     if ((static_cast<unsigned char>(text[cut]) & 0xC0) != 0x80) break;
     --cut;
   }
-  const auto lead = static_cast<unsigned char>(text[cut]);
-  if (cut > 0 && (lead & 0xC0) == 0x80) return limit;  // no character here: any cut will do
-  return cut > 0 ? cut : limit;
+  if ((static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) return limit;  // no character here
+  if (cut > 0) return cut;
+  // The first character reaches past the limit: it goes whole, if it is one.
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
+  if (length <= text.size() && IsValidUtf8(text.substr(0, length))) return length;
+  return limit;
 }
 
 namespace {
@@ -85,8 +89,10 @@ void UndeclaredTextDecoder::AppendLines(std::string_view text, std::string& out)
 }
 
 void UndeclaredTextDecoder::JudgeLongCarry(std::string& out) {
+  // A part is decided on at most three bytes past the limit (the rest of a
+  // character that reaches past it), so the line waits until it has them.
   size_t taken = 0;
-  while (carry_.size() - taken > longest_judged_line_) {
+  while (carry_.size() - taken > longest_judged_line_ + 3) {
     const std::string_view rest = std::string_view(carry_).substr(taken);
     const size_t part = Utf8SafeCut(rest, longest_judged_line_);
     AppendJudged(rest.substr(0, part), out);

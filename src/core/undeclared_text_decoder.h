@@ -8,8 +8,8 @@
 //
 // Judging a line needs the whole line: the part of a piece after its last
 // line end (CR or LF) waits for the next piece.  A line longer than
-// kLongestJudgedLine is judged in parts of that size counted from its
-// start, each cut where no UTF-8 character is split, so that memory stays
+// kLongestJudgedLine is judged in parts of about that size counted from its
+// start, each cut where no UTF-8 character is split (Utf8SafeCut), so that memory stays
 // bounded and the output never depends on where the pieces end.  Text that is valid UTF-8 as a
 // whole (ASCII above all) is appended with one check and one copy.
 #pragma once
@@ -49,8 +49,10 @@ class UndeclaredTextDecoder final : public TextDecoder {
   std::string carry_;  // the unfinished line of the pieces so far
 };
 
-// Where a piece of at most `limit` bytes at the start of `text` may end
-// without splitting a UTF-8 character that is complete in `text`.
+// Where a part of a line too long, taken from the start of `text`, ends:
+// at `limit` bytes or before, where no UTF-8 character is split; after the
+// first character when that one alone reaches past `limit`.  Reads at most
+// three bytes past `limit`.
 size_t Utf8SafeCut(std::string_view text, size_t limit);
 
 }  // namespace ks::core
