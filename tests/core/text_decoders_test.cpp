@@ -149,6 +149,9 @@ TEST(CharsetStreamDecoder, RepairsWhatTheCharacterSetDoesNotDefine) {
   const std::string out = Whole(*sjis, "ok\xFF\x93");  // an undefined byte, a lead byte at the end
   EXPECT_TRUE(IsValidUtf8(out));
   EXPECT_EQ(out.substr(0, 2), "ok");
+  // 8-bit bytes in "ASCII" are mislabelled text, judged line by line.
+  ExpectSameWhereverCut([] { return CharsetStreamDecoder::For("us-ascii"); },
+                        "caf\xC3\xA9\ncaf\xE9", "caf\xC3\xA9\ncaf\xC3\xA9");
   EXPECT_EQ(CharsetStreamDecoder::For("no-such-charset"), nullptr);
   EXPECT_EQ(CharsetStreamDecoder::For("utf-8//TRANSLIT"), nullptr);
 }
