@@ -68,6 +68,7 @@ extern "C" {
 #define KSIMP_ERR_WRONG_FILE_TYPE 11020u  /* file does not match its file type */
 #define KSIMP_ERR_ENGINE 11021u           /* engine error */
 #define KSIMP_ERR_OPEN_FILE 11024u        /* a source file could not be opened */
+#define KSIMP_ERR_UNKNOWN_CHARSET 11030u  /* no character set of that name */
 #define KSIMP_ERR_UNSUPPORTED_TYPE 12003u /* file of an unsupported type */
 
 /* Results of KSIMP_GetLogData. */
@@ -166,7 +167,8 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
  *                          KSIMP_DELIM_NONE (the whole source is one document)
  * 10 delimiter_lines       the N of "every N lines"
  * 11 delimiter_string      the string of delimiter bit 8
- * 12 file_origin_ansi      non-zero: source is ANSI (Windows); 0: OEM (DOS)
+ * 12 file_origin_ansi      non-zero: source is ANSI (Windows); 0: OEM (DOS);
+ *                          see "Character sets of text sources" below
  * 13 auto_field_recognition  Yes/No flag
  * 14 date_from             date range: from.  Delimited (1004) and fixed-width
  *                          (9999) text have no dated items; with argument 16
@@ -222,6 +224,39 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
     int32_t import_attachments, const char* imap_server, const char* imap_user, const char* imap_password,
     const char* imap_mailbox, const char* firewall_server, const char* firewall_user,
     const char* firewall_password, int32_t firewall_type, int32_t imap_port);
+
+/* ---- Character sets of text sources ----------------------------------- */
+/* The database holds text in UTF-8, always valid.  Every text source (plain
+ * text, HTML, rich text, delimited, fixed-width, the DOS export text; mail
+ * reads the character sets its messages declare) is read as follows:
+ *  - a file that begins with a byte-order mark is what the mark says,
+ *    UTF-16 of either byte order or UTF-8, whatever else is asked;
+ *  - a character set named with KSIMP_SetSourceCharset reads the whole file
+ *    ("auto": the one detected in the file's first bytes, written to the
+ *    log);
+ *  - origin ANSI (argument 12 non-zero): a line that is valid UTF-8 is kept
+ *    byte for byte; a line that is not is read in the ANSI code page,
+ *    Windows-1252 unless the configuration's "ansi_codepage" value (under
+ *    SOFTWARE\Kestro\Windows\5.0\Kestro\Import) names another, so
+ *    nothing is lost and everything can be searched;
+ *  - origin OEM (argument 12 zero): the OEM code page, CP437 unless
+ *    "oem_codepage" there names another, reads the whole file.
+ * A byte the character set does not define becomes U+FFFD (in a single-byte
+ * code page, the Latin-1 character of the same number).  A code page of the
+ * configuration that cannot be read is replaced by the default, with a log
+ * line.  Rich text keeps its markup: it declares its own code page, and its
+ * raw 8-bit bytes are stored as the format's \'xx escapes, which mean the
+ * same.  Delimiters, quotes and line ends are looked for in the decoded
+ * text, so a multibyte character set never splits a record wrongly. */
+
+/* Names the character set of the sources queued with KSIMP_AddFileToImport
+ * after this call, until the next call: any name the system's iconv knows
+ * ("KOI8-R", "SHIFT_JIS", "UTF-16LE", "CP850", case does not matter),
+ * "auto" to detect it per file, or NULL or "" to read them by their origin
+ * again.  Returns 1, or 0 for an unknown handle (nothing recorded) or, with
+ * error 11030 recorded against the handle and a log line naming it, for a
+ * character set nobody knows; the sources then keep the previous setting. */
+KSIMP_API uint32_t KSIMP_SetSourceCharset(uint32_t handle, const char* charset);
 
 /* ---- Attachment files named in messages -------------------------------- */
 /* A mail message may name files the mail program saved (its attachments);
@@ -457,8 +492,10 @@ KSIMP_API uint32_t KSIMP_ReadSettingsFile(const char* path, char* buffer, int32_
  * columns, as the import wizard proposes it: the first row of `path` is split
  * by the characters of `delimiters`, the qualifier ('"' or '\'', 0 for none)
  * and the consecutive switch; each value, trimmed and on one line, names a
- * column, and the rows to import start at the second (S=2).  With
- * `origin_ansi` 0 the names are converted from the DOS code page.  Returns 1
+ * column, and the rows to import start at the second (S=2).  The file is
+ * read as the import reads it (see "Character sets of text sources"; no
+ * character set is named here): by its byte-order mark, else by
+ * `origin_ansi` (non-zero ANSI, 0 the DOS code page).  Returns 1
  * when the string is copied (text plus terminator strictly shorter than
  * size), else 0.  `message`, when not null, receives 0 or the number of the
  * message that says why nothing was copied: 13007 (no delimiters), 11024

@@ -36,6 +36,7 @@ shared_folders() {
     delimited_fields | record_reader) echo csv fixed ;;
     document_splitter) echo csv fixed eml html ;;
     utf16_decoder) echo csv ;;
+    source_text) echo csv fixed html rtf ;;
     mailbox_reader) echo mbox eudora ;;
     mail_message) echo eml eudora maildir ;;
     mime_message) echo eml mbox eudora maildir ;;

@@ -9,6 +9,7 @@ packages=(
   libsodium-dev
   libfmt-dev
   libcli11-dev
+  libuchardet-dev                      # --charset auto: detecting a file's character set
   libgtest-dev libgmock-dev
   libbenchmark-dev
   python3

@@ -29,6 +29,8 @@ static void check_import_interface(void) {
         "KSIMP_GetFileOutcome of an unknown handle is 0");
   check(KSIMP_GetFileLog(12345, 0, text, (int32_t)sizeof text) == KSIMP_LOG_NONE,
         "KSIMP_GetFileLog of an unknown handle is KSIMP_LOG_NONE");
+  check(KSIMP_SetSourceCharset(12345, "KOI8-R") == 0,
+        "KSIMP_SetSourceCharset of an unknown handle is 0");
 }
 
 static void check_engine_round_trip(const char* folder) {

@@ -48,6 +48,7 @@ _IMPORT_FUNCTIONS = {
     ),
     "KSIMP_AddAttachmentFolder": (_u32, [_u32, _str]),
     "KSIMP_SetAttachmentSizeLimit": (_u32, [_u32, _u64]),
+    "KSIMP_SetSourceCharset": (_u32, [_u32, _str]),
     "KSIMP_Import": (_u32, [_u32, _i32, _i32, ctypes.POINTER(_i64), ctypes.POINTER(_u32)]),
     "KSIMP_Abort": (_u32, [_u32]),
     "KSIMP_GetTotalBytes": (_u32, [_u32]),

@@ -171,6 +171,7 @@ class Database:
                   date_range, message_date_range, sort, stored_settings,
                   full_header, save_attachments, import_attachments,
                   attachments_dir, attachment_max_mb, filter, delete_after,
+                  charset,
                   and the column settings settings, columns, header, names,
                   delim, qualifier, consecutive, first_row, widths
 

@@ -26,6 +26,7 @@ class ImportOptions:
     attachment_max_mb: int = 0
     filter: str = ""
     delete_after: bool = False
+    charset: str = None              # any name iconv knows, or "auto" (detected per file)
     # Column settings of delimited and fixed-width files (see settings.py).
     settings: object = None          # a .ksi file
     columns: str = None              # a column header string

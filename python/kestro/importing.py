@@ -188,6 +188,9 @@ def run_import(database, db_handle, paths, file_type, progress, poll_interval, g
             imp.KSIMP_AddAttachmentFolder(handle, encode(folder))
         if options.attachment_max_mb:
             imp.KSIMP_SetAttachmentSizeLimit(handle, int(options.attachment_max_mb) << 20)
+        if options.charset and not imp.KSIMP_SetSourceCharset(handle, encode(options.charset)):
+            raise import_error(imp.KSIMP_GetLastImportError(handle),
+                               context=f"character set {options.charset}")
         for index, (path, each_type) in enumerate(zip(paths, types)):
             if first_row_headers is not None:
                 args.date_from = first_row_headers[index]

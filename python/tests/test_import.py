@@ -41,6 +41,17 @@ def test_text_is_cut_by_the_delimiter_given(db, tmp_path):
     assert db.import_files(source).documents_added == 1
 
 
+def test_text_is_read_in_the_character_set_named(db, tmp_path):
+    source = tmp_path / "koi8.txt"
+    source.write_bytes("Привет, мир\r\n".encode("koi8-r"))
+    db.import_files(source, charset="KOI8-R")
+    assert [d.text for d in db.search("мир")] == ["Привет, мир\r\n"]
+    with pytest.raises(kestro.Error) as raised:
+        db.import_files(source, charset="no-such-charset")
+    assert raised.value.code == 11030
+    assert len(db) == 1
+
+
 def test_progress_reaches_the_callback_and_ends_with_the_total(db, many_documents):
     seen = []
     result = db.import_files(many_documents, delimiter="blankline", progress=seen.append,

@@ -31,6 +31,9 @@ class AttachmentImportContext final : public ImportContext {
   const AttachmentRules& attachment_rules() const override {
     return message_import_.attachment_rules();
   }
+  const ks::core::SourceCodePages& code_pages() const override {
+    return message_import_.code_pages();
+  }
 
   // Aborting the mail import aborts its attachment; so does an abort that
   // released the attachment's handle.

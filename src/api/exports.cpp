@@ -113,6 +113,10 @@ KSIMP_API uint32_t KSIMP_SetAttachmentSizeLimit(uint32_t handle, uint64_t max_by
   });
 }
 
+KSIMP_API uint32_t KSIMP_SetSourceCharset(uint32_t handle, const char* charset) {
+  return GuardExport([&] { return Session().SetSourceCharset(handle, TextOrEmpty(charset)); });
+}
+
 KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t /*host_value1*/,
                                    int32_t /*host_value2*/, int32_t /*host_value3*/,
                                    int32_t /*host_value4*/, uint32_t* result) {
@@ -265,6 +269,7 @@ KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* 
     layout.qualifier = qualifier;
     layout.consecutive = consecutive != 0;
     layout.origin_ansi = origin_ansi != 0;
+    layout.code_pages = CImportSession::ConfiguredCodePages();
     std::string column_header;
     reason = ks::text::ColumnHeaderFromFirstRow(TextOrEmpty(path), layout, &column_header);
     if (reason != 0) return 0;

@@ -41,4 +41,6 @@ struct ImportHandleRecord {
   // size limit the host set (0: the configuration's, or the default).
   std::vector<std::string> attachment_folders;
   uint64_t attachment_max_bytes = 0;
+  // The character set of the sources queued from now on (SETDATA::charset).
+  std::string source_charset;
 };

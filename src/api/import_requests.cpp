@@ -20,6 +20,7 @@
 #include "core/error_codes.h"
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
+#include "core/source_decoding.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -80,6 +81,7 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
     RecordError(handle, error_code::kCannotQueueImport);
     return 0;
   }
+  if (const auto owner = handles_.Find(handle)) record.charset = owner->source_charset;
   // An option the file type does not offer reaches the importer as its
   // default, never as whatever the caller happened to pass.
   std::string warning;
@@ -91,6 +93,18 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
     return 0;
   }
   return 1;
+}
+
+uint32_t CImportSession::SetSourceCharset(uint32_t handle, const std::string& charset) {
+  if (!handles_.Find(handle)) return 0;
+  if (!charset.empty() && !ks::core::IsReadableCharsetName(charset)) {
+    RecordError(handle, error_code::kUnknownCharset);
+    AddLogText(handle, fmt::format("The character set \"{}\" is unknown.\r\n", charset));
+    return 0;
+  }
+  const bool known =
+      handles_.Update(handle, [&charset](ImportHandleRecord& r) { r.source_charset = charset; });
+  return known ? 1 : 0;
 }
 
 // The total bytes the host's progress bar runs to.  A file that cannot be

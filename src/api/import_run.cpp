@@ -119,6 +119,16 @@ AttachmentRules CImportSession::AttachmentRulesOf(uint32_t handle) {
   return rules;
 }
 
+// The code pages the user configured for undeclared 8-bit text; the
+// defaults when the configuration cannot be read.
+ks::core::SourceCodePages CImportSession::ConfiguredCodePages() {
+  try {
+    return ks::core::CodePagesOf(ks::core::ConfigStore::Load().values());
+  } catch (const ks::core::ConfigError&) {
+    return {};
+  }
+}
+
 bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SETDATA& queued,
                                    const std::string& file_name, bool first_file, int64_t* carry,
                                    uint32_t* result_code) {
@@ -126,7 +136,8 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
   options.file_name = file_name;
   options.file_type = ks::registry::ImportedAs(queued.file_type);
   // The context outlives the importer, which keeps a reference to it.
-  SessionImportContext context(*this, handle, database, options, AttachmentRulesOf(handle));
+  SessionImportContext context(*this, handle, database, options, AttachmentRulesOf(handle),
+                               ConfiguredCodePages());
 
   BeginFileOutcome(handle, file_name, queued.file_type);
   CreatedImporter created = importer_factory_(options.file_type);

@@ -79,6 +79,12 @@ class CImportSession {
   uint32_t InitImportUsingFileName(const char* path);
   uint32_t InitImportUsingFileHandle(uint32_t database);
   uint32_t AddFileToImport(SETDATA record);
+  // Names the character set of the sources queued after it ("" restores
+  // the origin's rule, "auto" detects it per file); 11030 for a name no
+  // one knows.
+  uint32_t SetSourceCharset(uint32_t handle, const std::string& charset);
+  // The code pages the user configured for undeclared 8-bit text.
+  static ks::core::SourceCodePages ConfiguredCodePages();
   uint32_t ImportDlg(uint32_t handle, void* parent_window, uint32_t* result);
   uint32_t ImportOutlookDlg(uint32_t handle, void* parent_window, uint32_t* result);
   uint32_t ImportWizard(uint32_t handle, void* parent_window);

@@ -15,17 +15,20 @@ class SessionImportContext final : public ImportContext {
   // The attachment rules default to the mailbox's own folder tree and the
   // default size limit.
   SessionImportContext(CImportSession& session, uint32_t handle, uint32_t database, SETDATA options,
-                       AttachmentRules attachment_rules = {})
+                       AttachmentRules attachment_rules = {},
+                       ks::core::SourceCodePages code_pages = {})
       : session_(session),
         handle_(handle),
         database_(database),
         options_(std::move(options)),
-        attachment_rules_(std::move(attachment_rules)) {}
+        attachment_rules_(std::move(attachment_rules)),
+        code_pages_(std::move(code_pages)) {}
 
   uint32_t import_handle() const override { return handle_; }
   const SETDATA& options() const override { return options_; }
   uint32_t database() const override { return database_; }
   const AttachmentRules& attachment_rules() const override { return attachment_rules_; }
+  const ks::core::SourceCodePages& code_pages() const override { return code_pages_; }
 
   bool IsAborted() override { return session_.handles().IsAborted(handle_); }
   void RecordError(uint32_t code) override { session_.RecordError(handle_, code); }
@@ -52,4 +55,5 @@ class SessionImportContext final : public ImportContext {
   uint32_t database_;
   SETDATA options_;
   AttachmentRules attachment_rules_;
+  ks::core::SourceCodePages code_pages_;
 };

@@ -24,13 +24,11 @@ int CIMPImportBase::RunBlockLoop(BlockMode mode, size_t block_size) {
                                           : ks::core::DocumentDelimiter{});
 
   bool in_document = false;
-  std::string converted;
   const auto save = [&](std::string_view piece, bool end_of_document, uint64_t position) {
     // Between documents an abort stops the import; the current one is
     // finished or dropped, never stored in part.
     if (!in_document && Aborted()) return false;
-    if (!SavePiece(FromSource(piece, &converted), end_of_document,
-                   Source().FileOffsetOf(position))) {
+    if (!SavePiece(piece, end_of_document, Source().FileOffsetOf(position))) {
       return false;
     }
     in_document = !end_of_document;

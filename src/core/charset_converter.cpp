@@ -169,6 +169,20 @@ bool IsAscii(std::string_view text) {
   return AsciiPrefix(text) == text.size();
 }
 
+size_t UnfinishedUtf8Tail(std::string_view text) {
+  const size_t n = text.size();
+  for (size_t back = 1; back <= 3 && back <= n; ++back) {
+    const auto c = static_cast<unsigned char>(text[n - back]);
+    if ((c & 0xC0) == 0x80) continue;  // a continuation byte: look further back
+    const size_t length = c >= 0xF0 && c < 0xF5   ? 4
+                          : c >= 0xE0 && c < 0xF0 ? 3
+                          : c >= 0xC2 && c < 0xE0 ? 2
+                                                  : 1;
+    return length > back ? back : 0;
+  }
+  return 0;
+}
+
 bool IsValidUtf8(std::string_view text) {
   const auto* s = reinterpret_cast<const unsigned char*>(text.data());
   const size_t n = text.size();
@@ -352,6 +366,35 @@ const CharsetConverter::Entry* CharsetConverter::Find(std::string_view charset) 
 
 bool CharsetConverter::Knows(std::string_view charset) {
   return Find(charset) != nullptr;
+}
+
+CharsetConverter::Reading CharsetConverter::ReadingOf(std::string_view charset) {
+  const Entry* entry = Find(charset);
+  if (entry == nullptr) return Reading::kUnknown;
+  switch (entry->kind) {
+    case Entry::Kind::kUtf8:
+      return Reading::kUtf8;
+    case Entry::Kind::kAscii:
+      return Reading::kAscii;
+    case Entry::Kind::kSingleByte:
+      return Reading::kSingleByte;
+    case Entry::Kind::kIconv:
+      break;
+  }
+  return Reading::kMultiByte;
+}
+
+std::string CharsetConverter::IconvNameOf(std::string_view charset) {
+  const Entry* entry = Find(charset);
+  if (entry == nullptr) return {};
+  switch (entry->kind) {
+    case Entry::Kind::kUtf8:
+      return "UTF-8";
+    case Entry::Kind::kAscii:
+      return "ASCII";
+    default:
+      return entry->iconv_name;
+  }
 }
 
 bool CharsetConverter::AppendDeclared(std::string_view charset, std::string_view text,

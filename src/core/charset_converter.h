@@ -33,6 +33,11 @@ namespace ks::core {
 // code points beyond U+10FFFF).  Plain ASCII is valid UTF-8.
 bool IsValidUtf8(std::string_view text);
 
+// Bytes at the end of `text` that begin a UTF-8 character the text does
+// not finish (a text cut at an arbitrary place); 0 when it ends on a whole
+// character or on bytes no continuation could make one.
+size_t UnfinishedUtf8Tail(std::string_view text);
+
 // True when no byte of `text` has its high bit set.
 bool IsAscii(std::string_view text);
 
@@ -69,6 +74,15 @@ class CharsetConverter {
 
   // Whether `charset` names a character set this converter can read.
   bool Knows(std::string_view charset);
+
+  // How text in `charset` is read, for a caller that converts a stream
+  // piece by piece: a single-byte code page (and ASCII) converts any piece
+  // on its own, UTF-8 and other multibyte sets need the pieces joined at
+  // character boundaries.
+  enum class Reading { kUnknown, kUtf8, kAscii, kSingleByte, kMultiByte };
+  Reading ReadingOf(std::string_view charset);
+  // The name iconv knows `charset` by ("" when unknown).
+  std::string IconvNameOf(std::string_view charset);
 
   // The converter of the calling thread, opened on first use.
   static CharsetConverter& ForThisThread();

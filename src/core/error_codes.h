@@ -43,6 +43,7 @@ inline constexpr uint32_t kEngineError = KSIMP_ERR_ENGINE;
 inline constexpr uint32_t kCannotOpenFile = KSIMP_ERR_OPEN_FILE;
 inline constexpr uint32_t kNoAdoInstance = 11025;
 inline constexpr uint32_t kPasswordProtected = 11026;
+inline constexpr uint32_t kUnknownCharset = KSIMP_ERR_UNKNOWN_CHARSET;
 inline constexpr uint32_t kMailImportFailed = 12000;  // has no text
 inline constexpr uint32_t kUnsupportedFileType = KSIMP_ERR_UNSUPPORTED_TYPE;
 inline constexpr uint32_t kWordPerfectMissing = 12006;

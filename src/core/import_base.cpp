@@ -41,7 +41,27 @@ int CIMPImportBase::Run() {
   return result;
 }
 
+bool CIMPImportBase::DecodeSource() {
+  ks::core::SourceDecodingChoice choice =
+      ks::core::ChooseSourceDecoding(SourceText(), Options(), context_->code_pages(), source_);
+  for (const std::string& line : choice.log) Log(line);
+  if (choice.unknown_charset) {
+    Fail(error_code::kUnknownCharset);
+    return false;
+  }
+  decoding_ = std::move(choice.decoding);
+  source_.DecodeWith(decoding_.MakeDecoder());
+  return true;
+}
+
+bool CIMPImportBase::OpenSourceAgain(SourceFile& file) const {
+  if (!file.Open(source_.path())) return false;
+  file.DecodeWith(decoding_.MakeDecoder());
+  return true;
+}
+
 bool CIMPImportBase::BeginAdding() {
+  if (!DecodeSource()) return false;
   database_ = context_->database();
   // Progress runs over all files of the import: this file's bytes count on
   // from where the files before it left the counter.
@@ -52,10 +72,6 @@ bool CIMPImportBase::BeginAdding() {
     return false;
   }
   marker_ = marker != '\0' ? marker : '[';
-  // A file that declares Unicode is read as what it declares.
-  if (Options().file_origin_ansi == 0 && !source_.DeclaresUnicode()) {
-    oem_ = std::make_unique<ks::core::OemConverter>();
-  }
   writer_.emplace(*context_, database_, DocumentKind());
   if (!writer_->Begin()) {
     failed_ = true;  // the writer recorded 14001
@@ -78,24 +94,6 @@ bool CIMPImportBase::SavePiece(std::string_view text, bool end_of_document, uint
       return false;
   }
   return false;
-}
-
-std::string_view CIMPImportBase::FromSource(std::string_view text, std::string* scratch) const {
-  if (!oem_) return text;
-  scratch->clear();
-  oem_->AppendConverted(text, *scratch);
-  return *scratch;
-}
-
-std::span<const std::string> CIMPImportBase::FromSource(std::span<const std::string> values,
-                                                        std::vector<std::string>* scratch) const {
-  if (!oem_) return values;
-  scratch->resize(values.size());
-  for (size_t i = 0; i < values.size(); ++i) {
-    (*scratch)[i].clear();
-    oem_->AppendConverted(values[i], (*scratch)[i]);
-  }
-  return *scratch;
 }
 
 bool CIMPImportBase::Aborted() {

@@ -9,8 +9,10 @@
 //  2. begin adding: the engine is asked to take additions and gives the
 //     database's field marker (EngBeginAdd); the document writer is set up
 //     after the documents the import made before, with the import's entry
-//     form (14001 when the database has none); a DOS (OEM) source gets its
-//     conversion;
+//     form (14001 when the database has none); before that the source is
+//     set up to hand out UTF-8 by what the format reads (SourceText(),
+//     core/source_decoding.h), so every format splits and stores text that
+//     is valid UTF-8 (a character set nobody knows fails with 11030);
 //  3. the importer feeds the frame (ImportSource): with RunBlockLoop (the
 //     source cut into documents block by block: text, HTML, rich text), with
 //     the text family's record loop, or with a reader of its own; every
@@ -32,8 +34,8 @@
 
 #include "core/document_writer.h"
 #include "core/import_context.h"
-#include "core/oem_converter.h"
 #include "core/setdata.h"
+#include "core/source_decoding.h"
 #include "core/source_file.h"
 
 class CIMPImportBase {
@@ -86,6 +88,10 @@ class CIMPImportBase {
   // Whether a missing entry form is also written to the import log; the
   // error code (14001) is recorded in every case.
   virtual bool LogsMissingEntryForm() const { return true; }
+  // What the format reads from its source: text and rich text reach it as
+  // UTF-8 (decoded once, before it splits anything); a format of its own
+  // gets the bytes as they are.
+  virtual ks::core::SourceTextKind SourceText() const { return ks::core::SourceTextKind::kBytes; }
 
   // ---- The frame's services ----------------------------------------------
   ImportContext& Context() { return *context_; }
@@ -113,12 +119,8 @@ class CIMPImportBase {
     writer_->AttachToNextDocument(std::move(files));
   }
 
-  // Source text in the database's character set: as it stands for an ANSI
-  // source, converted for a DOS (OEM) one (into *scratch, which the result
-  // then points into).
-  std::string_view FromSource(std::string_view text, std::string* scratch) const;
-  std::span<const std::string> FromSource(std::span<const std::string> values,
-                                          std::vector<std::string>* scratch) const;
+  // Opens the source once more into `file`, read as Source() is.
+  bool OpenSourceAgain(SourceFile& file) const;
 
   // Tests the abort flag; once it was seen set it stays set for this file.
   bool Aborted();
@@ -160,6 +162,9 @@ class CIMPImportBase {
 
  private:
   bool BeginAdding();
+  // Sets the source up to hand out text as the format reads it; false
+  // (failed) when the host named a character set nobody knows.
+  bool DecodeSource();
 
   ImportContext* context_ = nullptr;
   int64_t carry_ = 0;
@@ -171,7 +176,7 @@ class CIMPImportBase {
   char marker_ = '[';
   uint64_t progress_base_ = 0;  // what the files before this one brought the counter to
   std::optional<CDocumentWriter> writer_;
-  std::unique_ptr<ks::core::OemConverter> oem_;  // set for a DOS (OEM) source
+  ks::core::SourceDecoding decoding_;  // how the source's bytes are read
   bool aborted_ = false;
   bool failed_ = false;
   bool ran_ = false;            // Run() reached the format's import

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/setdata.h"
+#include "core/source_decoding.h"
 
 // Where the files that a mail message names (its saved attachments) may be
 // read from, and how large one may be.  Names found inside an input are
@@ -35,6 +36,12 @@ class ImportContext {
   virtual uint32_t database() const = 0;
   // Where attachment files named inside the source may be read from.
   virtual const AttachmentRules& attachment_rules() const = 0;
+
+  // The code pages of undeclared 8-bit text, as the user configured them.
+  virtual const ks::core::SourceCodePages& code_pages() const {
+    static const ks::core::SourceCodePages kDefaults;
+    return kDefaults;
+  }
 
   // Whether the host asked the import to stop.
   virtual bool IsAborted() = 0;

@@ -47,4 +47,8 @@ struct SETDATA {
   // Not an argument: set by an e-mail profile run that imports only what
   // is new (ImportOptions::start_offset).
   uint64_t start_offset = 0;
+  // Not an argument: the character set the host named for the sources it
+  // queued after KSIMP_SetSourceCharset ("" reads by the origin, "auto"
+  // detects it per file).
+  std::string charset;
 };

@@ -13,9 +13,9 @@
 
 namespace {
 
-// Bytes of a UTF-16 file decoded at a time.
-constexpr size_t kDecodeBlockSize = 64 * 1024;
-// Decoded blocks remembered for FileOffsetOf (256 MB of the file): far more
+// Bytes of a file decoded at a time: few calls per megabyte, little memory.
+constexpr size_t kDecodeBlockSize = 256 * 1024;
+// Decoded blocks remembered for FileOffsetOf (1 GB of the file): far more
 // than a reader holds between reading text and asking where it came from.
 constexpr size_t kRememberedBlocks = 4096;
 
@@ -29,7 +29,9 @@ void SourceFile::Close() {
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
   mark_size_ = 0;
-  utf16_.reset();
+  utf16_ = false;
+  decoder_.reset();
+  decoded_file_end_ = 0;
   decoded_.clear();
   decoded_begin_ = 0;
   text_handed_out_ = 0;
@@ -79,20 +81,27 @@ void SourceFile::TakeByteOrderMark() {
   } else if (got >= 2 &&
              (std::memcmp(head, "\xFF\xFE", 2) == 0 || std::memcmp(head, "\xFE\xFF", 2) == 0)) {
     mark_size_ = 2;
-    utf16_ = std::make_unique<ks::core::Utf16Decoder>(
+    utf16_ = true;
+    decoder_ = std::make_unique<ks::core::Utf16Decoder>(
         head[0] == '\xFF' ? ks::core::Utf16Decoder::ByteOrder::kLittleEndian
                           : ks::core::Utf16Decoder::ByteOrder::kBigEndian);
   }
   if (mark_size_ != 0 && ::lseek(fd_, static_cast<off_t>(mark_size_), SEEK_SET) < 0) {
     // Unseekable after all: read the mark as text rather than lose bytes.
     mark_size_ = 0;
-    utf16_.reset();
+    utf16_ = false;
+    decoder_.reset();
   }
   file_read_ = mark_size_;
+  decoded_file_end_ = mark_size_;
+}
+
+void SourceFile::DecodeWith(std::unique_ptr<ks::core::TextDecoder> decoder) {
+  if (!utf16_) decoder_ = std::move(decoder);
 }
 
 uint64_t SourceFile::FileOffsetOf(uint64_t position) const {
-  if (!utf16_) return position + mark_size_;
+  if (!decoder_) return position + mark_size_;
   if (blocks_.empty()) return file_read_;
   // The first remembered block that ends after the position.
   const auto found =
@@ -107,7 +116,7 @@ uint64_t SourceFile::FileOffsetOf(uint64_t position) const {
 }
 
 ssize_t SourceFile::Read(char* buffer, size_t size) {
-  return utf16_ ? ReadDecoded(buffer, size) : ReadRaw(buffer, size);
+  return decoder_ ? ReadDecoded(buffer, size) : ReadRaw(buffer, size);
 }
 
 ssize_t SourceFile::ReadDecoded(char* buffer, size_t size) {
@@ -116,18 +125,21 @@ ssize_t SourceFile::ReadDecoded(char* buffer, size_t size) {
     if (decoded_begin_ == decoded_.size()) {
       decoded_.clear();
       decoded_begin_ = 0;
-      std::string raw(kDecodeBlockSize, '\0');
-      const ssize_t n = ReadRaw(raw.data(), raw.size());
+      if (!raw_) raw_ = std::make_unique_for_overwrite<char[]>(kDecodeBlockSize);
+      const ssize_t n = ReadRaw(raw_.get(), kDecodeBlockSize);
       if (n < 0) return -1;
-      const uint64_t file_begin = file_read_;
       file_read_ += static_cast<uint64_t>(n);
-      utf16_->Append(std::string_view(raw.data(), static_cast<size_t>(n)), n == 0, decoded_);
+      decoder_->Append(std::string_view(raw_.get(), static_cast<size_t>(n)), n == 0, decoded_);
       if (decoded_.empty()) {
         if (n == 0) break;
-        continue;  // a block of nothing but a cut pair's first half
+        continue;  // a block held back whole (a cut character, an unfinished line)
       }
+      // The text decoded stands for the file's bytes up to those the
+      // decoder holds back for the next block.
+      const uint64_t file_begin = decoded_file_end_;
+      decoded_file_end_ = file_read_ - decoder_->HeldBack();
       const uint64_t text_begin = text_handed_out_ + got;
-      blocks_.push_back({text_begin, text_begin + decoded_.size(), file_begin, file_read_});
+      blocks_.push_back({text_begin, text_begin + decoded_.size(), file_begin, decoded_file_end_});
       if (blocks_.size() > kRememberedBlocks) blocks_.pop_front();
     }
     const size_t take = std::min(size - got, decoded_.size() - decoded_begin_);

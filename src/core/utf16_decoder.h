@@ -9,21 +9,24 @@
 #include <string>
 #include <string_view>
 
+#include "core/text_decoder.h"
+
 namespace ks::core {
 
-class Utf16Decoder {
+class Utf16Decoder final : public TextDecoder {
  public:
   enum class ByteOrder { kLittleEndian, kBigEndian };
 
   // Throws std::runtime_error when the system cannot convert UTF-16.
   explicit Utf16Decoder(ByteOrder order);
-  ~Utf16Decoder();
+  ~Utf16Decoder() override;
   Utf16Decoder(const Utf16Decoder&) = delete;
   Utf16Decoder& operator=(const Utf16Decoder&) = delete;
 
   // Appends the UTF-8 form of `input` to `out`.  `last` says no more input
   // follows: whatever is left undecoded is then given as U+FFFD.
-  void Append(std::string_view input, bool last, std::string& out);
+  void Append(std::string_view input, bool last, std::string& out) override;
+  size_t HeldBack() const override { return carry_.size(); }
 
  private:
   iconv_t converter_;

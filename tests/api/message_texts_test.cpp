@@ -58,6 +58,7 @@ TEST(MessageTexts, EveryCodeHasItsExactText) {
       {11024, "Could not open file."},
       {11025, "Could not create instance of ADO object."},
       {11026, "Please check that the database you are trying to import is not password protected."},
+      {11030, "The character set named for the file is unknown."},
       {12003, "The file is of an unsupported type."},
       {12006,
        "WordPerfect not properly installed.\nTo import WordPerfect files, you must have "

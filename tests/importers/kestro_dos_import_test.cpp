@@ -63,14 +63,14 @@ TEST_F(KestroDosImport, DocumentsLongerThanABlockArriveWholeInBothModes) {
   }
 }
 
-TEST_F(KestroDosImport, OemTextIsConvertedUnlessMarkedAnsi) {
+TEST_F(KestroDosImport, OemTextIsReadAsCp437AndAnsiTextAsWindows1252) {
   QueuedFile oem = Source("oem.txt",
                           "Stra\xE1"
                           "e\0"s,
                           kKestroDos);
   oem.origin_ansi = 0;
   Import({oem, Source("ansi.txt", "caf\xE9\0"s, kKestroDos)});
-  EXPECT_EQ(Documents(), (Docs{"Stra\u00DFe", "caf\xE9"}));
+  EXPECT_EQ(Documents(), (Docs{"Stra\u00DFe", "caf\u00E9"}));
 }
 
 }  // namespace

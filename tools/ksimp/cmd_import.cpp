@@ -121,6 +121,7 @@ struct ImportCommand {
   std::string type;
   std::string delimiter = "none";
   std::string origin = "ansi";
+  std::string charset;  // empty: by the origin
   std::string location = "end";
   std::vector<std::string> attachment_folders;
   uint64_t attachment_max_mb = 0;
@@ -208,6 +209,12 @@ struct ImportCommand {
       KSIMP_AddAttachmentFolder(handle, folder.c_str());
     }
     if (attachment_max_mb > 0) KSIMP_SetAttachmentSizeLimit(handle, attachment_max_mb << 20);
+    if (!charset.empty() && KSIMP_SetSourceCharset(handle, charset.c_str()) == 0) {
+      const uint32_t error = KSIMP_GetLastImportError(handle);
+      KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
+      throw HostError(
+          fmt::format("--charset {}: message {}: {}", charset, error, ImportErrorText(error)), 2);
+    }
     std::vector<int32_t> file_types;
     for (size_t i = 0; i < files.size(); ++i) {
       const std::string& file = files[i];
@@ -292,6 +299,9 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_option("--delimiter", command->delimiter,
                   "How documents are cut: none, pagebreak, blankline, lines:N, string:S");
   cmd->add_option("--origin", command->origin, "Character set of the files: ansi or oem (CP437)");
+  cmd->add_option("--charset", command->charset,
+                  "Read the files in this character set (any iconv knows), or auto to detect it "
+                  "per file; a byte-order mark still wins");
   cmd->add_option("--location", command->location,
                   "Where new documents go: end, top, after-current, end-current, after:NAME");
   cmd->add_option("--form", r.form, "Make entries of this entry form");

@@ -148,6 +148,8 @@ int CIMPMailboxImport::ImportSource() {
     const uint64_t position = Source().FileOffsetOf(found->end);
     std::unique_ptr<CEudoraMessage> message = NewMessage();
     message->SetFieldMarker(FieldMarker());
+    // Undeclared 8-bit text reads in the ANSI code page the user configured.
+    message->SetCodePage(Context().code_pages().ansi);
     message->SetSeparatorDate(eudora);
     message->SetSeparatorLine(
         std::string(found->separator_line.substr(0, kLongestSeparatorLine)));

@@ -65,7 +65,7 @@ int CDelimitedImport::ImportSource() {
   // here.
   auto prepare = [&](const std::string& record, ks::text::PreparedRecord* out) {
     if (!fielded) {
-      out->text.assign(FromSource(record, &scratch_));
+      out->text.assign(record);
       return;
     }
     fields_.Split(record);

@@ -34,5 +34,4 @@ class CDelimitedImport : public CRecordImportBase {
 
  private:
   CDelimitedFields fields_;
-  std::string scratch_;
 };

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "core/error_codes.h"
-#include "core/oem_converter.h"
+#include "core/source_decoding.h"
 #include "core/source_file.h"
 #include "importers/text/byte_source.h"
 #include "importers/text/delimited_fields.h"
@@ -40,6 +40,13 @@ uint32_t ColumnHeaderFromFirstRow(const std::string& path, const FirstRowLayout&
 
   SourceFile file;
   if (!file.Open(path)) return error_code::kCannotOpenFile;
+  // The names become field names in documents: read as the import reads
+  // the rows.
+  SETDATA origin;
+  origin.file_origin_ansi = layout.origin_ansi ? 1 : 0;
+  file.DecodeWith(ks::core::ChooseSourceDecoding(ks::core::SourceTextKind::kText, origin,
+                                                 layout.code_pages, file)
+                      .decoding.MakeDecoder());
   SourceFileBytes bytes(file);
   RecordReader reader(bytes);
   std::string record;
@@ -48,13 +55,10 @@ uint32_t ColumnHeaderFromFirstRow(const std::string& path, const FirstRowLayout&
   }
   fields.Split(record);
 
-  std::optional<ks::core::OemConverter> oem;
-  if (!layout.origin_ansi && !file.DeclaresUnicode()) oem.emplace();
   std::string header = fmt::format("T=CSV\r\nN={}\r\nS=2\r\n", fields.ValueCount());
   for (size_t i = 0; i < fields.ValueCount(); ++i) {
     const std::string& value = fields.Values()[i];
-    header += fmt::format("NA{}={}\r\nP{}={}\r\n", i + 1,
-                          AsColumnName(oem ? oem->Convert(value) : value), i + 1, i + 1);
+    header += fmt::format("NA{}={}\r\nP{}={}\r\n", i + 1, AsColumnName(value), i + 1, i + 1);
   }
   header += delimiter_lines;
   CKSFieldHeader check;

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "core/source_decoding.h"
+
 namespace ks::text {
 
 struct FirstRowLayout {
@@ -14,6 +16,7 @@ struct FirstRowLayout {
   char qualifier = '"';      // 0: no quoted text
   bool consecutive = false;  // consecutive delimiters count as one
   bool origin_ansi = true;   // false: the file is in the DOS code page
+  ks::core::SourceCodePages code_pages;  // as the user configured them
 };
 
 // 0 and the column header string in *column_header, or the message number

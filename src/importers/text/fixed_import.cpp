@@ -55,7 +55,7 @@ int CIMPFixedImport::ImportSource() {
   // here.
   auto prepare = [&](const std::string& text, ks::text::PreparedRecord* out) {
     if (!has_settings) {
-      out->text.assign(FromSource(text, &scratch_));
+      out->text.assign(text);
       return;
     }
     if (!valid) return;

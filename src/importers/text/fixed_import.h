@@ -41,5 +41,4 @@ class CIMPFixedImport : public CRecordImportBase {
 
  private:
   CDelimitedFields fields_;
-  std::string scratch_;
 };

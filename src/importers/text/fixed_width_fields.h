@@ -15,6 +15,9 @@ namespace ks::text {
 // short; a negative width counts as 0).  Text left after the last column
 // becomes one more value, which belongs to no column.  Values keep their
 // filler blanks.  With no widths nothing is cut and *values stays as it was.
+// The line is UTF-8 (the import decodes its source before cutting), and a
+// character is one code point, whatever its bytes: widths are counted as
+// the program that wrote the file counted them, one character a column.
 void CutFixedWidthLine(std::string_view line, std::span<const int32_t> widths,
                        std::vector<std::string>* values);
 

@@ -46,8 +46,7 @@ int CIMPKestroDos::CheckFile(const std::string& file_name) {
   return tail[count - 1] == '\0' ? 1 : 0;
 }
 
-// Hands the splitter's pieces to the writer, converted from the source's
-// character set.
+// Hands the splitter's pieces to the writer.
 class CIMPKestroDos::DocumentSink : public ks::text::DosExportSplitter::Sink {
  public:
   explicit DocumentSink(CIMPKestroDos& importer) : importer_(importer) {}
@@ -56,13 +55,12 @@ class CIMPKestroDos::DocumentSink : public ks::text::DosExportSplitter::Sink {
     // An abort stops the import between documents; one already begun in the
     // engine is finished.
     if (!piece.continues_document && importer_.Aborted()) return false;
-    return importer_.SavePiece(importer_.FromSource(piece.text, &scratch_), piece.ends_document,
-                               piece.position);
+    return importer_.SavePiece(piece.text, piece.ends_document,
+                               importer_.Source().FileOffsetOf(piece.position));
   }
 
  private:
   CIMPKestroDos& importer_;
-  std::string scratch_;
 };
 
 int CIMPKestroDos::ImportSource() {

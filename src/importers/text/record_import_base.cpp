@@ -53,7 +53,7 @@ void CRecordImportBase::ReportEarlyEnd(uint64_t offset, uint64_t records) {
   // The rest of the source is read once more, as the reader read it, to
   // count what the rule leaves out; blank lines alone at the end are no loss.
   SourceFile rest;
-  if (!rest.Open(Source().path())) return;
+  if (!OpenSourceAgain(rest)) return;
   std::vector<char> block(1 << 16);
   uint64_t position = 0;
   uint64_t lines_left = 0;
@@ -88,7 +88,6 @@ void CRecordImportBase::ReportEarlyEnd(uint64_t offset, uint64_t records) {
 void CRecordImportBase::PrepareRow(std::span<const std::string> values,
                                    const std::optional<ks::text::FieldLineComposer>& composer,
                                    ks::text::PreparedRecord* out) {
-  values = FromSource(values, &converted_);
   if (composer) {
     composer->Compose(values, &out->text);
   } else {

@@ -23,6 +23,10 @@ class CRecordImportBase : public CIMPImportBase {
   int IntegerProperty() const override { return 0; }
 
  protected:
+  // Records are cut from the decoded text, so a delimiter is never looked
+  // for inside a character of a multibyte set.
+  ks::core::SourceTextKind SourceText() const override { return ks::core::SourceTextKind::kText; }
+
   // Reads the source record by record (records as the delimited reader cuts
   // them, with `qualifier` opening quoted text; 0 for none) until its end,
   // its first blank line, an abort, or `store` returning false.  `prepare`
@@ -38,9 +42,9 @@ class CRecordImportBase : public CIMPImportBase {
   using RecordStore = std::function<bool(const ks::text::PreparedRecord& record)>;
   int ReadRecords(char qualifier, const RecordPrepare& prepare, const RecordStore& store);
 
-  // On the reading thread: a row's values, converted from the source, made
-  // ready to store: the document composed from them when there is a
-  // composer, else the values themselves (for an entry).
+  // On the reading thread: a row's values made ready to store: the document
+  // composed from them when there is a composer, else the values themselves
+  // (for an entry).
   void PrepareRow(std::span<const std::string> values,
                   const std::optional<ks::text::FieldLineComposer>& composer,
                   ks::text::PreparedRecord* out);
@@ -55,6 +59,4 @@ class CRecordImportBase : public CIMPImportBase {
   // after `records` records, ends the file, as delimited text always has:
   // logs where, and how many lines with text were left, if any.
   void ReportEarlyEnd(uint64_t offset, uint64_t records);
-
-  std::vector<std::string> converted_;  // a DOS (OEM) row's values, converted
 };

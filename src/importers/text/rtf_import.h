@@ -14,4 +14,8 @@ class CIMPRtfImport : public CIMPImportBase {
   int ImportSource() override;
   int32_t DocumentKind() const override;
   bool LogsMissingEntryForm() const override { return false; }
+  // The markup is kept; its raw 8-bit bytes become the format's escapes.
+  ks::core::SourceTextKind SourceText() const override {
+    return ks::core::SourceTextKind::kRichText;
+  }
 };

@@ -15,4 +15,5 @@ class CIMPTextImport : public CIMPImportBase {
   int ImportSource() override;
   // Text importers never wrote a missing entry form to the log.
   bool LogsMissingEntryForm() const override { return false; }
+  ks::core::SourceTextKind SourceText() const override { return ks::core::SourceTextKind::kText; }
 };
