@@ -1,0 +1,26 @@
+// The drivers this library brings for table files that have no ODBC driver
+// on Linux.  Their names hold the texts the connection builder searches
+// for ("Microsoft Access", "Microsoft Excel", "Microsoft dBase VFP Driver",
+// "Visual FoxPro", "Paradox"), so a connection string built for the file
+// type finds them as it would find an installed driver.
+#pragma once
+
+#include <memory>
+
+#include "importers/tables/table_source.h"
+
+namespace ks::tables {
+
+// Access .mdb/.accdb through libmdb.  DBQ: the database file.
+std::unique_ptr<TableDriver> MakeAccessDriver();
+// Excel .xls (freexl) and .xlsx; every sheet is a table.  DBQ: the workbook.
+std::unique_ptr<TableDriver> MakeExcelDriver();
+// dBase III/IV and FoxPro .dbf with .dbt/.fpt memos.  DBQ: the folder,
+// whose .dbf files are its tables; a DBQ naming a .dbf file is read as that
+// file's folder.  Two entries of the list, one reader.
+std::unique_ptr<TableDriver> MakeDbaseDriver();
+std::unique_ptr<TableDriver> MakeFoxProDriver();
+// Paradox .db with .mb memos.  DBQ: the folder, as for dBase.
+std::unique_ptr<TableDriver> MakeParadoxDriver();
+
+}  // namespace ks::tables
