@@ -5,6 +5,6 @@
 
 namespace ks::tables {
 
-std::unique_ptr<TableDriver> MakeAccessDriver() { return MakePlaceholderDriver("access_driver"); }
+std::unique_ptr<TableDriver> MakeAccessDriver() { return MakePlaceholderDriver(std::string(kAccessDriverName)); }
 
 }  // namespace ks::tables

@@ -6,10 +6,20 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "importers/tables/table_source.h"
 
 namespace ks::tables {
+
+inline constexpr std::string_view kAccessDriverName =
+    "Microsoft Access Driver (*.mdb, *.accdb), built in";
+inline constexpr std::string_view kExcelDriverName =
+    "Microsoft Excel Driver (*.xls, *.xlsx), built in";
+inline constexpr std::string_view kDbaseDriverName = "Microsoft dBase VFP Driver (*.dbf), built in";
+inline constexpr std::string_view kFoxProDriverName =
+    "Microsoft Visual FoxPro Driver (*.dbf), built in";
+inline constexpr std::string_view kParadoxDriverName = "Microsoft Paradox Driver (*.db), built in";
 
 // Access .mdb/.accdb through libmdb.  DBQ: the database file.
 std::unique_ptr<TableDriver> MakeAccessDriver();

@@ -5,7 +5,7 @@
 
 namespace ks::tables {
 
-std::unique_ptr<TableDriver> MakeDbaseDriver() { return MakePlaceholderDriver("dbase_driver"); }
-std::unique_ptr<TableDriver> MakeFoxProDriver() { return MakePlaceholderDriver("foxpro_driver"); }
+std::unique_ptr<TableDriver> MakeDbaseDriver() { return MakePlaceholderDriver(std::string(kDbaseDriverName)); }
+std::unique_ptr<TableDriver> MakeFoxProDriver() { return MakePlaceholderDriver(std::string(kFoxProDriverName)); }
 
 }  // namespace ks::tables

@@ -5,6 +5,6 @@
 
 namespace ks::tables {
 
-std::unique_ptr<TableDriver> MakeExcelDriver() { return MakePlaceholderDriver("excel_driver"); }
+std::unique_ptr<TableDriver> MakeExcelDriver() { return MakePlaceholderDriver(std::string(kExcelDriverName)); }
 
 }  // namespace ks::tables

@@ -5,6 +5,6 @@
 
 namespace ks::tables {
 
-std::unique_ptr<TableDriver> MakeParadoxDriver() { return MakePlaceholderDriver("paradox_driver"); }
+std::unique_ptr<TableDriver> MakeParadoxDriver() { return MakePlaceholderDriver(std::string(kParadoxDriverName)); }
 
 }  // namespace ks::tables
