@@ -109,6 +109,9 @@ extern "C" {
 #define KSIMP_TYPE_DBASE_ALIAS 1099   /* as KSIMP_TYPE_DBASE */
 #define KSIMP_TYPE_EXCEL_ALIAS 1219   /* as KSIMP_TYPE_EXCEL */
 #define KSIMP_TYPE_PARADOX_ALIAS 1300 /* as KSIMP_TYPE_PARADOX */
+/* Added by this library: */
+#define KSIMP_TYPE_ODBC 2000 /* any ODBC data source: the name is a connection
+                              * string, or a table settings string */
 
 /* ---- Import locations (argument 4 of KSIMP_AddFileToImport) ------------ */
 #define KSIMP_LOC_END 1            /* end of the database */
@@ -505,6 +508,59 @@ KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* 
                                                   char qualifier, int32_t consecutive,
                                                   int32_t origin_ansi, char* buffer, int32_t size,
                                                   uint32_t* message);
+
+/* ---- Database tables ---------------------------------------------------
+ * KSIMP_TYPE_ACCESS, _EXCEL, _DBASE, _VISUAL_FOXPRO, _PARADOX and _ODBC import
+ * the rows of database tables, one document per row and one field line per
+ * column ("Name[ value ]", the database's field marker), or one entry of the
+ * import's entry form per row.  Access (.mdb, .accdb), Excel (.xls, .xlsx;
+ * every sheet a table, its first row the column names), dBase and FoxPro
+ * (.dbf with .dbt/.fpt memos; deleted records skipped) and Paradox (.db with
+ * .mb memos) are read by drivers built into this library; anything else
+ * through the ODBC drivers unixODBC lists, which come first in the driver
+ * list.
+ *
+ * The name queued (argument 2 of KSIMP_AddFileToImport) is either a path,
+ * whose every table is imported, or a settings string of elements separated
+ * by ESC (byte 27): the connection string (KSIMP_GetTableConnectionString,
+ * or any ODBC connection string), the source file's path, the tables to
+ * import separated by ";" and ended by "end_tables", and the field names
+ * to use instead of the column names, each followed by CR LF.  For
+ * KSIMP_TYPE_ODBC the name may also be a bare connection string ("DSN=name",
+ * "DRIVER={SQLite3};Database=/data/x.db").
+ *
+ * Values become text by one rule, never by the machine's locale: whole
+ * numbers as they are (-1234); other numbers the shortest text that reads
+ * back the same (3.25, 1e+20); fixed decimals (dBase N, currency, SQL
+ * DECIMAL) as stored, trailing zeros after the point dropped (12.50 -> 12.5);
+ * dates YYYY-MM-DD, date-times YYYY-MM-DD HH:MM:SS; booleans True or False;
+ * text converted to UTF-8 from the table's code page (dBase, FoxPro,
+ * Paradox), or by the import's origin where the table names none; a null is
+ * an empty value ("Name[  ]"); binary columns (pictures, OLE objects) are
+ * left empty and named in the import log.
+ *
+ * Errors: 14004 a settings string without a connection; 11025 no driver
+ * reads the type; 11026 the source is password protected; 11024 it cannot
+ * be opened or read (the driver's words in the log); 14003 it holds no
+ * tables; 12000 the engine made no entry of the entry form. */
+
+/* The connection string the table dialogs build for the file `path` read as
+ * `file_type` (a table type other than KSIMP_TYPE_ODBC).  Returns 1 when
+ * copied (text plus terminator strictly shorter than size), else 0: no driver
+ * reads the type, or the buffer is too small. */
+KSIMP_API uint32_t KSIMP_GetTableConnectionString(int32_t file_type, const char* path,
+                                                  char* buffer, int32_t size);
+
+/* The tables the source `connection` opens, read as `file_type`, as the
+ * table dialogs list them: one line per table, ended by LF, its name and
+ * then a tab before each column's name (an Access database's system tables
+ * and queries are left out).  Returns 1 when copied (strictly shorter than
+ * size), else 0; `message`, when not null, receives 0 or why not: 11026
+ * (password protected), 11024 (cannot be opened; the buffer then holds the
+ * driver's words when they fit), 14003 (no tables), 11001 (the buffer is too
+ * small, or an internal failure). */
+KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection, char* buffer,
+                                      int32_t size, uint32_t* message);
 
 /* ---- E-mail imports ---------------------------------------------------- */
 /* An e-mail profile remembers, under a name the user chose, what to import

@@ -10,6 +10,7 @@
 #include "api/file_type_offers.h"
 #include "api/ks_imp_app.h"
 #include "api/settings_file_requests.h"
+#include "api/table_requests.h"
 #include "core/config_store.h"
 #include "core/error_codes.h"
 #include "core/message_texts.h"
@@ -276,6 +277,28 @@ KSIMP_API uint32_t KSIMP_ColumnHeaderFromFirstRow(const char* path, const char* 
     if (CopyTextStrictly(column_header, buffer, size) == 1) return 1;
     reason = error_code::kInternal;
     return 0;
+  });
+  if (message != nullptr) *message = reason;
+  return copied;
+}
+
+KSIMP_API uint32_t KSIMP_GetTableConnectionString(int32_t file_type, const char* path,
+                                                  char* buffer, int32_t size) {
+  return GuardExport([&]() -> uint32_t {
+    const std::optional<std::string> connection =
+        ks::api::TableConnectionString(file_type, TextOrEmpty(path));
+    return connection ? CopyTextStrictly(*connection, buffer, size) : 0;
+  });
+}
+
+KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection, char* buffer,
+                                      int32_t size, uint32_t* message) {
+  uint32_t reason = error_code::kInternal;  // what a failure that throws leaves
+  const uint32_t copied = GuardExport([&]() -> uint32_t {
+    const ks::api::TableListing listing = ks::api::ListTables(file_type, TextOrEmpty(connection));
+    const uint32_t fits = CopyTextStrictly(listing.text, buffer, size);
+    reason = listing.message != 0 ? listing.message : fits == 1 ? 0 : error_code::kInternal;
+    return reason == 0 ? 1 : 0;
   });
   if (message != nullptr) *message = reason;
   return copied;

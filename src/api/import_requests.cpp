@@ -117,7 +117,12 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
     return;
   }
   uint64_t size = 0;
-  for (const std::string& name : SplitFileNames(record.file_name)) {
+  for (std::string name : SplitFileNames(record.file_name)) {
+    // A table import's settings string names its file second, after the
+    // connection string.
+    if (const size_t separator = name.find('\x1b'); separator != std::string::npos) {
+      name = name.substr(separator + 1, name.find('\x1b', separator + 1) - separator - 1);
+    }
     struct stat info {};
     if (::stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
       size += static_cast<uint64_t>(info.st_size);

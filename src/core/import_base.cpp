@@ -13,6 +13,7 @@ const SETDATA kNoOptions{};
 
 int CIMPImportBase::Prepare(ImportContext& context) {
   context_ = &context;
+  if (!ReadsSourceFile()) return 1;
   if (source_.Open(Options().file_name)) return 1;
   SetLastErrorText(source_.ErrorText());
   context.RecordError(error_code::kCannotOpenFile);
@@ -36,7 +37,7 @@ int CIMPImportBase::Run() {
   ran_ = true;
   int result = ImportSource();
   if (failed_) result = 0;
-  if (result != 0 && !aborted_) SetProgress(source_.size());
+  if (result != 0 && !aborted_ && ReadsSourceFile()) SetProgress(source_.size());
   writer_.reset();  // a document left unfinished is dropped whole
   return result;
 }

@@ -92,6 +92,10 @@ class CIMPImportBase {
   // UTF-8 (decoded once, before it splits anything); a format of its own
   // gets the bytes as they are.
   virtual ks::core::SourceTextKind SourceText() const { return ks::core::SourceTextKind::kBytes; }
+  // Whether the file name is a file the frame opens and reads (Source()).
+  // A source reached otherwise (database tables through their drivers)
+  // opens itself and moves the progress itself.
+  virtual bool ReadsSourceFile() const { return true; }
 
   // ---- The frame's services ----------------------------------------------
   ImportContext& Context() { return *context_; }

@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "importers/mail/mailbox_import.h"
+#include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
 #include "importers/text/fixed_import.h"
 #include "importers/text/html_import.h"
@@ -98,7 +99,7 @@ constexpr FileTypeRow kRows[] = {
     // these for Visual FoxPro, "dbf" and KSIMP_TYPE_FOXPRO for plain FoxPro.
     {KSIMP_TYPE_VISUAL_FOXPRO, "foxpro", "Microsoft FoxPro, Visual FoxPro (*.dbf, *.dbc)",
      "This are Microsoft FoxPro and Visual FoxPro data base files.", "dbf dbc", kRecordOptions,
-     kWhenFoxProDriverIs, false, "CImpADO", nullptr, false, 0},
+     kWhenFoxProDriverIs, false, "CImpADO", Create<CImpADO>, false, 0},
     {KSIMP_TYPE_PDF, "pdf", "Adobe Acrobat (*.pdf)", "These are Adobe Acrobat files.", "pdf",
      kPdfOptions, kYes, false, "CPDFImport", nullptr, false, 0},
     {KSIMP_TYPE_OUTLOOK_EXPRESS, "dbx", "Outlook Express (*.dbx)",
@@ -112,10 +113,14 @@ constexpr FileTypeRow kRows[] = {
     {KSIMP_TYPE_FIXED_WIDTH, "fixed", "", "", "", kEveryOption, kNo, false, "CIMPFixedImport",
      Create<CIMPFixedImport>, false, 0},
     {KSIMP_TYPE_WFW, "", "", "", "", kEveryOption, kNo, false, "CIMPWFWImport", nullptr, false, 0},
-    {KSIMP_TYPE_ACCESS, "", "", "", "", kEveryOption, kNo, false, "CImpADO", nullptr, false, 0},
-    {KSIMP_TYPE_EXCEL, "", "", "", "", kEveryOption, kNo, false, "CImpADO", nullptr, false, 0},
-    {KSIMP_TYPE_DBASE, "", "", "", "", kEveryOption, kNo, false, "CImpADO", nullptr, false, 0},
-    {KSIMP_TYPE_PARADOX, "", "", "", "", kEveryOption, kNo, false, "CImpADO", nullptr, false, 0},
+    {KSIMP_TYPE_ACCESS, "access", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
+     false, 0},
+    {KSIMP_TYPE_EXCEL, "excel", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
+     false, 0},
+    {KSIMP_TYPE_DBASE, "dbase", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
+     false, 0},
+    {KSIMP_TYPE_PARADOX, "paradox", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
+     false, 0},
     {KSIMP_TYPE_ACCEPTED_1003, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, true, 0},
     {KSIMP_TYPE_ACCEPTED_1007, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, true, 0},
     {KSIMP_TYPE_OUTLOOK_FOLDER, "", "", "", "", kEveryOption, kNo, false, "CIMPOutlookImport",
@@ -131,6 +136,9 @@ constexpr FileTypeRow kRows[] = {
      KSIMP_TYPE_EXCEL},
     {KSIMP_TYPE_PARADOX_ALIAS, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, false,
      KSIMP_TYPE_PARADOX},
+    // ---- Added by this library ----------------------------------------------
+    {KSIMP_TYPE_ODBC, "odbc", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
+     false, 0},
 };
 
 bool SameIgnoringCase(std::string_view a, std::string_view b) {

@@ -19,6 +19,7 @@
 #include "import_report.h"
 #include "ks_imp.h"
 #include "progress_display.h"
+#include "table_sources.h"
 
 namespace ksimp {
 namespace {
@@ -132,6 +133,10 @@ struct ImportCommand {
   ColumnHeaderFlags columns;  // delimited and fixed-width layouts
   bool quiet = false;
   bool json = false;  // one JSON object at the end, nothing else on stdout
+  // Database tables: the tables to import and the field names to use.
+  std::string odbc;
+  std::vector<std::string> tables;
+  std::vector<std::string> field_names;
   std::vector<std::string> given;  // the options given, in command-line order
 
   // A delimited or fixed-width layout travels as the import's stored
@@ -171,7 +176,31 @@ struct ImportCommand {
     }
   }
 
+  // The names to queue: a table file or data source becomes the settings
+  // string of the tables and field names given.
+  std::vector<std::string> QueuedNames(const std::vector<int32_t>& file_types) const {
+    std::vector<std::string> names;
+    for (size_t i = 0; i < files.size(); ++i) {
+      const bool table = IsTableType(file_types[i]);
+      if (!table && (!tables.empty() || !field_names.empty())) {
+        throw HostError(fmt::format("--tables and --field-names are for table files; {} is "
+                                    "imported as file type {}",
+                                    files[i], file_types[i]),
+                        2);
+      }
+      names.push_back(table ? TableSourceName(file_types[i], files[i], tables, field_names)
+                            : files[i]);
+    }
+    return names;
+  }
+
   void Run() {
+    if (!odbc.empty()) {
+      if (!files.empty()) throw HostError("--odbc imports a data source, not files", 2);
+      files.push_back(odbc);
+      if (type.empty()) type = "odbc";
+    }
+    if (files.empty()) throw HostError("give the files to import, or --odbc", 2);
     RefuseBarInFileNames(files);
     ParseDelimiter(delimiter, request);
     ParseOrigin(origin, request);
@@ -216,13 +245,24 @@ struct ImportCommand {
           fmt::format("--charset {}: message {}: {}", charset, error, ImportErrorText(error)), 2);
     }
     std::vector<int32_t> file_types;
+    for (const std::string& file : files) {
+      int32_t file_type = request.file_type != 0 ? request.file_type : TableTypeForPath(file);
+      if (file_type == 0) file_type = FileTypeForPath(file);
+      file_types.push_back(file_type);
+    }
+    std::vector<std::string> queued_names;
+    try {
+      queued_names = QueuedNames(file_types);
+    } catch (...) {
+      KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
+      throw;
+    }
     for (size_t i = 0; i < files.size(); ++i) {
       const std::string& file = files[i];
-      const int32_t file_type = request.file_type != 0 ? request.file_type : FileTypeForPath(file);
-      file_types.push_back(file_type);
+      const int32_t file_type = file_types[i];
       WarnAboutOptionsNotOffered(file, file_type, requested);
       if (columns.header_row) request.date_from = first_row_headers[i];
-      if (!Queue(handle, file, file_type, request)) {
+      if (!Queue(handle, queued_names[i], file_type, request)) {
         const std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
         throw HostError(fmt::format("cannot queue {}: {}", file, reason));
@@ -290,8 +330,7 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_option("DB.kst", command->path, "Database to import into")->required();
   cmd->add_option("FILE", command->files,
                   "Files to import.  A name holding \"|\" is refused: the import library "
-                  "reads \"|\" as a separator between file names")
-      ->required();
+                  "reads \"|\" as a separator between file names");
   ImportRequest& r = command->request;
   cmd->add_option("--type", command->type,
                   "File type: a number, or " + FileTypeNames() +
@@ -326,6 +365,16 @@ void AddImportCommand(CLI::App& parent) {
   cmd->add_flag("--delete-after", r.delete_after,
                 "Delete files of the temporary import folder once imported");
   command->columns.AddTo(*cmd, /*for_import=*/true);
+  cmd->add_option("--odbc", command->odbc,
+                  "Import the tables of an ODBC data source: DSN=name, or DRIVER={name};...");
+  cmd->add_option("--tables", command->tables,
+                  "Table files and data sources: the tables to import (default: every one; "
+                  "see 'ksimp tables')")
+      ->delimiter(',');
+  cmd->add_option("--field-names", command->field_names,
+                  "Table files and data sources: field names to use instead of the column "
+                  "names, in column order")
+      ->delimiter(',');
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->add_flag("--json", command->json,
                 "Print one JSON object at the end and nothing else on stdout (no progress): "

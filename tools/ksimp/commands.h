@@ -12,6 +12,7 @@ void AddCreateCommand(CLI::App& parent);
 void AddAddCommand(CLI::App& parent);
 void AddImportCommand(CLI::App& parent);
 void AddTypesCommand(CLI::App& parent);
+void AddTablesCommand(CLI::App& parent);
 void AddSettingsCommand(CLI::App& parent);
 void AddFormCommand(CLI::App& parent);
 void AddDocsCommand(CLI::App& parent);

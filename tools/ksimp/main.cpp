@@ -14,7 +14,7 @@ namespace {
 
 // Every command of the host, in the order --help lists them.
 const ksimp::CommandSetup kCommands[] = {
-    ksimp::AddCreateCommand,   ksimp::AddImportCommand, ksimp::AddTypesCommand,
+    ksimp::AddCreateCommand,   ksimp::AddImportCommand, ksimp::AddTypesCommand, ksimp::AddTablesCommand,
     ksimp::AddSettingsCommand, ksimp::AddFormCommand,   ksimp::AddAddCommand,
     ksimp::AddDocsCommand,     ksimp::AddShowCommand,   ksimp::AddSearchCommand,
     ksimp::AddExportCommand,   ksimp::AddProfileCommand,

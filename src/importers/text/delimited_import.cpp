@@ -7,7 +7,7 @@
 
 #include "core/error_codes.h"
 #include "importers/text/column_header_source.h"
-#include "importers/text/entry_form_rows.h"
+#include "core/entry_form_rows.h"
 #include "importers/text/field_line_composer.h"
 
 namespace {
@@ -53,7 +53,7 @@ int CDelimitedImport::ImportSource() {
   }
 
   std::optional<ks::text::FieldLineComposer> composer;
-  std::optional<ks::text::EntryFormRows> entries;
+  std::optional<ks::core::EntryFormRows> entries;
   if (fielded && EntryForm() != 0) {
     entries.emplace(Context(), EntryForm(), FieldMarker(), " ");
   } else if (fielded) {

@@ -6,7 +6,7 @@
 
 #include "core/error_codes.h"
 #include "importers/text/column_header_source.h"
-#include "importers/text/entry_form_rows.h"
+#include "core/entry_form_rows.h"
 #include "importers/text/field_line_composer.h"
 
 int CIMPFixedImport::ImportSource() {
@@ -43,7 +43,7 @@ int CIMPFixedImport::ImportSource() {
   }
 
   std::optional<ks::text::FieldLineComposer> composer;
-  std::optional<ks::text::EntryFormRows> entries;
+  std::optional<ks::core::EntryFormRows> entries;
   if (valid && EntryForm() != 0) {
     entries.emplace(Context(), EntryForm(), FieldMarker(), "");
   } else if (valid) {

@@ -95,15 +95,15 @@ void CRecordImportBase::PrepareRow(std::span<const std::string> values,
   }
 }
 
-bool CRecordImportBase::StoreEntry(ks::text::EntryFormRows& entries,
+bool CRecordImportBase::StoreEntry(ks::core::EntryFormRows& entries,
                                    std::span<const std::string> names,
                                    const ks::text::PreparedRecord& record, bool counted) {
   switch (entries.Add(names, record.values)) {
-    case ks::text::EntryFormRows::Outcome::kAdded:
+    case ks::core::EntryFormRows::Outcome::kAdded:
       if (counted) Context().AddDocumentsAdded(1);
       SetProgress(record.position);
       return true;
-    case ks::text::EntryFormRows::Outcome::kEntryNotCreated: {
+    case ks::core::EntryFormRows::Outcome::kEntryNotCreated: {
       // A form (or a place) that is not there is the entry form's failure;
       // anything else kept the engine from storing (a full disk).
       const uint32_t cause = entries.engine_error();
@@ -115,10 +115,10 @@ bool CRecordImportBase::StoreEntry(ks::text::EntryFormRows& entries,
       if (LogsMissingEntryForm()) Log(MessageText(error_code::kCannotOpenEntryForm));
       return false;
     }
-    case ks::text::EntryFormRows::Outcome::kFieldsRefused:
+    case ks::core::EntryFormRows::Outcome::kFieldsRefused:
       EngineRefused(entries.engine_error());
       return false;
-    case ks::text::EntryFormRows::Outcome::kNoPlace:
+    case ks::core::EntryFormRows::Outcome::kNoPlace:
       Fail(error_code::kCannotSaveDocument);
       return false;
   }

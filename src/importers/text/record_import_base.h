@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "core/import_base.h"
-#include "importers/text/entry_form_rows.h"
+#include "core/entry_form_rows.h"
 #include "importers/text/field_line_composer.h"
 #include "importers/text/record_pipeline.h"
 
@@ -51,7 +51,7 @@ class CRecordImportBase : public CIMPImportBase {
   // On the importing thread: a prepared row stored as an entry of the
   // import's form, with the columns `names`.  `counted` adds the entry to the
   // documents added.  False when the import must stop (the error recorded).
-  bool StoreEntry(ks::text::EntryFormRows& entries, std::span<const std::string> names,
+  bool StoreEntry(ks::core::EntryFormRows& entries, std::span<const std::string> names,
                   const ks::text::PreparedRecord& record, bool counted);
 
  private:

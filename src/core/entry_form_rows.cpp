@@ -1,9 +1,9 @@
-#include "importers/text/entry_form_rows.h"
+#include "core/entry_form_rows.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace ks::text {
+namespace ks::core {
 
 EntryFormRows::EntryFormRows(ImportContext& context, uint64_t form, char marker,
                              std::string_view value_suffix)
@@ -63,4 +63,4 @@ EntryFormRows::Outcome EntryFormRows::Add(std::span<const std::string> names,
   return Outcome::kFieldsRefused;
 }
 
-}  // namespace ks::text
+}  // namespace ks::core

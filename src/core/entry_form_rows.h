@@ -1,7 +1,8 @@
-// EntryFormRows: turns the rows of a delimited or fixed-width import into
-// entries of an entry form, in the engine's two steps per row: make an empty
-// entry of the form where the import places its documents (EngOp251), then
-// write the row's values into its fields (EngOp249).
+// EntryFormRows: turns the rows of a record import (delimited, fixed width,
+// database tables) into entries of an entry form, in the engine's two steps
+// per row: make an empty entry of the form where the import places its
+// documents (EngOp251), then write the row's values into its fields
+// (EngOp249).
 //
 // Entries follow one another, and the documents of earlier files of the same
 // import, in source order: each goes right after the last document the
@@ -24,7 +25,7 @@
 #include "core/import_context.h"
 #include "ks_eng5.h"
 
-namespace ks::text {
+namespace ks::core {
 
 class EntryFormRows {
  public:
@@ -68,4 +69,4 @@ class EntryFormRows {
   std::vector<std::string> values_;   // the values the records point into
 };
 
-}  // namespace ks::text
+}  // namespace ks::core

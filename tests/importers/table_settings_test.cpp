@@ -1,0 +1,97 @@
+// The strings a table import is driven by: the settings string the table
+// dialogs write, the connection strings built for each kind of file, and the
+// text values become.
+#include <gtest/gtest.h>
+
+#include "importers/tables/ado_util.h"
+#include "importers/tables/connection_string.h"
+#include "importers/tables/table_import_settings.h"
+#include "importers/tables/value_text.h"
+#include "ks_imp.h"
+
+namespace ks::tables {
+namespace {
+
+TEST(TableImportSettings, TableListAndSingleTable) {
+  TableImportSettings s;
+  ASSERT_TRUE(ParseTableImportSettings("conn\x1b/d/a.mdb\x1bPeople;end_tables\x1bName\r\nTown\r\n", s));
+  EXPECT_EQ(s.connection, "conn");
+  EXPECT_EQ(s.source_path, "/d/a.mdb");
+  EXPECT_EQ(s.tables, std::vector<std::string>{"People"});
+  EXPECT_EQ(s.single_table, "People");
+  EXPECT_EQ(s.field_names, (std::vector<std::string>{"Name", "Town"}));
+
+  ASSERT_TRUE(ParseTableImportSettings("conn\x1b\x1b" "A;B;end_tables", s));
+  EXPECT_EQ(s.tables, (std::vector<std::string>{"A", "B"}));
+  EXPECT_EQ(s.single_table, "");
+  EXPECT_TRUE(s.field_names.empty());
+
+  // The connection alone: every table, the columns' own names.
+  ASSERT_TRUE(ParseTableImportSettings("DSN=x", s));
+  EXPECT_TRUE(s.tables.empty());
+  EXPECT_FALSE(ParseTableImportSettings("\x1b/d/a.mdb\x1b" "A;end_tables", s));
+
+  const TableImportSettings written{"c", "/p", {"T1", "T 2"}, "", {"x", "y"}};
+  ASSERT_TRUE(ParseTableImportSettings(TableImportSettingsString(written), s));
+  EXPECT_EQ(s.tables, written.tables);
+  EXPECT_EQ(s.field_names, written.field_names);
+}
+
+TEST(ConnectionString, BracesKeysAndBareElements) {
+  const ConnectionString c("ODBC;DSN='';DRIVER={Drv; with {x}} and = };DBQ=/d;UID=admin");
+  EXPECT_EQ(c.Get("driver"), "Drv; with {x} and = ");  // braces keep their blanks
+  EXPECT_EQ(c.Get("dbq"), "/d");
+  EXPECT_EQ(c.Get("DSN"), "''");
+  EXPECT_EQ(c.Get("ODBC"), "");
+  EXPECT_EQ(c.Get("PWD"), std::nullopt);
+  EXPECT_EQ(ConnectionString("dbq=" + ConnectionString::Quote("/a b;c}")).Get("DBQ"), "/a b;c}");
+}
+
+TEST(CAdoUtil, FindsDriversBySearchTextInListOrder) {
+  const TableDrivers with_old_drivers({"SQLite3", "Microsoft dBase Driver (*.dbf)",
+                                       "Microsoft FoxPro Driver (*.dbf)", "Microsoft Access X"},
+                                      {});
+  // The first search text finds nothing; the older driver's text does.
+  EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kDbase, "/d/t.dbf", with_old_drivers),
+            "DRIVER={Microsoft dBase Driver (*.dbf)};DBQ=/d;SourceType=DBF;UID=admin");
+  EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kFoxPro, "/d/t.dbf", with_old_drivers),
+            "ODBC;DSN='';DRIVER={Microsoft FoxPro Driver (*.dbf)};DBQ=/d;SourceType=DBF;UID=admin");
+  EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kAccess, "/d/my db.mdb", with_old_drivers),
+            "driver={Microsoft Access X};dbq={/d/my db.mdb}");
+  EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kExcel, "/d/x.xls", with_old_drivers), "");
+  EXPECT_EQ(TableSourceKindOf(KSIMP_TYPE_VISUAL_FOXPRO), TableSourceKind::kFoxPro);
+  EXPECT_EQ(TableSourceKindOf(KSIMP_TYPE_TEXT), std::nullopt);
+}
+
+TEST(ValueText, NumbersDatesAndBooleansIgnoreTheLocale) {
+  std::string out;
+  const auto text = [&out](auto append) {
+    out.clear();
+    append();
+    return out;
+  };
+  EXPECT_EQ(text([&] { AppendDecimalText("  12.50", out); }), "12.5");
+  EXPECT_EQ(text([&] { AppendDecimalText("+7.00 ", out); }), "7");
+  EXPECT_EQ(text([&] { AppendDecimalText("-0.000", out); }), "0");
+  EXPECT_EQ(text([&] { AppendDecimalText("-3.", out); }), "-3");
+  EXPECT_EQ(text([&] { AppendScaled(-12345, 4, out); }), "-1.2345");
+  EXPECT_EQ(text([&] { AppendScaled(-5000, 4, out); }), "-0.5");
+  EXPECT_EQ(text([&] { AppendScaled(20000, 4, out); }), "2");
+  EXPECT_EQ(text([&] { AppendDouble(0.1, out); }), "0.1");
+  EXPECT_EQ(text([&] { AppendDouble(-0.0, out); }), "0");
+  EXPECT_EQ(text([&] { AppendBoolean(false, out); }), "False");
+  // Day serials from 1899-12-30, the time of day also before it.
+  EXPECT_EQ(text([&] { AppendSerialDateTime(45000, false, out); }), "2023-03-15");
+  EXPECT_EQ(text([&] { AppendSerialDateTime(45000.75, false, out); }), "2023-03-15 18:00:00");
+  EXPECT_EQ(text([&] { AppendSerialDateTime(-1.25, false, out); }), "1899-12-29 06:00:00");
+  EXPECT_EQ(text([&] { AppendSerialDateTime(1.9999999999, false, out); }), "1900-01-01");
+  EXPECT_EQ(text([&] { AppendDate(DateFromJulianDay(2451545), out); }), "2000-01-01");
+  for (const int64_t day : {-800000L, -1L, 0L, 59L, 11016L, 2932896L}) {
+    EXPECT_EQ(DaysSinceEpoch(DateFromDaysSinceEpoch(day)), day);
+  }
+  EXPECT_FALSE(IsValidDate({1900, 2, 29}));
+  EXPECT_TRUE(IsValidDate({2000, 2, 29}));
+}
+
+}  // namespace
+}  // namespace ks::tables
