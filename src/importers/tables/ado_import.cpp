@@ -47,9 +47,21 @@ int CImpADO::Prepare(ImportContext& context) {
     return 1;
   }
   settings_.source_path = name;
+  std::error_code error;
+  const bool folder = std::filesystem::is_directory(name, error);
   if (kind_) {
+    // A folder is the database of its dBase, FoxPro or Paradox tables.
     settings_.connection = ks::tables::CAdoUtil::BuildConnectionString(
-        *kind_, name, ks::tables::TableDrivers::Installed());
+        *kind_, folder ? name + "/" : name, ks::tables::TableDrivers::Installed());
+  }
+  const bool table_per_file = kind_ == ks::tables::TableSourceKind::kDbase ||
+                              kind_ == ks::tables::TableSourceKind::kFoxPro ||
+                              kind_ == ks::tables::TableSourceKind::kParadox;
+  if (table_per_file && !folder) {
+    // Such a file is one table of the folder it lies in: the user named
+    // that one, not its neighbours.
+    settings_.single_table = std::filesystem::path(name).stem().string();
+    settings_.tables = {settings_.single_table};
   }
   if (settings_.connection.empty()) {
     context.RecordError(error_code::kNoAdoInstance);

@@ -5,8 +5,9 @@
 // ODBC data source.
 //
 // The source name is a table settings string (table_import_settings.h) or a
-// plain path, for which the connection is built from the file type and
-// every table is read.
+// plain path, for which the connection is built from the file type: every
+// table of an Access database or a workbook is read, the one table of a
+// dBase, FoxPro or Paradox file, every table of a folder of them.
 //
 // Progress: each table adds a step that doubles from table to table,
 // starting at twice the file's length divided by the number of tables, and
