@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <charconv>
 #include <iterator>
 
 #include <fmt/format.h>
@@ -176,6 +177,20 @@ void OdbcCursor::ReadColumn(size_t index) {
         nulls_[index] = false;
       }
       return;
+    case Kind::kInteger:
+      // As digits, which every driver gives the same way: a driver asked
+      // for a 64-bit number may silently cut what does not fit (SQLite's
+      // gives 1 for a stored 1e+20), where its text stays whole.
+      if (ReadOdbcText(statement_, column, nullptr, out)) {
+        nulls_[index] = false;
+        int64_t value = 0;
+        const auto [end, error] = std::from_chars(out.data(), out.data() + out.size(), value);
+        if (error == std::errc() && end == out.data() + out.size()) {
+          out.clear();
+          AppendInteger(value, out);
+        }
+      }
+      return;
     case Kind::kBoolText:
       if (ReadOdbcText(statement_, column, &decoder_, out)) {
         nulls_[index] = false;
@@ -201,12 +216,6 @@ bool OdbcCursor::ReadTyped(SQLUSMALLINT column, Kind kind, std::string& out) {
   SQLLEN indicator = 0;
   SQLRETURN result = SQL_ERROR;
   switch (kind) {
-    case Kind::kInteger: {
-      SQLBIGINT value = 0;
-      result = SQLGetData(statement, column, SQL_C_SBIGINT, &value, 0, &indicator);
-      if (SQL_SUCCEEDED(result) && indicator != SQL_NULL_DATA) AppendInteger(value, out);
-      break;
-    }
     case Kind::kDouble: {
       SQLDOUBLE value = 0;
       result = SQLGetData(statement, column, SQL_C_DOUBLE, &value, 0, &indicator);
