@@ -5,14 +5,16 @@
 
 namespace ks::tables {
 
-TableDrivers TableDrivers::Installed() {
+TableDrivers TableDrivers::Installed() { return TableDrivers(InstalledOdbcDriverNames(), BuiltIn()); }
+
+std::vector<std::unique_ptr<TableDriver>> TableDrivers::BuiltIn() {
   std::vector<std::unique_ptr<TableDriver>> built_in;
   built_in.push_back(MakeAccessDriver());
   built_in.push_back(MakeExcelDriver());
   built_in.push_back(MakeDbaseDriver());
   built_in.push_back(MakeFoxProDriver());
   built_in.push_back(MakeParadoxDriver());
-  return TableDrivers(InstalledOdbcDriverNames(), std::move(built_in));
+  return built_in;
 }
 
 TableDrivers::TableDrivers(std::vector<std::string> odbc_names,

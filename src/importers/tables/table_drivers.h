@@ -18,6 +18,8 @@ class TableDrivers {
  public:
   // The drivers installed on this machine and the built-in ones.
   static TableDrivers Installed();
+  // The drivers this library brings, in list order.
+  static std::vector<std::unique_ptr<TableDriver>> BuiltIn();
 
   TableDrivers(std::vector<std::string> odbc_names,
                std::vector<std::unique_ptr<TableDriver>> built_in);

@@ -191,15 +191,7 @@ TEST_F(OdbcSqlite, ImportGivesADocumentPerRow) {
 
 TEST(OdbcDriverList, BuiltInDriversKeepTheirSearchTextsBesideRealOdbcNames) {
   TableDrivers drivers({"PostgreSQL ANSI", "PostgreSQL Unicode", "SQLite", "SQLite3", "MDBTools"},
-                       [] {
-                         std::vector<std::unique_ptr<TableDriver>> built_in;
-                         built_in.push_back(MakeAccessDriver());
-                         built_in.push_back(MakeExcelDriver());
-                         built_in.push_back(MakeDbaseDriver());
-                         built_in.push_back(MakeFoxProDriver());
-                         built_in.push_back(MakeParadoxDriver());
-                         return built_in;
-                       }());
+                       TableDrivers::BuiltIn());
   EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kAccess, "/d/a.mdb", drivers),
             "driver={" + std::string(kAccessDriverName) + "};dbq=/d/a.mdb");
   EXPECT_EQ(CAdoUtil::BuildConnectionString(TableSourceKind::kDbase, "/d/t.dbf", drivers),
