@@ -45,6 +45,9 @@ TEST(ConnectionString, BracesKeysAndBareElements) {
   EXPECT_EQ(c.Get("ODBC"), "");
   EXPECT_EQ(c.Get("PWD"), std::nullopt);
   EXPECT_EQ(ConnectionString("dbq=" + ConnectionString::Quote("/a b;c}")).Get("DBQ"), "/a b;c}");
+  // What reaches the log never shows a password.
+  EXPECT_EQ(ConnectionString("DRIVER={PostgreSQL Unicode};Pwd={s;cret};UID=me;password=x").Displayed(),
+            "DRIVER={PostgreSQL Unicode};Pwd=***;UID=me;password=***");
 }
 
 TEST(CAdoUtil, FindsDriversBySearchTextInListOrder) {

@@ -76,7 +76,8 @@ std::string CImpADO::SourceName() const {
   if (!settings_.source_path.empty()) {
     return std::filesystem::path(settings_.source_path).filename().string();
   }
-  return settings_.connection;
+  // A host's connection string may carry a password: never into the log.
+  return ks::tables::ConnectionString(settings_.connection).Displayed();
 }
 
 void CImpADO::DriverFailed(const TableError& error, const std::string& what) {

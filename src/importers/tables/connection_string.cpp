@@ -80,6 +80,19 @@ std::string ConnectionString::GetOr(std::string_view key, std::string_view fallb
   return value ? *value : std::string(fallback);
 }
 
+std::string ConnectionString::Displayed() const {
+  std::string text;
+  for (const auto& [key, value] : pairs_) {
+    if (!text.empty()) text += ';';
+    text += key;
+    if (value.empty()) continue;  // a bare element ("ODBC;")
+    const bool secret = SameKey(key, "PWD") || SameKey(key, "PASSWORD");
+    text += '=';
+    text += secret ? "***" : Quote(value);
+  }
+  return text;
+}
+
 std::string ConnectionString::Quote(std::string_view value) {
   if (value.find_first_of(";{}= ") == std::string_view::npos) return std::string(value);
   std::string quoted = "{";

@@ -25,6 +25,9 @@ class ConnectionString {
   // The pairs, in order, keys as written.
   const std::vector<std::pair<std::string, std::string>>& pairs() const { return pairs_; }
   const std::string& text() const { return text_; }
+  // The string for a message or the log: a password (PWD, PASSWORD) is
+  // shown as "***".
+  std::string Displayed() const;
 
   // `value` as it may stand after "KEY=": in braces when it holds a
   // character that would end or split it.

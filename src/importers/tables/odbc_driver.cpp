@@ -113,20 +113,6 @@ class OdbcConnection final : public TableConnection {
   std::string quote_;  // the driver's identifier quote; empty when it has none
 };
 
-// The connection string for a message: a password in it is not shown.
-std::string Described(const ConnectionString& connection) {
-  std::string text;
-  for (const auto& [key, value] : connection.pairs()) {
-    if (!text.empty()) text += ';';
-    text += key;
-    if (value.empty()) continue;  // a bare element ("ODBC;")
-    const bool secret = EqualsNoCase(key, "PWD") || EqualsNoCase(key, "PASSWORD");
-    text += '=';
-    text += secret ? "***" : ConnectionString::Quote(value);
-  }
-  return text;
-}
-
 }  // namespace
 
 std::vector<std::string> InstalledOdbcDriverNames() {
@@ -168,7 +154,7 @@ std::unique_ptr<TableConnection> ConnectOdbc(const ConnectionString& connection,
   dbc.Check(SQLDriverConnect(dbc.get(), nullptr, reinterpret_cast<SQLCHAR*>(text.data()),
                              static_cast<SQLSMALLINT>(text.size()), completed, sizeof completed,
                              &length, SQL_DRIVER_NOPROMPT),
-            "Could not connect to " + Described(connection));
+            "Could not connect to " + connection.Displayed());
   // Only read; a driver that has no such mode reads the same.
   SQLSetConnectAttr(dbc.get(), SQL_ATTR_ACCESS_MODE, reinterpret_cast<SQLPOINTER>(SQL_MODE_READ_ONLY), 0);
   return std::make_unique<OdbcConnection>(std::move(session));
