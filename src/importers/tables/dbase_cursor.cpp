@@ -13,17 +13,7 @@ namespace {
 // About this many bytes of records are read at a time.
 constexpr size_t kBlockBytes = 256 * 1024;
 
-uint32_t Le32(const char* p) {
-  uint32_t value;
-  std::memcpy(&value, p, sizeof value);  // the tables and this library's machines are little-endian
-  return value;
-}
-
-uint64_t BigEndian(const char* p, int bytes) {
-  uint64_t value = 0;
-  for (int i = 0; i < bytes; ++i) value = value << 8 | static_cast<uint8_t>(p[i]);
-  return value;
-}
+uint32_t Le32(const char* p) { return static_cast<uint32_t>(LittleEndian(p, 4)); }
 
 std::string_view TrimRight(std::string_view s) {
   while (!s.empty() && (s.back() == ' ' || s.back() == '\0')) s.remove_suffix(1);
@@ -159,8 +149,13 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
         return Text(digits, out);  // not a number: what is stored, as text
       }
       out.clear();
-      AppendDecimalText(digits, out);
-      std::replace(out.begin(), out.end(), ',', '.');  // a decimal comma
+      if (digits.find(',') == std::string_view::npos) {
+        AppendDecimalText(digits, out);
+      } else {
+        std::string point(digits);  // a decimal comma: rare enough to copy
+        std::replace(point.begin(), point.end(), ',', '.');
+        AppendDecimalText(point, out);
+      }
       return out;
     }
     case DbfValueKind::kDate: {
@@ -202,8 +197,7 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
       AppendInteger(static_cast<int32_t>(static_cast<uint32_t>(BigEndian(bytes.data(), 4)) ^ 0x80000000u), out);
       return out;
     case DbfValueKind::kCurrency: {
-      int64_t units;
-      std::memcpy(&units, bytes.data(), sizeof units);
+      const auto units = static_cast<int64_t>(LittleEndian(bytes.data(), 8));
       out.clear();
       AppendScaled(units, 4, out);
       return out;
@@ -220,8 +214,9 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
       return out;
     }
     case DbfValueKind::kDouble: {
+      const uint64_t bits = LittleEndian(bytes.data(), 8);
       double value;
-      std::memcpy(&value, bytes.data(), sizeof value);
+      std::memcpy(&value, &bits, sizeof value);
       out.clear();
       AppendDouble(value, out);
       return out;

@@ -18,13 +18,8 @@ constexpr size_t kVisualFoxProBacklink = 263;
 constexpr uint8_t kFlagNullable = 0x02;
 constexpr uint8_t kFlagBinary = 0x04;
 
-uint16_t Le16(std::string_view s, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(s[at]) | static_cast<uint8_t>(s[at + 1]) << 8);
-}
-
-uint32_t Le32(std::string_view s, size_t at) {
-  return static_cast<uint32_t>(Le16(s, at)) | static_cast<uint32_t>(Le16(s, at + 2)) << 16;
-}
+uint16_t Le16(std::string_view s, size_t at) { return static_cast<uint16_t>(LittleEndian(s.data() + at, 2)); }
+uint32_t Le32(std::string_view s, size_t at) { return static_cast<uint32_t>(LittleEndian(s.data() + at, 4)); }
 
 [[noreturn]] void Damaged(const std::string& why) {
   throw TableError(TableError::Kind::kDamaged, "not a readable dBase or FoxPro table: " + why);

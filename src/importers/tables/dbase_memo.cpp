@@ -1,19 +1,10 @@
 #include "importers/tables/dbase_memo.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ks::tables {
 namespace {
-
-uint32_t Be32(const unsigned char* p) {
-  return static_cast<uint32_t>(p[0]) << 24 | static_cast<uint32_t>(p[1]) << 16 |
-         static_cast<uint32_t>(p[2]) << 8 | p[3];
-}
-
-uint32_t Le32(const unsigned char* p) {
-  return static_cast<uint32_t>(p[3]) << 24 | static_cast<uint32_t>(p[2]) << 16 |
-         static_cast<uint32_t>(p[1]) << 8 | p[0];
-}
 
 // dBase III memos end at a 0x1A (written twice); we read this much at a
 // time while looking for it.
@@ -25,12 +16,12 @@ bool DbfMemoFile::Open(const std::string& path, DbfMemoStyle style) {
   std::string error;
   if (!file_.Open(path, error)) return false;
   style_ = style;
-  unsigned char header[32] = {};
-  if (file_.ReadAt(0, reinterpret_cast<char*>(header), sizeof header) != sizeof header) return false;
+  char header[32] = {};
+  if (file_.ReadAt(0, header, sizeof header) != sizeof header) return false;
   if (style == DbfMemoStyle::kFoxPro) {
-    block_size_ = static_cast<uint32_t>(header[6]) << 8 | header[7];
+    block_size_ = static_cast<uint32_t>(BigEndian(header + 6, 2));
   } else if (style == DbfMemoStyle::kDbase4) {
-    block_size_ = static_cast<uint32_t>(header[20]) | static_cast<uint32_t>(header[21]) << 8;
+    block_size_ = static_cast<uint32_t>(LittleEndian(header + 20, 2));
   }
   if (block_size_ == 0) block_size_ = 512;
   return true;
@@ -41,20 +32,19 @@ bool DbfMemoFile::Read(uint32_t block, std::string& out) const {
   if (block == 0 || !file_.is_open()) return false;
   const uint64_t offset = uint64_t{block} * block_size_;
   if (offset >= file_.size()) return false;
-  unsigned char head[8];
+  char head[8];
   if (style_ == DbfMemoStyle::kFoxPro) {
     // Block type (0 picture, 1 text, 2 object) and length, big-endian.
-    if (file_.ReadAt(offset, reinterpret_cast<char*>(head), 8) != 8) return false;
-    const uint64_t length = std::min<uint64_t>(Be32(head + 4), file_.size() - offset - 8);
+    if (file_.ReadAt(offset, head, 8) != 8) return false;
+    const uint64_t length = std::min<uint64_t>(BigEndian(head + 4, 4), file_.size() - offset - 8);
     out.resize(static_cast<size_t>(length));
     return file_.ReadAt(offset + 8, out.data(), out.size()) == static_cast<ptrdiff_t>(out.size());
   }
   if (style_ == DbfMemoStyle::kDbase4) {
     // FF FF 08 00 and a length that counts these eight bytes too.  A block
     // without that mark is read as dBase III writes them.
-    if (file_.ReadAt(offset, reinterpret_cast<char*>(head), 8) == 8 && head[0] == 0xFF && head[1] == 0xFF &&
-        head[2] == 0x08 && head[3] == 0x00) {
-      const uint32_t stored = Le32(head + 4);
+    if (file_.ReadAt(offset, head, 8) == 8 && std::memcmp(head, "\xff\xff\x08\x00", 4) == 0) {
+      const uint64_t stored = LittleEndian(head + 4, 4);
       const uint64_t length = std::min<uint64_t>(stored < 8 ? 0 : stored - 8, file_.size() - offset - 8);
       out.resize(static_cast<size_t>(length));
       return file_.ReadAt(offset + 8, out.data(), out.size()) == static_cast<ptrdiff_t>(out.size());

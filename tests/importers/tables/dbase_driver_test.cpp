@@ -143,7 +143,7 @@ TEST(DbaseTable, DatesNumbersAndLogicalsAsText) {
                                        record(' ', {"", "  -0.000", "?", ""}),
                                        record('*', {"20000101", "1", "F", "gone"}),
                                        record(' ', {"NotADate", "********", "n", ""}),
-                                       record(' ', {"20010229", "1,5", "x", "x"})}));
+                                       record(' ', {"20010229", "1,50", "x", "x"})}));
   const std::vector<Row> rows = ReadAll(dir.path(), "t");
   ASSERT_EQ(rows.size(), 4u);
   EXPECT_EQ(rows[0], (Row{"1961-07-04", "12.5", "True", "café"}));
