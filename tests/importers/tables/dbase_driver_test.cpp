@@ -22,6 +22,7 @@ struct Field {
   const char* name;
   char type;
   uint8_t length;
+  uint8_t flags = 0;  // Visual FoxPro: 0x02 nullable
 };
 
 // A table of `version` whose records are given as stored, deletion flag
@@ -31,7 +32,8 @@ std::string Dbf(const std::vector<Field>& fields, const std::vector<std::string>
   std::string out(32, '\0');
   out[0] = static_cast<char>(version);
   const auto count = static_cast<uint32_t>(records.size());
-  const auto header = static_cast<uint16_t>(32 + 32 * fields.size() + 1);
+  const size_t backlink = version == 0x30 ? 263 : 0;  // Visual FoxPro's
+  const auto header = static_cast<uint16_t>(32 + 32 * fields.size() + 1 + backlink);
   uint16_t length = 1;
   for (const Field& f : fields) length = static_cast<uint16_t>(length + f.length);
   std::memcpy(out.data() + 4, &count, 4);
@@ -43,9 +45,10 @@ std::string Dbf(const std::vector<Field>& fields, const std::vector<std::string>
     std::memcpy(descriptor.data(), f.name, std::strlen(f.name));
     descriptor[11] = f.type;
     descriptor[16] = static_cast<char>(f.length);
+    descriptor[18] = static_cast<char>(f.flags);
     out += descriptor;
   }
-  out += '\r';
+  out += '\r' + std::string(backlink, '\0');
   for (const std::string& record : records) out += record;
   return out + '\x1a';
 }
@@ -151,6 +154,28 @@ TEST(DbaseTable, DatesNumbersAndLogicalsAsText) {
   // What is no date or number stays as stored; stars mean a number too wide.
   EXPECT_EQ(rows[2], (Row{"NotADate", std::nullopt, "False", ""}));
   EXPECT_EQ(rows[3], (Row{"20010229", "1.5", std::nullopt, "x"}));
+}
+
+TEST(DbaseTable, VisualFoxProNullFlagsMakeNullsAndVarcharLengths) {
+  TempDir dir;
+  // _NullFlags: bit 0 the varchar's length, bit 1 V null, bit 2 I null.
+  const std::vector<Field> fields = {
+      {"V", 'V', 6, 0x02}, {"I", 'I', 4, 0x02}, {"Y", 'Y', 8}, {"T", 'T', 8}, {"_NullFlags", '0', 1, 0x05}};
+  const auto record = [](std::string v, int32_t i, int64_t y, uint32_t day, uint32_t ms, char flags) {
+    std::string out = " " + v;
+    out.append(reinterpret_cast<const char*>(&i), 4).append(reinterpret_cast<const char*>(&y), 8);
+    out.append(reinterpret_cast<const char*>(&day), 4).append(reinterpret_cast<const char*>(&ms), 4);
+    return out + flags;
+  };
+  WriteFile(dir, "vfp.dbf", Dbf(fields, {record(std::string("ab\0\0\0\x02", 6), -7, -12345, 2451545, 45296499, 0x01),
+                                         record("full!!", 0, 10000, 0, 0, 0x06)},
+                                0x03, 0x30));
+  std::vector<std::string> columns;
+  const std::vector<Row> rows = ReadAll(dir.path(), "vfp", &columns);
+  EXPECT_EQ(columns, (std::vector<std::string>{"V", "I", "Y", "T"}));
+  ASSERT_EQ(rows.size(), 2u);
+  EXPECT_EQ(rows[0], (Row{"ab", "-7", "-1.2345", "2000-01-01 12:34:56"}));
+  EXPECT_EQ(rows[1], (Row{std::nullopt, std::nullopt, "1", std::nullopt}));
 }
 
 TEST(DbaseTable, WithoutALanguageDriverTheCallersCodePageReadsTheText) {
