@@ -26,7 +26,18 @@ std::string_view Trim(std::string_view s) {
   return s;
 }
 
-bool AllOf(std::string_view s, std::string_view allowed) { return s.find_first_not_of(allowed) == std::string_view::npos; }
+// Whether every byte of `s` passes `test`: a plain loop, several times
+// faster than find_first_not_of, which runs memchr for every byte.
+template <typename Test>
+bool AllOf(std::string_view s, Test test) {
+  for (const char c : s) {
+    if (!test(c)) return false;
+  }
+  return true;
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsNumberByte(char c) { return IsDigit(c) || c == '.' || c == '-' || c == '+' || c == ','; }
 
 }  // namespace
 
@@ -144,8 +155,8 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
     }
     case DbfValueKind::kNumber: {
       const std::string_view digits = Trim(bytes);
-      if (AllOf(digits, "*")) return std::nullopt;  // blank, or stars for a number too wide
-      if (!AllOf(digits, "0123456789+-.,") || digits.find_first_of("0123456789") == std::string_view::npos) {
+      if (AllOf(digits, [](char c) { return c == '*'; })) return std::nullopt;  // blank, or stars for a number too wide
+      if (!AllOf(digits, IsNumberByte) || AllOf(digits, [](char c) { return !IsDigit(c); })) {
         return Text(digits, out);  // not a number: what is stored, as text
       }
       out.clear();
@@ -160,8 +171,8 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
     }
     case DbfValueKind::kDate: {
       const std::string_view stored = Trim(bytes);
-      if (AllOf(stored, "0")) return std::nullopt;  // blank or zeros: no date
-      if (stored.size() == 8 && AllOf(stored, "0123456789")) {
+      if (AllOf(stored, [](char c) { return c == '0'; })) return std::nullopt;  // blank or zeros: no date
+      if (stored.size() == 8 && AllOf(stored, IsDigit)) {
         const auto number = [&](size_t at, size_t n) {
           int value = 0;
           for (size_t i = at; i < at + n; ++i) value = value * 10 + (stored[i] - '0');
@@ -169,8 +180,9 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
         };
         const CivilDate date{number(0, 4), number(4, 2), number(6, 2)};
         if (IsValidDate(date)) {
-          out.clear();
-          AppendDate(date, out);
+          // YYYY-MM-DD from the stored digits, as AppendDate would write it.
+          out.assign(stored.substr(0, 4)).append(1, '-').append(stored.substr(4, 2)).append(1, '-');
+          out.append(stored.substr(6, 2));
           return out;
         }
       }
@@ -203,7 +215,7 @@ std::optional<std::string_view> DbfCursor::Decode(const DbfField& field, std::st
       return out;
     }
     case DbfValueKind::kDateTime: {
-      if (AllOf(bytes, std::string_view(" \0", 2))) return std::nullopt;
+      if (AllOf(bytes, [](char c) { return c == ' ' || c == '\0'; })) return std::nullopt;
       int64_t day = Le32(bytes.data());
       if (day == 0) return std::nullopt;
       int64_t seconds = (int64_t{Le32(bytes.data() + 4)} + 500) / 1000;
@@ -241,7 +253,7 @@ std::optional<std::string_view> DbfCursor::Memo(std::string_view bytes, std::str
     block = Le32(bytes.data());  // Visual FoxPro keeps the number in binary
   } else {
     const std::string_view digits = Trim(bytes);
-    if (digits.empty() || digits.size() > 9 || !AllOf(digits, "0123456789")) return std::nullopt;
+    if (digits.empty() || digits.size() > 9 || !AllOf(digits, IsDigit)) return std::nullopt;
     for (const char c : digits) block = block * 10 + static_cast<uint32_t>(c - '0');
   }
   if (!memo_->Read(block, memo_bytes_)) return std::nullopt;
