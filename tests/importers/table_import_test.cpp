@@ -190,9 +190,11 @@ TEST_F(TableImport, EmptyTablesAreSkippedAndFailuresSayWhy) {
 }
 
 TEST_F(TableImport, AnAbortInsideATableKeepsTheRowsBeforeIt) {
-  std::vector<std::vector<std::string>> rows(20000, {"Name", "Town", "20010101", "1"});
+  // Rows enough that a busy machine cannot finish them before the
+  // aborting thread gets its turn.
+  std::vector<std::vector<std::string>> rows(200000, {"Name", "Town", "20010101", "1"});
   const std::string big = Table("big", "big.dbf", DbaseTable(kPeople, rows));
-  ImportAbortingAfter(QueuedFile(big, KSIMP_TYPE_DBASE), 100, 20000);
+  ImportAbortingAfter(QueuedFile(big, KSIMP_TYPE_DBASE), 100, 200000);
 }
 
 // Every table file of the shared corpus imports, or fails with a message of
