@@ -8,7 +8,10 @@
 //     text, so that nothing written in the table is lost;
 //   - a table whose file ends before the records its header counts hands
 //     out the whole records there are and then fails as damaged, so the
-//     import keeps those rows and its log says the table is cut short;
+//     import keeps those rows and its log says the table is cut short
+//     (an end-of-file mark where a record would start is a clean end);
+//   - a logical other than T, Y, F, N (any case) is null, as is a number
+//     field of blanks or of the stars written for a number too wide;
 //   - memo fields whose memo file is missing are null.
 #include <algorithm>
 #include <filesystem>

@@ -1,7 +1,5 @@
 #include "importers/tables/dbase_layout.h"
 
-#include <cstring>
-
 #include <fmt/format.h>
 
 #include "importers/tables/table_source.h"
@@ -12,8 +10,6 @@ namespace {
 // dBase II: a fixed header of 8 bytes, 32 descriptors of 16 bytes and the
 // end mark; records follow at once.
 constexpr size_t kDbase2Header = 8 + 32 * 16 + 1;
-// Visual FoxPro puts the path of the table's database after the fields.
-constexpr size_t kVisualFoxProBacklink = 263;
 // Field flags of Visual FoxPro.
 constexpr uint8_t kFlagNullable = 0x02;
 constexpr uint8_t kFlagBinary = 0x04;
@@ -198,8 +194,9 @@ DbfLayout ReadDbfLayout(std::string_view header, uint64_t file_size) {
       continue;
     }
     if (layout.visual_foxpro) {
-      // _NullFlags has a bit for each variable-length field (set when the
-      // value is shorter than its field), then for each nullable one.
+      // _NullFlags gives each field its bits in field order: first, for a
+      // varchar or varbinary, the bit set when the value is shorter than its
+      // field; then, for a nullable field, its null bit.
       if (field.type == 'V' || field.type == 'Q') field.length_bit = next_bit++;
       if ((field.flags & kFlagNullable) != 0) field.null_bit = next_bit++;
     }
