@@ -41,6 +41,7 @@ shared_folders() {
     mail_message) echo eml eudora maildir ;;
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
+    dbase_table) echo dbf ;;
     *) ;;
   esac
 }

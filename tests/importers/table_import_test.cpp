@@ -1,0 +1,234 @@
+// The table import end to end, on dBase tables this test writes: rows become
+// documents of field lines, the settings string picks tables and field
+// names, the progress figures, entry forms, and what goes wrong.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <thread>
+
+#include "api/import_session.h"
+#include "api/session_import_context.h"
+#include "core/charset_converter.h"
+#include "import_fixture.h"
+#include "importers/tables/ado_import.h"
+#include "ks_imp.h"
+
+namespace {
+
+struct Column {
+  std::string name;
+  char type;  // C, N, D or L
+  uint8_t length;
+};
+
+// A dBase III table: rows of values as stored (blank for a null), a row
+// starting with '*' is deleted.
+std::string DbaseTable(const std::vector<Column>& columns, const std::vector<std::vector<std::string>>& rows) {
+  uint16_t record_length = 1;
+  for (const Column& c : columns) record_length = static_cast<uint16_t>(record_length + c.length);
+  const auto header_length = static_cast<uint16_t>(32 + 32 * columns.size() + 1);
+  std::string out(32, '\0');
+  out[0] = 0x03;
+  out[1] = 124;
+  out[2] = 1;
+  out[3] = 1;
+  const auto count = static_cast<uint32_t>(rows.size());
+  std::memcpy(out.data() + 4, &count, 4);
+  std::memcpy(out.data() + 8, &header_length, 2);
+  std::memcpy(out.data() + 10, &record_length, 2);
+  out[29] = 0x03;  // Windows-1252
+  for (const Column& c : columns) {
+    std::string field(32, '\0');
+    c.name.copy(field.data(), std::min<size_t>(c.name.size(), 10));
+    field[11] = c.type;
+    field[16] = static_cast<char>(c.length);
+    out += field;
+  }
+  out += '\r';
+  for (const auto& row : rows) {
+    const bool deleted = !row.empty() && row[0] == "*";
+    out += deleted ? '*' : ' ';
+    for (size_t i = 0; i < columns.size(); ++i) {
+      std::string value = row[i + (deleted ? 1 : 0)];
+      value.resize(columns[i].length, ' ');
+      if (columns[i].type == 'N') {  // numbers stand at the right
+        const std::string digits = row[i + (deleted ? 1 : 0)];
+        value = std::string(columns[i].length - digits.size(), ' ') + digits;
+      }
+      out += value;
+    }
+  }
+  out += '\x1a';
+  return out;
+}
+
+const std::vector<Column> kPeople = {{"NAME", 'C', 12}, {"CITY", 'C', 8}, {"BORN", 'D', 8}, {"SCORE", 'N', 7}};
+
+class TableImport : public ImportFixture {
+ protected:
+  // A table file in a folder of its own, as the driver reads every .dbf of
+  // the folder as one of its tables.
+  std::string Table(const std::string& folder, const std::string& name, const std::string& content) {
+    std::filesystem::create_directories(dir_.file(folder));
+    return WriteFile(dir_, folder + "/" + name, content);
+  }
+
+  static std::string Settings(const std::string& connection, const std::string& source,
+                              const std::string& tables, const std::string& field_names = "") {
+    return connection + '\x1b' + source + '\x1b' + tables + '\x1b' + field_names;
+  }
+
+  static std::string DbaseConnection(const std::string& file) {
+    char buffer[4096] = {};
+    EXPECT_EQ(KSIMP_GetTableConnectionString(KSIMP_TYPE_DBASE, file.c_str(), buffer, sizeof buffer), 1u);
+    return buffer;
+  }
+};
+
+TEST_F(TableImport, RowsBecomeDocumentsOfFieldLinesAndNullsStayAsEmptyLines) {
+  const std::string people = Table("db", "people.dbf",
+                                   DbaseTable(kPeople, {{"Smith", "Oslo", "19610704", "12.50"},
+                                                        {"*", "Gone", "", "", ""},
+                                                        {"", "", "", ""}}));
+  const ImportOutcome outcome = Import({QueuedFile(people, KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(Documents(), (std::vector<std::string>{
+                             "NAME[ Smith ]\r\nCITY[ Oslo ]\r\nBORN[ 1961-07-04 ]\r\nSCORE[ 12.5 ]\r\n",
+                             "NAME[  ]\r\nCITY[  ]\r\nBORN[  ]\r\nSCORE[  ]\r\n"}));
+}
+
+TEST_F(TableImport, SettingsPickTheTablesAndTheFieldNames) {
+  const std::string a = Table("db", "a.dbf", DbaseTable(kPeople, {{"Ann", "Rome", "20000101", "1"}}));
+  Table("db", "b.dbf", DbaseTable(kPeople, {{"Bob", "Bonn", "20000102", "2"}}));
+  Table("db", "c.dbf", DbaseTable(kPeople, {{"Cy", "Lyon", "20000103", "3"}}));
+  const std::string connection = DbaseConnection(a);
+
+  // One table named: only it, under the user's field names (the columns
+  // beyond them keep their own).
+  ImportOutcome outcome = Import({QueuedFile(
+      Settings(connection, a, "b;end_tables", "Who\r\nWhere\r\n"), KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(Documents(), std::vector<std::string>{
+                             "Who[ Bob ]\r\nWhere[ Bonn ]\r\nBORN[ 2000-01-02 ]\r\nSCORE[ 2 ]\r\n"});
+
+  // Two named, in the order given; a table's file alone is that table, its
+  // folder every table.
+  FreshDatabase();
+  Import({QueuedFile(Settings(connection, a, "c;a;end_tables"), KSIMP_TYPE_DBASE)});
+  ASSERT_EQ(Documents().size(), 2u);
+  EXPECT_TRUE(Documents()[0].starts_with("NAME[ Cy ]"));
+  FreshDatabase();
+  EXPECT_EQ(Import({QueuedFile(a, KSIMP_TYPE_DBASE)}).documents_added, 1u);
+  FreshDatabase();
+  EXPECT_EQ(Import({QueuedFile(dir_.file("db"), KSIMP_TYPE_DBASE)}).documents_added, 3u);
+}
+
+TEST_F(TableImport, ProgressStepDoublesFromTableToTableAndTheLengthComesLast) {
+  for (const char* name : {"a.dbf", "b.dbf", "c.dbf"}) {
+    Table("three", name, DbaseTable(kPeople, {{"x", "y", "", ""}}));
+  }
+  // The figures count from the source file's length, here 900 bytes.
+  const std::string source = WriteFile(dir_, "source.dat", std::string(900, 'x'));
+  const std::string connection = DbaseConnection(dir_.file("three/a.dbf"));
+
+  CImportSession session;
+  const uint32_t database = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  const uint32_t handle = session.InitImportUsingFileHandle(database);
+  SETDATA options;
+  options.import_handle = handle;
+  options.file_name = Settings(connection, source, "a;b;c;end_tables");
+  options.file_type = KSIMP_TYPE_DBASE;
+  options.import_location = KSIMP_LOC_END;
+  SessionImportContext context(session, handle, database, options);
+  CImpADO importer;
+  ASSERT_EQ(importer.Prepare(context), 1);
+  EXPECT_EQ(importer.Run(), 1);
+  // 600, 1200 and 2400 after the tables, 900 at the end.
+  EXPECT_EQ(session.handles().CurrentBytes(handle), 5100u);
+  EXPECT_EQ(session.handles().DocumentsAdded(handle), 3u);
+  session.ReleaseHandle(handle);
+  EngCloseDatabase(database);
+}
+
+TEST_F(TableImport, EntryFormModeMakesAnEntryPerRow) {
+  CreateForm("Person", {"NAME", "CITY", "BORN", "SCORE"});
+  QueuedFile file(Table("db", "p.dbf", DbaseTable(kPeople, {{"Ann", "Rome", "", "7"}, {"Bob", "", "", ""}})),
+                  KSIMP_TYPE_DBASE);
+  file.entry_form = "Person";
+  const ImportOutcome outcome = Import({file});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  const std::vector<StoredDocument> stored = StoredDocuments();
+  ASSERT_EQ(stored.size(), 2u);
+  EXPECT_EQ(stored[0].form, "Person");
+  EXPECT_EQ(stored[0].fields, (std::vector<std::pair<std::string, std::string>>{
+                                  {"NAME", "Ann"}, {"CITY", "Rome"}, {"BORN", ""}, {"SCORE", "7"}}));
+}
+
+TEST_F(TableImport, EmptyTablesAreSkippedAndFailuresSayWhy) {
+  const std::string empty = Table("empty", "e.dbf", DbaseTable(kPeople, {}));
+  Table("empty", "f.dbf", DbaseTable(kPeople, {{"Fay", "", "", ""}}));
+  ImportOutcome outcome = Import({QueuedFile(dir_.file("empty"), KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(Documents().size(), 1u);
+
+  // No connection in the settings; a folder without tables; a damaged table.
+  outcome = Import({QueuedFile(Settings("", empty, "e;end_tables"), KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.error, 14004u);
+  std::filesystem::create_directories(dir_.file("none"));
+  const std::string none = dir_.file("none/x.dbf");
+  outcome = Import({QueuedFile(Settings(DbaseConnection(none), none, ""), KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.error, 14003u);
+  EXPECT_NE(outcome.log.find("The x.dbf database contains no tables"), std::string::npos) << outcome.log;
+  const std::string broken = Table("broken", "b.dbf", "\x03\x7c\x01\x01 not a table");
+  outcome = Import({QueuedFile(broken, KSIMP_TYPE_DBASE)});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
+  EXPECT_NE(outcome.log.find("b.dbf"), std::string::npos) << outcome.log;
+  EXPECT_EQ(Documents().size(), 1u) << "what was imported before stays";
+}
+
+TEST_F(TableImport, AnAbortInsideATableKeepsTheRowsBeforeIt) {
+  // Rows enough that a busy machine cannot finish them before the
+  // aborting thread gets its turn.
+  std::vector<std::vector<std::string>> rows(200000, {"Name", "Town", "20010101", "1"});
+  const std::string big = Table("big", "big.dbf", DbaseTable(kPeople, rows));
+  ImportAbortingAfter(QueuedFile(big, KSIMP_TYPE_DBASE), 100, 200000);
+}
+
+// Every table file of the shared corpus imports, or fails with a message of
+// the table import's own and its reason in the log; nothing it stores is
+// anything but UTF-8.  Every dBase and FoxPro table imports.
+TEST_F(TableImport, CorpusTablesImportOrSayWhyNot) {
+  const std::vector<std::pair<const char*, int32_t>> folders = {
+      {"dbf", KSIMP_TYPE_DBASE}, {"xls", KSIMP_TYPE_EXCEL}, {"xlsx", KSIMP_TYPE_EXCEL},
+      {"mdb", KSIMP_TYPE_ACCESS}, {"paradox", KSIMP_TYPE_PARADOX}};
+  if (!std::filesystem::exists(Corpus("dbf"))) GTEST_SKIP() << "no corpus";
+  size_t dbase_tables = 0;
+  for (const auto& [folder, type] : folders) {
+    if (!std::filesystem::exists(Corpus(folder))) continue;
+    for (const auto& entry : std::filesystem::directory_iterator(Corpus(folder))) {
+      std::string extension = entry.path().extension().string();
+      for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+      if (extension == ".dbt" || extension == ".fpt" || extension == ".mb" || extension == ".px") continue;
+      FreshDatabase();
+      const ImportOutcome outcome = Import({QueuedFile(entry.path().string(), type)});
+      if (type == KSIMP_TYPE_DBASE) {
+        ++dbase_tables;
+        EXPECT_EQ(outcome.result, 1u) << entry.path() << ": " << outcome.log;
+        EXPECT_FALSE(Documents().empty()) << entry.path();
+      } else if (outcome.result != 1) {
+        EXPECT_TRUE(outcome.error == 11024 || outcome.error == 11026 || outcome.error == 14003)
+            << entry.path() << ": " << outcome.error;
+        EXPECT_FALSE(outcome.log.empty()) << entry.path();
+      }
+      for (const std::string& text : Documents()) {
+        EXPECT_TRUE(ks::core::IsValidUtf8(text)) << entry.path();
+      }
+    }
+  }
+  EXPECT_GE(dbase_tables, 12u);
+}
+
+}  // namespace
