@@ -146,6 +146,7 @@ bool CImpADO::ImportTable(const std::string& table, uint64_t step) {
       Log("The column " + column + " of the table " + table +
           " holds binary data, which is not imported.");
     }
+    for (const std::string& note : cursor_->Notes()) Log(note);
     uint32_t rows = 0;
     uint64_t position = progress_;
     while (!Aborted() && cursor_->Next()) {

@@ -62,6 +62,11 @@ DbfCursor::DbfCursor(std::unique_ptr<RandomAccessFile> file, DbfLayout layout, s
   block_ = std::make_unique<char[]>(records_per_block_ * layout_.record_length);
 }
 
+std::vector<std::string> DbfCursor::Notes() const {
+  if (memo_ || layout_.memo_style == DbfMemoStyle::kNone) return {};
+  return {"The memo file of " + file_name_ + " is missing: its memo fields are imported empty."};
+}
+
 std::vector<std::string> DbfCursor::BinaryColumns() const {
   std::vector<std::string> binary;
   for (size_t i = 0; i < names_.size(); ++i) {

@@ -32,6 +32,7 @@ class DbfCursor : public TableCursor {
   bool Next() override;
   std::optional<std::string_view> Value(size_t column) override;
   std::vector<std::string> BinaryColumns() const override;
+  std::vector<std::string> Notes() const override;
   double Progress() const override;
 
  private:

@@ -62,6 +62,9 @@ class TableCursor {
   // Columns whose values are binary (pictures, OLE objects) and are handed
   // out as null; the import logs them once per table.
   virtual std::vector<std::string> BinaryColumns() const { return {}; }
+  // Anything else about the table the import log should say, one sentence
+  // each (a memo file that is missing, ...).
+  virtual std::vector<std::string> Notes() const { return {}; }
   // How far the pass has come, 0 to 1, where the driver knows it; -1 when
   // it does not.
   virtual double Progress() const { return -1; }

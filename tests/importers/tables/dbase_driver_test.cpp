@@ -115,6 +115,12 @@ TEST_F(DbaseCorpus, AMissingMemoFileLeavesTheMemosNull) {
   const std::vector<Row> rows = ReadAll(kCorpus, "no_memofile");
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[0], (Row{"Alice", "1987-03-01", std::nullopt}));
+  const auto cursor = ks::tables::MakeDbaseDriver()
+                          ->Connect(ks::tables::ConnectionString("DBQ=" + kCorpus.string()), {})
+                          ->OpenTable("no_memofile");
+  ASSERT_EQ(cursor->Notes().size(), 1u) << "the import log learns why the memos are empty";
+  EXPECT_NE(cursor->Notes()[0].find("memo file of no_memofile.dbf is missing"), std::string::npos)
+      << cursor->Notes()[0];
 }
 
 TEST_F(DbaseCorpus, VisualFoxProTypesNullsAndVarchars) {
