@@ -70,7 +70,8 @@ std::vector<std::string> ParadoxCursor::BinaryColumns() const {
 }
 
 double ParadoxCursor::Progress() const {
-  if (blocks_in_file_ == 0) return 1;
+  // Free blocks are not in the chain: the end of it is the end of the table.
+  if (finished_ || blocks_in_file_ == 0) return 1;
   return std::min(1.0, static_cast<double>(blocks_read_) / static_cast<double>(blocks_in_file_));
 }
 
@@ -98,6 +99,7 @@ bool ParadoxCursor::NextBlock() {
     }
     if (records_in_block_ != 0) return true;
   }
+  finished_ = true;
   return false;
 }
 

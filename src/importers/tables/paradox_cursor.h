@@ -59,6 +59,7 @@ class ParadoxCursor : public TableCursor {
   uint64_t blocks_read_ = 0;  // bounds the walk, and gives the progress
   uint32_t next_block_ = 0;   // the next block of the chain; 0 at its end
   uint32_t block_number_ = 0;  // the block in block_; 0 before the first
+  bool finished_ = false;      // the chain's end was reached
   std::string block_;
   size_t records_in_block_ = 0;
   size_t next_record_ = 0;
