@@ -41,6 +41,7 @@ shared_folders() {
     mail_message) echo eml eudora maildir ;;
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
+    paradox_table) echo paradox ;;
     *) ;;
   esac
 }
@@ -51,6 +52,7 @@ shared_folders() {
 max_len() {
   case $1 in
     mailbox_reader) echo 8192 ;;
+    paradox_table) echo 16384 ;;  # a header and a few blocks, and the .mb after them
     *) echo 4096 ;;
   esac
 }
