@@ -35,7 +35,8 @@ void WriteFile(const fs::path& path, std::string_view bytes) {
 }
 
 size_t Word(std::string_view bytes, size_t at) {
-  return static_cast<uint8_t>(bytes[at]) | static_cast<size_t>(static_cast<uint8_t>(bytes[at + 1])) << 8;
+  return static_cast<uint8_t>(bytes[at]) | static_cast<size_t>(static_cast<uint8_t>(bytes[at + 1]))
+                                               << 8;
 }
 
 // Where the .db part ends: as far as its header says, or the whole input.

@@ -11,20 +11,14 @@ namespace {
 
 constexpr size_t kBlockHeadSize = 6;  // next block, previous block, offset of the last record
 
-uint16_t Word(std::string_view bytes, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1]) << 8);
-}
-
-uint32_t Long(std::string_view bytes, size_t at) {
-  return static_cast<uint32_t>(Word(bytes, at)) | static_cast<uint32_t>(Word(bytes, at + 2)) << 16;
-}
-
 bool IsBinary(ParadoxType type) {
   return type == ParadoxType::kBlob || type == ParadoxType::kOle || type == ParadoxType::kGraphic ||
          type == ParadoxType::kBytes;
 }
 
-bool IsMemo(ParadoxType type) { return type == ParadoxType::kMemo || type == ParadoxType::kFormattedMemo; }
+bool IsMemo(ParadoxType type) {
+  return type == ParadoxType::kMemo || type == ParadoxType::kFormattedMemo;
+}
 
 // The iconv name of a code page number the header gives; "" for none.
 std::string CharsetOf(uint16_t code_page) {
@@ -35,7 +29,8 @@ std::string CharsetOf(uint16_t code_page) {
 
 ParadoxHeader ReadHeader(const ReadOnlyFile& file) {
   std::string bytes;
-  file.ReadAt(0, static_cast<size_t>(std::min<uint64_t>(file.size(), kParadoxFixedHeaderSize)), bytes);
+  file.ReadAt(0, static_cast<size_t>(std::min<uint64_t>(file.size(), kParadoxFixedHeaderSize)),
+              bytes);
   const size_t size = std::max<size_t>(ParadoxHeaderSize(bytes), kParadoxFixedHeaderSize);
   file.ReadAt(0, static_cast<size_t>(std::min<uint64_t>(file.size(), size)), bytes);
   return ParseParadoxHeader(bytes, file.size());
@@ -43,8 +38,8 @@ ParadoxHeader ReadHeader(const ReadOnlyFile& file) {
 
 }  // namespace
 
-ParadoxCursor::ParadoxCursor(const std::filesystem::path& table_path, std::filesystem::path memo_path,
-                             const TableReadOptions& options)
+ParadoxCursor::ParadoxCursor(const std::filesystem::path& table_path,
+                             std::filesystem::path memo_path, const TableReadOptions& options)
     : file_(table_path.string()),
       header_(ReadHeader(file_)),
       memo_path_(std::move(memo_path)),
@@ -80,19 +75,23 @@ bool ParadoxCursor::NextBlock() {
     const auto damaged = [this](const std::string& what) {
       return TableError(TableError::Kind::kDamaged, fmt::format("{}: {}", file_.path(), what));
     };
-    if (next_block_ > blocks_in_file_) throw damaged(fmt::format("data block {} lies beyond the file", next_block_));
+    if (next_block_ > blocks_in_file_)
+      throw damaged(fmt::format("data block {} lies beyond the file", next_block_));
     // Every block is read at most once in a sound chain; this bound ends
     // the walk whatever the back links say.
     if (blocks_read_ >= blocks_in_file_) throw damaged("the chain of data blocks loops");
-    file_.ReadAt(header_.header_size + uint64_t{next_block_ - 1} * header_.block_size, header_.block_size, block_);
+    file_.ReadAt(header_.header_size + uint64_t{next_block_ - 1} * header_.block_size,
+                 header_.block_size, block_);
     ++blocks_read_;
-    if (Word(block_, 2) != block_number_) {
-      throw damaged(fmt::format("data block {} is not linked back to block {}", next_block_, block_number_));
+    if (ParadoxWord(block_, 2) != block_number_) {
+      throw damaged(
+          fmt::format("data block {} is not linked back to block {}", next_block_, block_number_));
     }
     block_number_ = next_block_;
-    next_block_ = Word(block_, 0);
-    const auto last_record = static_cast<int16_t>(Word(block_, 4));
-    records_in_block_ = last_record < 0 ? 0 : static_cast<size_t>(last_record) / header_.record_size + 1;
+    next_block_ = ParadoxWord(block_, 0);
+    const auto last_record = static_cast<int16_t>(ParadoxWord(block_, 4));
+    records_in_block_ =
+        last_record < 0 ? 0 : static_cast<size_t>(last_record) / header_.record_size + 1;
     next_record_ = 0;
     if (kBlockHeadSize + records_in_block_ * header_.record_size > header_.block_size) {
       throw damaged(fmt::format("data block {} claims more records than it holds", block_number_));
@@ -105,8 +104,8 @@ bool ParadoxCursor::NextBlock() {
 
 bool ParadoxCursor::Next() {
   if (next_record_ >= records_in_block_ && !NextBlock()) return false;
-  const std::string_view record =
-      std::string_view(block_).substr(kBlockHeadSize + next_record_ * header_.record_size, header_.record_size);
+  const std::string_view record = std::string_view(block_).substr(
+      kBlockHeadSize + next_record_ * header_.record_size, header_.record_size);
   ++next_record_;
   DecodeRecord(record);
   return true;
@@ -140,8 +139,8 @@ void ParadoxCursor::DecodeRecord(std::string_view record) {
 bool ParadoxCursor::ReadMemo(const ParadoxField& field, std::string_view bytes, std::string& out) {
   const size_t leader_size = field.width - kBlobPointerSize;
   const std::string_view leader = bytes.substr(0, leader_size);
-  const uint32_t pointer = Long(bytes, leader_size);
-  const uint32_t length = Long(bytes, leader_size + 4);
+  const uint32_t pointer = ParadoxLong(bytes, leader_size);
+  const uint32_t length = ParadoxLong(bytes, leader_size + 4);
   if (length == 0) return false;
   std::string_view text;
   if (pointer == 0) {

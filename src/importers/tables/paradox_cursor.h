@@ -56,8 +56,8 @@ class ParadoxCursor : public TableCursor {
   std::vector<std::string> columns_;
 
   uint64_t blocks_in_file_ = 0;
-  uint64_t blocks_read_ = 0;  // bounds the walk, and gives the progress
-  uint32_t next_block_ = 0;   // the next block of the chain; 0 at its end
+  uint64_t blocks_read_ = 0;   // bounds the walk, and gives the progress
+  uint32_t next_block_ = 0;    // the next block of the chain; 0 at its end
   uint32_t block_number_ = 0;  // the block in block_; 0 before the first
   bool finished_ = false;      // the chain's end was reached
   std::string block_;

@@ -17,7 +17,9 @@ namespace fs = std::filesystem;
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    const auto lower = [](char c) {
+      return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
     return lower(x) == lower(y);
   });
 }
@@ -29,11 +31,13 @@ std::vector<fs::path> FilesWithExtension(const fs::path& folder, std::string_vie
   std::error_code error;
   for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
     std::error_code type_error;
-    if (it->is_regular_file(type_error) && EqualIgnoringCase(it->path().extension().string(), extension)) {
+    if (it->is_regular_file(type_error) &&
+        EqualIgnoringCase(it->path().extension().string(), extension)) {
       files.push_back(it->path());
     }
   }
-  if (error) throw TableError(TableError::Kind::kNotFound, folder.string() + ": " + error.message());
+  if (error)
+    throw TableError(TableError::Kind::kNotFound, folder.string() + ": " + error.message());
   std::sort(files.begin(), files.end());
   return files;
 }
@@ -74,7 +78,8 @@ class ParadoxConnection : public TableConnection {
   std::unique_ptr<ParadoxCursor> Open(std::string_view table) {
     const fs::path path = FindByStem(FilesWithExtension(folder_, ".db"), table);
     if (path.empty()) {
-      throw TableError(TableError::Kind::kNotFound, "no Paradox table " + std::string(table) + " in " + folder_.string());
+      throw TableError(TableError::Kind::kNotFound,
+                       "no Paradox table " + std::string(table) + " in " + folder_.string());
     }
     const fs::path memo = FindByStem(FilesWithExtension(folder_, ".mb"), path.stem().string());
     return std::make_unique<ParadoxCursor>(path, memo, options_);
@@ -91,11 +96,13 @@ class ParadoxDriver : public TableDriver {
   std::unique_ptr<TableConnection> Connect(const ConnectionString& connection,
                                            const TableReadOptions& options) override {
     const std::string dbq = connection.GetOr("DBQ", "");
-    if (dbq.empty()) throw TableError(TableError::Kind::kNotFound, "the connection names no folder (DBQ)");
+    if (dbq.empty())
+      throw TableError(TableError::Kind::kNotFound, "the connection names no folder (DBQ)");
     fs::path folder = dbq;
     std::error_code error;
     // A DBQ naming one of the tables stands for its folder.
-    if (fs::is_regular_file(folder, error)) folder = folder.has_parent_path() ? folder.parent_path() : ".";
+    if (fs::is_regular_file(folder, error))
+      folder = folder.has_parent_path() ? folder.parent_path() : ".";
     if (!fs::is_directory(folder, error)) {
       throw TableError(TableError::Kind::kNotFound, dbq + ": no such folder of Paradox tables");
     }
@@ -108,6 +115,8 @@ class ParadoxDriver : public TableDriver {
 
 }  // namespace
 
-std::unique_ptr<TableDriver> MakeParadoxDriver() { return std::make_unique<ParadoxDriver>(); }
+std::unique_ptr<TableDriver> MakeParadoxDriver() {
+  return std::make_unique<ParadoxDriver>();
+}
 
 }  // namespace ks::tables

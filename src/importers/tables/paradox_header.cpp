@@ -39,14 +39,6 @@ constexpr uint32_t kNoEncryptionMark = 0xFF00FF00;
 
 constexpr uint16_t kBcdWidth = 17;
 
-uint16_t Word(std::string_view bytes, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1]) << 8);
-}
-
-uint32_t Long(std::string_view bytes, size_t at) {
-  return static_cast<uint32_t>(Word(bytes, at)) | static_cast<uint32_t>(Word(bytes, at + 2)) << 16;
-}
-
 [[noreturn]] void Damaged(const std::string& what) {
   throw TableError(TableError::Kind::kDamaged, "not a readable Paradox table: " + what);
 }
@@ -108,23 +100,24 @@ uint16_t WidthOf(ParadoxType type, uint8_t size) {
 }  // namespace
 
 uint16_t ParadoxHeaderSize(std::string_view first_bytes) {
-  return first_bytes.size() < kHeaderSizeAt + 2 ? 0 : Word(first_bytes, kHeaderSizeAt);
+  return first_bytes.size() < kHeaderSizeAt + 2 ? 0 : ParadoxWord(first_bytes, kHeaderSizeAt);
 }
 
 ParadoxHeader ParseParadoxHeader(std::string_view bytes, uint64_t file_size) {
   if (bytes.size() < kParadoxFixedHeaderSize) Damaged("the file is shorter than a header");
   ParadoxHeader header;
-  header.record_size = Word(bytes, kRecordSizeAt);
-  header.header_size = Word(bytes, kHeaderSizeAt);
+  header.record_size = ParadoxWord(bytes, kRecordSizeAt);
+  header.header_size = ParadoxWord(bytes, kHeaderSizeAt);
   header.version = static_cast<uint8_t>(bytes[kVersionAt]);
   const auto file_type = static_cast<uint8_t>(bytes[kFileTypeAt]);
   const auto block_kilobytes = static_cast<uint8_t>(bytes[kBlockKilobytesAt]);
   header.block_size = block_kilobytes * 1024u;
-  header.record_count = Long(bytes, kRecordCountAt);
-  header.first_block = Word(bytes, kFirstBlockAt);
-  const uint16_t field_count = Word(bytes, kFieldCountAt);
+  header.record_count = ParadoxLong(bytes, kRecordCountAt);
+  header.first_block = ParadoxWord(bytes, kFirstBlockAt);
+  const uint16_t field_count = ParadoxWord(bytes, kFieldCountAt);
 
-  if (file_type != kKeyedTable && file_type != kUnkeyedTable) Damaged("the file is an index, not a table");
+  if (file_type != kKeyedTable && file_type != kUnkeyedTable)
+    Damaged("the file is an index, not a table");
   if (header.version < 3 || header.version > kLastKnownVersion) Damaged("unknown version");
   if (header.header_size < kParadoxFixedHeaderSize || header.header_size > bytes.size() ||
       header.header_size > file_size) {
@@ -132,27 +125,31 @@ ParadoxHeader ParseParadoxHeader(std::string_view bytes, uint64_t file_size) {
   }
   if (block_kilobytes == 0 || block_kilobytes > 32) Damaged("the block size is wrong");
   // A block holds a 6-byte head and at least one record.
-  if (header.record_size == 0 || header.record_size + 6u > header.block_size) Damaged("the record size is wrong");
+  if (header.record_size == 0 || header.record_size + 6u > header.block_size)
+    Damaged("the record size is wrong");
   if (field_count == 0) Damaged("the table has no field");
 
   const bool version4 = header.version >= kFirstVersion4;
-  const uint32_t encryption1 = Long(bytes, kEncryption1At);
+  const uint32_t encryption1 = ParadoxLong(bytes, kEncryption1At);
   if (version4) {
     if (header.header_size < kFieldsAtVersion4) Damaged("the header's size is wrong");
-    header.encrypted = Long(bytes, kEncryption2At) != 0 || (encryption1 != 0 && encryption1 != kNoEncryptionMark);
-    header.code_page = Word(bytes, kCodePageAt);
+    header.encrypted = ParadoxLong(bytes, kEncryption2At) != 0 ||
+                       (encryption1 != 0 && encryption1 != kNoEncryptionMark);
+    header.code_page = ParadoxWord(bytes, kCodePageAt);
   } else {
     header.encrypted = encryption1 != 0;
   }
   if (header.encrypted) {
-    throw TableError(TableError::Kind::kPasswordProtected, "the Paradox table is encrypted with a password");
+    throw TableError(TableError::Kind::kPasswordProtected,
+                     "the Paradox table is encrypted with a password");
   }
 
   // The header ends where data block 1 starts; nothing of it is read
   // beyond that.
   const std::string_view head = bytes.substr(0, header.header_size);
   size_t at = version4 ? kFieldsAtVersion4 : kFieldsAtVersion3;
-  if (head.size() < at || (head.size() - at) / 2 < field_count) Damaged("the field list is cut short");
+  if (head.size() < at || (head.size() - at) / 2 < field_count)
+    Damaged("the field list is cut short");
   uint32_t offset = 0;
   for (uint16_t i = 0; i < field_count; ++i, at += 2) {
     const auto type = static_cast<uint8_t>(head[at]);

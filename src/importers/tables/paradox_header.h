@@ -9,6 +9,7 @@
 // names more room.  Numbers in the header are little-endian.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -51,12 +52,12 @@ struct ParadoxField {
 
 struct ParadoxHeader {
   uint16_t record_size = 0;
-  uint16_t header_size = 0;    // where data block 1 starts
-  uint32_t block_size = 0;     // bytes of a data block
+  uint16_t header_size = 0;  // where data block 1 starts
+  uint32_t block_size = 0;   // bytes of a data block
   uint32_t record_count = 0;
-  uint16_t first_block = 0;    // 1-based; 0 when the table has no data block
-  uint8_t version = 0;         // 3 (Paradox 3.0) to 12 (Paradox 7)
-  uint16_t code_page = 0;      // 0 when the file does not say
+  uint16_t first_block = 0;  // 1-based; 0 when the table has no data block
+  uint8_t version = 0;       // 3 (Paradox 3.0) to 12 (Paradox 7)
+  uint16_t code_page = 0;    // 0 when the file does not say
   bool encrypted = false;
   std::vector<ParadoxField> fields;
 
@@ -65,6 +66,16 @@ struct ParadoxHeader {
     return file_size > header_size ? (file_size - header_size) / block_size : 0;
   }
 };
+
+// Little-endian numbers of the file's structures (headers, block heads,
+// blob pointers) at `at` of `bytes`; the caller knows they are there.
+inline uint16_t ParadoxWord(std::string_view bytes, size_t at) {
+  return static_cast<uint16_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1])
+                                                                     << 8);
+}
+inline uint32_t ParadoxLong(std::string_view bytes, size_t at) {
+  return ParadoxWord(bytes, at) | static_cast<uint32_t>(ParadoxWord(bytes, at + 2)) << 16;
+}
 
 // The bytes of the fixed part every version has, enough to learn the
 // header's whole size.

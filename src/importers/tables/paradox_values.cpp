@@ -1,11 +1,11 @@
 #include "importers/tables/paradox_values.h"
 
+#include <fmt/format.h>
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-
-#include <fmt/format.h>
 
 #include "importers/tables/value_text.h"
 
@@ -36,7 +36,8 @@ int64_t FlippedInteger(std::string_view bytes) {
   const uint64_t sign = uint64_t{1} << (bits - 1);
   const uint64_t raw = BigEndian(bytes) ^ sign;
   // Two's complement of `bits` bits, widened.
-  return (raw & sign) != 0 ? static_cast<int64_t>(raw | ~((sign << 1) - 1)) : static_cast<int64_t>(raw);
+  return (raw & sign) != 0 ? static_cast<int64_t>(raw | ~((sign << 1) - 1))
+                           : static_cast<int64_t>(raw);
 }
 
 double FlippedDouble(std::string_view bytes) {
@@ -49,7 +50,8 @@ double FlippedDouble(std::string_view bytes) {
 // day falls outside years 1 to 9999.
 bool DateOfDay(int64_t day, CivilDate& date) {
   const int64_t since_epoch = day - 1 + kDayOneSinceEpoch;
-  if (since_epoch < DaysSinceEpoch(kFirstDate) || since_epoch > DaysSinceEpoch(kLastDate)) return false;
+  if (since_epoch < DaysSinceEpoch(kFirstDate) || since_epoch > DaysSinceEpoch(kLastDate))
+    return false;
   date = DateFromDaysSinceEpoch(since_epoch);
   return true;
 }
@@ -66,7 +68,8 @@ void AppendDay(int64_t day, std::string& out) {
 void AppendTimestamp(double milliseconds, std::string& out) {
   const double days = std::floor(milliseconds / kMillisecondsPerDay);
   CivilDate date;
-  if (!std::isfinite(days) || std::fabs(days) > 1e7 || !DateOfDay(static_cast<int64_t>(days), date)) {
+  if (!std::isfinite(days) || std::fabs(days) > 1e7 ||
+      !DateOfDay(static_cast<int64_t>(days), date)) {
     AppendDouble(milliseconds, out);
     return;
   }
@@ -80,7 +83,8 @@ void AppendTime(int64_t milliseconds, std::string& out) {
     return;
   }
   const int64_t seconds = milliseconds / 1000;
-  fmt::format_to(std::back_inserter(out), "{:02}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+  fmt::format_to(std::back_inserter(out), "{:02}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60,
+                 seconds % 60);
 }
 
 // 17 bytes: the first holds the sign (high bit set: positive) and the

@@ -24,7 +24,9 @@ ReadOnlyFile::ReadOnlyFile(const std::string& path) : path_(path) {
   size_ = static_cast<uint64_t>(info.st_size);
 }
 
-ReadOnlyFile::~ReadOnlyFile() { ::close(fd_); }
+ReadOnlyFile::~ReadOnlyFile() {
+  ::close(fd_);
+}
 
 void ReadOnlyFile::ReadAt(uint64_t offset, size_t count, std::string& out) const {
   // Checked before the buffer grows: a wild length read from the file must
@@ -36,7 +38,8 @@ void ReadOnlyFile::ReadAt(uint64_t offset, size_t count, std::string& out) const
 
 void ReadOnlyFile::CheckHolds(uint64_t offset, uint64_t count) const {
   if (!Holds(offset, count)) {
-    throw TableError(TableError::Kind::kDamaged, path_ + ": a structure of the file points beyond its end");
+    throw TableError(TableError::Kind::kDamaged,
+                     path_ + ": a structure of the file points beyond its end");
   }
 }
 
@@ -48,8 +51,9 @@ void ReadOnlyFile::ReadAt(uint64_t offset, size_t count, char* out) const {
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) {
       // The file shrank under us, or the device failed.
-      throw TableError(TableError::Kind::kOther, path_ + ": cannot be read: " +
-                                                     (got < 0 ? std::strerror(errno) : "unexpected end"));
+      throw TableError(
+          TableError::Kind::kOther,
+          path_ + ": cannot be read: " + (got < 0 ? std::strerror(errno) : "unexpected end"));
     }
     done += static_cast<size_t>(got);
   }

@@ -23,7 +23,9 @@ class ReadOnlyFile {
   const std::string& path() const { return path_; }
 
   // True when the `count` bytes from `offset` lie inside the file.
-  bool Holds(uint64_t offset, uint64_t count) const { return offset <= size_ && count <= size_ - offset; }
+  bool Holds(uint64_t offset, uint64_t count) const {
+    return offset <= size_ && count <= size_ - offset;
+  }
   // Reads the `count` bytes at `offset` into `out`.  Throws TableError
   // kDamaged when they do not lie inside the file, kOther when the system
   // fails to read them.

@@ -46,7 +46,8 @@ Table ReadTable(const fs::path& folder, const std::string& name) {
 
 Row Values(std::initializer_list<const char*> values) {
   Row row;
-  for (const char* value : values) row.push_back(value ? std::optional<std::string>(value) : std::nullopt);
+  for (const char* value : values)
+    row.push_back(value ? std::optional<std::string>(value) : std::nullopt);
   return row;
 }
 
@@ -63,8 +64,8 @@ TEST_F(ParadoxCorpus, EveryDbFileOfTheFolderIsATable) {
     EXPECT_EQ(entry.type, "TABLE");
     names.push_back(entry.name);
   }
-  EXPECT_EQ(names, (std::vector<std::string>{"AREACODE", "CONTACTS", "CUSTOMER", "FILMS", "HERCULES", "MEMBRE",
-                                              "ORDERS", "TypSammlung"}));
+  EXPECT_EQ(names, (std::vector<std::string>{"AREACODE", "CONTACTS", "CUSTOMER", "FILMS",
+                                             "HERCULES", "MEMBRE", "ORDERS", "TypSammlung"}));
   EXPECT_TRUE(Connect(kCorpus)->Columns("NOSUCH").empty());
   EXPECT_EQ(Connect(kCorpus)->Columns("films").size(), 9u);  // names match whatever their case
 }
@@ -73,15 +74,16 @@ TEST_F(ParadoxCorpus, ReadsParadox3And4Tables) {
   const Table films = ReadTable(kCorpus, "FILMS");
   ASSERT_EQ(films.rows.size(), 36u);
   EXPECT_EQ(films.columns[0], "Film #");
-  EXPECT_EQ(films.rows.front(), Values({"A1001", "It Happened One Night", "15", "C.Gable,C.Colbert", "Classics",
-                                        "1934", "G", "2", "20"}));
-  EXPECT_EQ(films.rows.back(),
-            Values({"C1211", "Taxi Driver", "10", "R.DeNiro,C.Shepard", "Drama", "1982", "PG", "2.5", "10"}));
+  EXPECT_EQ(films.rows.front(), Values({"A1001", "It Happened One Night", "15", "C.Gable,C.Colbert",
+                                        "Classics", "1934", "G", "2", "20"}));
+  EXPECT_EQ(films.rows.back(), Values({"C1211", "Taxi Driver", "10", "R.DeNiro,C.Shepard", "Drama",
+                                       "1982", "PG", "2.5", "10"}));
   EXPECT_EQ(films.progress, 1.0);
 
   const Table areas = ReadTable(kCorpus, "AREACODE");
   ASSERT_EQ(areas.rows.size(), 135u);
-  EXPECT_EQ(areas.columns, (std::vector<std::string>{"Area Code", "Country", "Full State", "State"}));
+  EXPECT_EQ(areas.columns,
+            (std::vector<std::string>{"Area Code", "Country", "Full State", "State"}));
   EXPECT_EQ(areas.rows.front(), Values({"201", "United States", "New Jersey", "NJ"}));
   EXPECT_EQ(areas.rows.back(), Values({"919", "United States", "North Carolina", "NC"}));
 }
@@ -89,40 +91,44 @@ TEST_F(ParadoxCorpus, ReadsParadox3And4Tables) {
 TEST_F(ParadoxCorpus, ReadsDatesAndCurrencyAcrossBlocks) {
   const Table orders = ReadTable(kCorpus, "ORDERS");
   ASSERT_EQ(orders.rows.size(), 224u);
-  EXPECT_EQ(orders.rows.front(), Values({"1001", "1221", "1988-04-03", "1988-04-05", "UPS", "7320", "7320", "0",
-                                         "FOB", "Credit", "Apr"}));
-  EXPECT_EQ(orders.rows.back(), Values({"1669", "1221", "1992-05-05", "1992-05-07", "UPS", "325", "18", "307",
-                                        "FOB", "Credit", "May"}));
+  EXPECT_EQ(orders.rows.front(), Values({"1001", "1221", "1988-04-03", "1988-04-05", "UPS", "7320",
+                                         "7320", "0", "FOB", "Credit", "Apr"}));
+  EXPECT_EQ(orders.rows.back(), Values({"1669", "1221", "1992-05-05", "1992-05-07", "UPS", "325",
+                                        "18", "307", "FOB", "Credit", "May"}));
 }
 
 TEST_F(ParadoxCorpus, ReadsMemosFromTheMemoFile) {
   const Table hercules = ReadTable(kCorpus, "HERCULES");
   ASSERT_EQ(hercules.rows.size(), 20u);
-  EXPECT_EQ(hercules.rows[0][1], "<TABLE BORDER=2>\n<TR><TH>Name</TH><TH>EMail Address</TH></TR>\n");
+  EXPECT_EQ(hercules.rows[0][1],
+            "<TABLE BORDER=2>\n<TR><TH>Name</TH><TH>EMail Address</TH></TR>\n");
   const Table customers = ReadTable(kCorpus, "CUSTOMER");
   ASSERT_EQ(customers.rows.size(), 20u);
-  EXPECT_EQ(customers.rows[0], Values({"1", "Luke", "Justice", "luke@fun.com", "4-976 Sugarloaf Hwy", "Santa Cruz",
-                                       "CA", "94766", nullptr, "1996-02-02"}));
+  EXPECT_EQ(customers.rows[0],
+            Values({"1", "Luke", "Justice", "luke@fun.com", "4-976 Sugarloaf Hwy", "Santa Cruz",
+                    "CA", "94766", nullptr, "1996-02-02"}));
 }
 
 TEST_F(ParadoxCorpus, ReadsEveryFieldType) {
   const Table types = ReadTable(kCorpus, "TypSammlung");
-  EXPECT_EQ(types.columns, (std::vector<std::string>{"Alpha", "Numerisch", "Währung", "Integer kurz", "Integer lang",
-                                                     "BCD", "Datum", "Zeit", "Datum/Zeit", "Memo", "Logisch",
-                                                     "Zähler", "Binär", "Bytes"}));
+  EXPECT_EQ(types.columns,
+            (std::vector<std::string>{"Alpha", "Numerisch", "Währung", "Integer kurz",
+                                      "Integer lang", "BCD", "Datum", "Zeit", "Datum/Zeit", "Memo",
+                                      "Logisch", "Zähler", "Binär", "Bytes"}));
   EXPECT_EQ(types.binary, (std::vector<std::string>{"Binär", "Bytes"}));
   const std::vector<Row> expected = {
-      Values({"AAA Irgendein Text", "40", "40", "40", "40", "40", "1970-01-01", "00:00:00", "1970-01-01 11:00:00",
-              nullptr, nullptr, "1", nullptr, nullptr}),
-      Values({"Erste Zeile", "23", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, "False",
-              "3", nullptr, nullptr}),
+      Values({"AAA Irgendein Text", "40", "40", "40", "40", "40", "1970-01-01", "00:00:00",
+              "1970-01-01 11:00:00", nullptr, nullptr, "1", nullptr, nullptr}),
+      Values({"Erste Zeile", "23", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+              nullptr, "False", "3", nullptr, nullptr}),
       // A date before year 1 gives its number of days (and milliseconds).
-      Values({"Fünfter Datensatz", "1.34", "13.002", nullptr, nullptr, "13.123457", "-366", "01:10:12",
-              "-31618800000", "Dies ist eine Memo im 'Fünften Datensat'", nullptr, "5", nullptr, nullptr}),
-      Values({"Null-Werte", "0", "0", "0", "0", "0", nullptr, nullptr, nullptr, nullptr, nullptr, "4", nullptr,
-              nullptr}),
-      Values({"Zweite Zeile", "-40", "-40", "-40", "-40", "-40", "1999-09-09", "11:11:11", "2003-06-10 11:11:11",
-              nullptr, "True", "2", nullptr, nullptr}),
+      Values({"Fünfter Datensatz", "1.34", "13.002", nullptr, nullptr, "13.123457", "-366",
+              "01:10:12", "-31618800000", "Dies ist eine Memo im 'Fünften Datensat'", nullptr, "5",
+              nullptr, nullptr}),
+      Values({"Null-Werte", "0", "0", "0", "0", "0", nullptr, nullptr, nullptr, nullptr, nullptr,
+              "4", nullptr, nullptr}),
+      Values({"Zweite Zeile", "-40", "-40", "-40", "-40", "-40", "1999-09-09", "11:11:11",
+              "2003-06-10 11:11:11", nullptr, "True", "2", nullptr, nullptr}),
   };
   EXPECT_EQ(types.rows, expected);
 }
@@ -149,7 +155,8 @@ void PutWord(std::string& bytes, size_t at, uint32_t value, int size = 2) {
   for (int i = 0; i < size; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
 }
 
-std::string Record(const std::string& alpha, uint8_t long_high_byte, const std::string& memo_tail = {}) {
+std::string Record(const std::string& alpha, uint8_t long_high_byte,
+                   const std::string& memo_tail = {}) {
   std::string record(kRecordSize, '\0');
   record.replace(0, alpha.size(), alpha);
   if (long_high_byte != 0) {
@@ -179,8 +186,10 @@ std::string TableBytes(const std::vector<Block>& blocks) {
     std::string data(1024, '\0');
     PutWord(data, 0, block.next);
     PutWord(data, 2, block.previous);
-    PutWord(data, 4, static_cast<uint16_t>((static_cast<int>(block.records.size()) - 1) * kRecordSize));
-    for (size_t i = 0; i < block.records.size(); ++i) data.replace(6 + i * kRecordSize, kRecordSize, block.records[i]);
+    PutWord(data, 4,
+            static_cast<uint16_t>((static_cast<int>(block.records.size()) - 1) * kRecordSize));
+    for (size_t i = 0; i < block.records.size(); ++i)
+      data.replace(6 + i * kRecordSize, kRecordSize, block.records[i]);
     bytes += data;
   }
   return bytes;
@@ -209,7 +218,10 @@ TEST_F(ParadoxWritten, ReadsNullsAndMemosKeptInTheRecordOrInAWholeMemoBlock) {
   // 0x10FF; 0 in the leader), its length and a modification number.
   const std::string in_file("Short\xFF\x10\0\0\x0C\0\0\0\1\0", 15);
   const std::string in_leader("Hi\0\0\0\0\0\0\0\x02\0\0\0\0\0", 15);
-  Write("t.DB", TableBytes({{0, 0, {Record("", 0), Record("one", 0x80, in_leader), Record("two", 0x7F, in_file)}}}));
+  Write(
+      "t.DB",
+      TableBytes(
+          {{0, 0, {Record("", 0), Record("one", 0x80, in_leader), Record("two", 0x7F, in_file)}}}));
   std::string memo(0x2000, '\0');
   memo.replace(0x1000, 9, std::string("\x02\x01\0\x0C\0\0\0\x01\0", 9));
   memo.replace(0x1009, 12, "Short memo \xE9");
@@ -228,7 +240,8 @@ TEST_F(ParadoxWritten, ReadsNullsAndMemosKeptInTheRecordOrInAWholeMemoBlock) {
 TEST_F(ParadoxWritten, ADamagedHeaderIsReported) {
   const std::string good = TableBytes({{0, 0, {Record("a", 0x80)}}});
   EXPECT_EQ(FailureOf(good.substr(0, 50)), TableError::Kind::kDamaged);
-  EXPECT_EQ(FailureOf(good.substr(0, 0x700)), TableError::Kind::kDamaged);  // header beyond the file
+  EXPECT_EQ(FailureOf(good.substr(0, 0x700)),
+            TableError::Kind::kDamaged);  // header beyond the file
   std::string bad_type = good;
   bad_type[0x78] = 0x42;
   EXPECT_EQ(FailureOf(bad_type), TableError::Kind::kDamaged);
