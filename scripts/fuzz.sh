@@ -42,6 +42,7 @@ shared_folders() {
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
     dbase_table) echo dbf ;;
+    paradox_table) echo paradox ;;
     *) ;;
   esac
 }
@@ -52,6 +53,7 @@ shared_folders() {
 max_len() {
   case $1 in
     mailbox_reader) echo 8192 ;;
+    paradox_table) echo 16384 ;;  # a header and a few blocks, and the .mb after them
     *) echo 4096 ;;
   esac
 }
