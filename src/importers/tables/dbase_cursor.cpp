@@ -41,7 +41,7 @@ bool IsNumberByte(char c) { return IsDigit(c) || c == '.' || c == '-' || c == '+
 
 }  // namespace
 
-DbfCursor::DbfCursor(std::unique_ptr<RandomAccessFile> file, DbfLayout layout, std::string code_page,
+DbfCursor::DbfCursor(std::unique_ptr<ReadOnlyFile> file, DbfLayout layout, std::string code_page,
                      std::unique_ptr<DbfMemoFile> memo, std::string file_name)
     : file_(std::move(file)),
       layout_(std::move(layout)),
@@ -97,9 +97,8 @@ bool DbfCursor::NextRecord() {
     if (records_read_ >= layout_.record_count) return false;
     const size_t wanted = std::min<size_t>(records_per_block_, layout_.record_count - records_read_);
     const uint64_t offset = layout_.first_record + uint64_t{records_read_} * length;
-    const ptrdiff_t got = file_->ReadAt(offset, block_.get(), wanted * length);
-    if (got < 0) throw TableError(TableError::Kind::kOther, "cannot read " + file_name_);
-    const size_t whole = static_cast<size_t>(got) / length;
+    const size_t got = file_->ReadUpTo(offset, wanted * length, block_.get());
+    const size_t whole = got / length;
     if (whole == 0) {
       // An end-of-file mark where a record would be is a clean end; less
       // than a record is a table cut short.

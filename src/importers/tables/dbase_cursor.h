@@ -14,7 +14,7 @@
 #include "core/charset_converter.h"
 #include "importers/tables/dbase_layout.h"
 #include "importers/tables/dbase_memo.h"
-#include "importers/tables/random_access_file.h"
+#include "importers/tables/read_only_file.h"
 #include "importers/tables/table_source.h"
 
 namespace ks::tables {
@@ -25,7 +25,7 @@ class DbfCursor : public TableCursor {
   // in `code_page`, its memos from `memo` (null when the memo file is
   // missing: memo values are then null).  `file_name` names the table in
   // messages.
-  DbfCursor(std::unique_ptr<RandomAccessFile> file, DbfLayout layout, std::string code_page,
+  DbfCursor(std::unique_ptr<ReadOnlyFile> file, DbfLayout layout, std::string code_page,
             std::unique_ptr<DbfMemoFile> memo, std::string file_name);
 
   const std::vector<std::string>& ColumnNames() const override { return names_; }
@@ -45,7 +45,7 @@ class DbfCursor : public TableCursor {
   std::optional<std::string_view> Decode(const DbfField& field, std::string_view bytes, std::string& out);
   std::optional<std::string_view> Memo(std::string_view bytes, std::string& out);
 
-  std::unique_ptr<RandomAccessFile> file_;
+  std::unique_ptr<ReadOnlyFile> file_;
   DbfLayout layout_;
   std::string code_page_;  // iconv name of the table's text
   std::unique_ptr<DbfMemoFile> memo_;

@@ -95,17 +95,13 @@ class DbfConnection : public TableConnection {
                        "no table " + std::string(table) + " in " + folder_.string());
     }
     const std::string file_name = path->filename().string();
-    auto file = std::make_unique<RandomAccessFile>();
-    std::string error;
-    if (!file->Open(path->string(), error)) {
-      throw TableError(TableError::Kind::kNotFound, "cannot open " + file_name + ": " + error);
-    }
+    auto file = std::make_unique<ReadOnlyFile>(path->string());
     DbfLayout layout;
     try {
       std::string header(kDbfFixedHeader, '\0');
-      header.resize(static_cast<size_t>(std::max<ptrdiff_t>(0, file->ReadAt(0, header.data(), header.size()))));
+      header.resize(file->ReadUpTo(0, header.size(), header.data()));
       header.resize(DbfHeaderLength(header, file->size()));
-      if (file->ReadAt(0, header.data(), header.size()) != static_cast<ptrdiff_t>(header.size())) {
+      if (file->ReadUpTo(0, header.size(), header.data()) != header.size()) {
         throw TableError(TableError::Kind::kDamaged, "its header cannot be read");
       }
       layout = ReadDbfLayout(header, file->size());

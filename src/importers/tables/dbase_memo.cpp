@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "importers/tables/table_source.h"
+
 namespace ks::tables {
 namespace {
 
@@ -13,11 +15,14 @@ constexpr size_t kDbase3Step = 512;
 }  // namespace
 
 bool DbfMemoFile::Open(const std::string& path, DbfMemoStyle style) {
-  std::string error;
-  if (!file_.Open(path, error)) return false;
+  try {
+    file_.emplace(path);
+  } catch (const TableError&) {
+    return false;
+  }
   style_ = style;
   char header[32] = {};
-  if (file_.ReadAt(0, header, sizeof header) != sizeof header) return false;
+  if (file_->ReadUpTo(0, sizeof header, header) != sizeof header) return false;
   if (style == DbfMemoStyle::kFoxPro) {
     block_size_ = static_cast<uint32_t>(BigEndian(header + 6, 2));
   } else if (style == DbfMemoStyle::kDbase4) {
@@ -29,25 +34,27 @@ bool DbfMemoFile::Open(const std::string& path, DbfMemoStyle style) {
 
 bool DbfMemoFile::Read(uint32_t block, std::string& out) const {
   out.clear();
-  if (block == 0 || !file_.is_open()) return false;
+  if (block == 0 || !file_) return false;
   const uint64_t offset = uint64_t{block} * block_size_;
-  if (offset >= file_.size()) return false;
+  if (offset >= file_->size()) return false;
   char head[8];
   if (style_ == DbfMemoStyle::kFoxPro) {
     // Block type (0 picture, 1 text, 2 object) and length, big-endian.
-    if (file_.ReadAt(offset, head, 8) != 8) return false;
-    const uint64_t length = std::min<uint64_t>(BigEndian(head + 4, 4), file_.size() - offset - 8);
+    if (file_->ReadUpTo(offset, 8, head) != 8) return false;
+    const uint64_t length = std::min<uint64_t>(BigEndian(head + 4, 4), file_->size() - offset - 8);
     out.resize(static_cast<size_t>(length));
-    return file_.ReadAt(offset + 8, out.data(), out.size()) == static_cast<ptrdiff_t>(out.size());
+    file_->ReadAt(offset + 8, out.size(), out.data());
+    return true;
   }
   if (style_ == DbfMemoStyle::kDbase4) {
     // FF FF 08 00 and a length that counts these eight bytes too.  A block
     // without that mark is read as dBase III writes them.
-    if (file_.ReadAt(offset, head, 8) == 8 && std::memcmp(head, "\xff\xff\x08\x00", 4) == 0) {
+    if (file_->ReadUpTo(offset, 8, head) == 8 && std::memcmp(head, "\xff\xff\x08\x00", 4) == 0) {
       const uint64_t stored = LittleEndian(head + 4, 4);
-      const uint64_t length = std::min<uint64_t>(stored < 8 ? 0 : stored - 8, file_.size() - offset - 8);
+      const uint64_t length = std::min<uint64_t>(stored < 8 ? 0 : stored - 8, file_->size() - offset - 8);
       out.resize(static_cast<size_t>(length));
-      return file_.ReadAt(offset + 8, out.data(), out.size()) == static_cast<ptrdiff_t>(out.size());
+      file_->ReadAt(offset + 8, out.size(), out.data());
+    return true;
     }
   }
   return ReadDbase3(offset, out);
@@ -57,12 +64,8 @@ bool DbfMemoFile::ReadDbase3(uint64_t offset, std::string& out) const {
   for (;;) {
     const size_t from = out.size();
     out.resize(from + kDbase3Step);
-    const ptrdiff_t n = file_.ReadAt(offset + from, out.data() + from, kDbase3Step);
-    if (n < 0) {
-      out.clear();
-      return false;
-    }
-    out.resize(from + static_cast<size_t>(n));
+    const size_t n = file_->ReadUpTo(offset + from, kDbase3Step, out.data() + from);
+    out.resize(from + n);
     const size_t end = out.find('\x1a', from);
     if (end != std::string::npos) {
       out.resize(end);

@@ -5,10 +5,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "importers/tables/dbase_layout.h"
-#include "importers/tables/random_access_file.h"
+#include "importers/tables/read_only_file.h"
 
 namespace ks::tables {
 
@@ -25,7 +26,7 @@ class DbfMemoFile {
  private:
   bool ReadDbase3(uint64_t offset, std::string& out) const;
 
-  RandomAccessFile file_;
+  std::optional<ReadOnlyFile> file_;
   DbfMemoStyle style_ = DbfMemoStyle::kNone;
   uint32_t block_size_ = 512;
 };

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -41,6 +42,13 @@ void ReadOnlyFile::CheckHolds(uint64_t offset, uint64_t count) const {
     throw TableError(TableError::Kind::kDamaged,
                      path_ + ": a structure of the file points beyond its end");
   }
+}
+
+size_t ReadOnlyFile::ReadUpTo(uint64_t offset, size_t count, char* out) const {
+  if (offset >= size_) return 0;
+  count = static_cast<size_t>(std::min<uint64_t>(count, size_ - offset));
+  ReadAt(offset, count, out);
+  return count;
 }
 
 void ReadOnlyFile::ReadAt(uint64_t offset, size_t count, char* out) const {

@@ -1,8 +1,8 @@
-// ReadOnlyFile: a table file opened for reading pieces at given offsets, for
-// the drivers that walk a file's own structure (blocks, memo pointers)
-// rather than read it front to back.  Every read is checked against the
-// file's size, so that no offset taken from the file's bytes reads outside
-// it: a range beyond the end is a damaged file.
+// ReadOnlyFile: a table or memo file opened for reading pieces at given
+// offsets: blocks front to back, or the places a file's own structure
+// (block chains, memo pointers) points at.  Every read is checked against
+// the file's size, so that no offset taken from the file's bytes reads
+// outside it: a range beyond the end is a damaged file.
 #pragma once
 
 #include <cstddef>
@@ -31,6 +31,10 @@ class ReadOnlyFile {
   // fails to read them.
   void ReadAt(uint64_t offset, size_t count, char* out) const;
   void ReadAt(uint64_t offset, size_t count, std::string& out) const;
+  // Reads up to `count` bytes at `offset`, fewer only where the file ends,
+  // for a reader that goes front to back in blocks.  Throws TableError
+  // kOther when the system fails to read them.
+  size_t ReadUpTo(uint64_t offset, size_t count, char* out) const;
 
  private:
   void CheckHolds(uint64_t offset, uint64_t count) const;
