@@ -41,6 +41,7 @@ shared_folders() {
     mail_message) echo eml eudora maildir ;;
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
+    excel_workbook) echo xls xlsx ;;
     *) ;;
   esac
 }
@@ -51,6 +52,7 @@ shared_folders() {
 max_len() {
   case $1 in
     mailbox_reader) echo 8192 ;;
+    excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     *) echo 4096 ;;
   esac
 }
