@@ -2,11 +2,9 @@
 
 #include <freexl.h>
 
-#include <cstring>
-#include <fstream>
-
 #include <fmt/format.h>
 
+#include "importers/tables/compound_file_check.h"
 #include "importers/tables/sheet_cursor.h"
 #include "importers/tables/value_text.h"
 
@@ -112,24 +110,6 @@ class XlsConnection : public TableConnection {
   std::vector<std::string> sheets_;
 };
 
-// Whether the workbook is encrypted: its globals begin with a BOF record
-// followed at once by FILEPASS (0x002F).  freexl stops on such a workbook
-// without saying why, so the check is ours.  A stream starts on a sector
-// (512 bytes) or, inside the mini stream, a mini sector (64 bytes): every
-// 64-byte block of the file is looked at.
-bool HasFilePassRecord(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  unsigned char block[64];
-  while (file.read(reinterpret_cast<char*>(block), sizeof block)) {
-    const auto word = [&](size_t at) { return static_cast<unsigned>(block[at] | block[at + 1] << 8); };
-    const unsigned length = word(2);
-    // BOF (0x0809) of BIFF5 or BIFF8, of the workbook globals (type 5).
-    if (word(0) != 0x0809 || (length != 8 && length != 16) || word(6) != 0x0005) continue;
-    if (word(4 + length) == 0x002F) return true;
-  }
-  return false;
-}
-
 [[noreturn]] void PasswordProtected(const std::string& path) {
   throw TableError(TableError::Kind::kPasswordProtected, path + ": the workbook is protected by a password");
 }
@@ -137,6 +117,9 @@ bool HasFilePassRecord(const std::string& path) {
 }  // namespace
 
 std::unique_ptr<TableConnection> OpenXlsWorkbook(const std::string& path) {
+  if (const std::string fault = CompoundDirectoryFault(path); !fault.empty()) {
+    throw TableError(TableError::Kind::kDamaged, path + ": a damaged .xls workbook: " + fault);
+  }
   const void* raw = nullptr;
   const int opened = freexl_open(path.c_str(), &raw);
   // freexl wants its handle closed even when the open fails, and may

@@ -146,6 +146,10 @@ class XlsxConnection : public TableConnection {
     const Package& package = workbook_->package;
     const std::string package_rels = package.ReadWhole("_rels/.rels", false);
     const std::string workbook_part = package_rels.empty() ? "xl/workbook.xml" : FindWorkbookPart(package_rels);
+    if (workbook_part.ends_with(".bin")) {
+      throw TableError(TableError::Kind::kDamaged,
+                       path + ": a binary workbook (.xlsb), which this driver cannot read; save it as .xlsx");
+    }
     workbook_->info = ParseWorkbookParts(package.ReadWhole(workbook_part, true),
                                          package.ReadWhole(RelationshipsPartOf(workbook_part), true),
                                          workbook_part);

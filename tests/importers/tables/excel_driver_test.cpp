@@ -166,6 +166,13 @@ TEST(ExcelDriver, PasswordProtectedWorkbooks) {
   EXPECT_EQ(KindOfFailure(kCorpus + "xls/biff4_no_format_no_window2.xls"), TableError::Kind::kDamaged);
 }
 
+TEST(ExcelDriverXls, ADirectoryFreexlWouldReadPastIsRefused) {
+  // freexl trusts a directory entry's name length and reads past its
+  // buffer; the driver refuses the file before freexl sees it.
+  EXPECT_EQ(KindOfFailure(KS_SOURCE_DIR "/fuzz/regressions/excel_workbook/directory_name_past_its_field.xls"),
+            TableError::Kind::kDamaged);
+}
+
 TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
   if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
   for (const char* file : {"xls/date.xls", "xls/date_1904.xls"}) {
