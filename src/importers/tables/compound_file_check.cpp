@@ -82,6 +82,10 @@ std::string CompoundDirectoryFault(const std::string& path) {
     for (uint32_t entry = 0; entry < sectors.size(); entry += 128) {
       const unsigned name_size = buffer[entry + 64] | buffer[entry + 65] << 8;
       if (name_size > 64) return "a directory entry of the compound file has a name longer than its field";
+      // freexl allocates what an entry says its stream holds before it reads it.
+      if (Le32(buffer.data() + entry + 120) > file_size) {
+        return "a stream of the compound file is larger than the file";
+      }
     }
     if (sector >= fat.size()) return "the compound file's directory chain leaves the FAT";
     sector = fat[sector];

@@ -9,7 +9,8 @@ namespace ks::tables {
 
 // Empty when the directory of the compound file at `path` is sound enough
 // for freexl (sector size, FAT and directory chains inside the file, every
-// entry's name within its 64 bytes); otherwise what is wrong.
+// entry's name within its 64 bytes and its stream no larger than the file);
+// otherwise what is wrong.
 std::string CompoundDirectoryFault(const std::string& path);
 
 // Whether the workbook stream begins with BOF and then FILEPASS (0x002F):

@@ -1,6 +1,8 @@
 // The connection to an .xls workbook (BIFF5 and BIFF8 in a compound file)
-// through freexl.  freexl reads the whole workbook when it opens it; rows
-// are then taken from the selected sheet by index.
+// through freexl.  freexl runs in a reader process of its own for each
+// listing and each sheet (it is not safe on damaged files, and it holds the
+// whole workbook in memory); the sheet's rows come back through a pipe as
+// text, one row at a time.
 #pragma once
 
 #include <memory>
