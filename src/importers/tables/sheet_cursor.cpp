@@ -43,7 +43,9 @@ SheetCursor::SheetCursor(std::unique_ptr<SheetRowSource> source) : source_(std::
       if (current_.Has(c) && !current_.Text(c).empty()) {
         columns_.emplace_back(current_.Text(c));
       } else {
-        columns_.push_back("F" + std::to_string(c + 1));
+        std::string name = "F";  // (built in two steps: g++ 12 warns wrongly on "F" + ...)
+        name += std::to_string(c + 1);
+        columns_.push_back(std::move(name));
       }
     }
     next_index_ = index + 1;
