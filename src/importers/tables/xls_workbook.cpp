@@ -80,10 +80,12 @@ void WriteSheetRows(const std::string& path, unsigned short sheet, int fd) {
   if (freexl_select_active_worksheet(xls.get(), sheet) != FREEXL_OK ||
       freexl_worksheet_dimensions(xls.get(), &rows, &columns) != FREEXL_OK) {
     out.WriteU32(0);  // no columns, and no rows
+    out.WriteU32(0);
     out.WriteU32(kSheetEnd);
     return;
   }
   out.WriteU32(columns);
+  out.WriteU32(rows);
   std::string text;
   for (unsigned int row = 0; row < rows && row < kSheetMostRows; ++row) {
     for (unsigned short c = 0; c < columns; ++c) {
@@ -151,7 +153,7 @@ class XlsSheetSource : public SheetRowSource {
     if (!reader_.ReadU32(outcome)) Broken();
     if (outcome != kOpened) Refuse(path_, reader_, outcome);
     uint32_t columns = 0;
-    if (!reader_.ReadU32(columns)) Broken();
+    if (!reader_.ReadU32(columns) || !reader_.ReadU32(rows_)) Broken();
     columns_ = std::min<size_t>(columns, kSheetMostColumns);
   }
 
@@ -180,6 +182,7 @@ class XlsSheetSource : public SheetRowSource {
   }
 
   size_t DeclaredWidth() const override { return columns_; }
+  double Progress() const override { return rows_ == 0 ? 1 : std::min(1.0, static_cast<double>(next_) / rows_); }
 
  private:
   [[noreturn]] void Broken() {
@@ -190,6 +193,7 @@ class XlsSheetSource : public SheetRowSource {
   std::string path_;
   ChildProcessReader reader_;
   size_t columns_ = 0;
+  uint32_t rows_ = 0;  // the rows the sheet declares, for progress
   uint32_t next_ = 0;
   bool done_ = false;
 };
