@@ -13,6 +13,7 @@
 #include "importers/tables/builtin_drivers.h"
 #include "importers/tables/xlsx_sheet_rows.h"
 #include "importers/tables/xlsx_styles.h"
+#include "importers/tables/xml_pull_scanner.h"
 #include "temp_dir.h"
 
 namespace ks::tables {
@@ -192,6 +193,46 @@ TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
   ASSERT_EQ(rows.size(), 4u);
   EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"f", std::nullopt, std::nullopt, std::nullopt}));
   EXPECT_TRUE(ReadAll(*ragged, "Sheet2").empty());
+}
+
+// Hands out its bytes one at a time: every token cut at every place.
+class ByteByByte : public ByteSource {
+ public:
+  explicit ByteByByte(std::string_view bytes) : rest_(bytes) {}
+  size_t Read(char* into, size_t size) override {
+    if (rest_.empty() || size == 0) return 0;
+    *into = rest_.front();
+    rest_.remove_prefix(1);
+    return 1;
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+TEST(XmlPullScanner, TokensWhateverTheChunks) {
+  const std::string xml =
+      "\xEF\xBB\xBF<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY e \"boom\">]><x:a x:k='1>2' k=\"&lt;&#x41;&#66;&e;\">"
+      "t&amp;u<!-- c --><![CDATA[<v>]]>\r\nw<b/></x:a>";
+  for (const bool whole : {true, false}) {
+    MemoryByteSource all(xml);
+    ByteByByte pieces(xml);
+    XmlPullScanner scanner(whole ? static_cast<ByteSource&>(all) : pieces);
+    using Token = XmlPullScanner::Token;
+    ASSERT_EQ(scanner.Next(), Token::kStart);
+    EXPECT_EQ(scanner.Name(), "a");
+    EXPECT_EQ(scanner.Attribute("k"), "1>2");  // the first "k", whatever its prefix
+    ASSERT_EQ(scanner.Next(), Token::kText);
+    EXPECT_EQ(scanner.Text(), "t&u<v>\nw");
+    ASSERT_EQ(scanner.Next(), Token::kStart);
+    EXPECT_TRUE(scanner.SelfClosing());
+    ASSERT_EQ(scanner.Next(), Token::kEnd);
+    EXPECT_EQ(scanner.Name(), "a");
+    EXPECT_EQ(scanner.Next(), Token::kEndOfInput);
+  }
+  std::string decoded = "a_x000D_b_x005F_x000A_c_xD83D__xDE00_";
+  DecodeSpreadsheetEscapes(decoded);
+  EXPECT_EQ(decoded, "a\rb_x000A_c\xF0\x9F\x98\x80");
 }
 
 TEST(XlsxNumberFormats, DatesTimesAndNumbers) {
