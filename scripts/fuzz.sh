@@ -43,6 +43,7 @@ shared_folders() {
     mime_decoding) echo eml ;;
     dbase_table) echo dbf ;;
     paradox_table) echo paradox ;;
+    excel_workbook) echo xls xlsx ;;
     *) ;;
   esac
 }
@@ -54,6 +55,7 @@ max_len() {
   case $1 in
     mailbox_reader) echo 8192 ;;
     paradox_table) echo 16384 ;;  # a header and a few blocks, and the .mb after them
+    excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     *) echo 4096 ;;
   esac
 }

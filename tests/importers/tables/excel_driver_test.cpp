@@ -1,0 +1,268 @@
+// The built-in Excel driver: workbooks written here (small .xlsx packages)
+// and the corpus's .xls and .xlsx files, read as tables.
+#include <gtest/gtest.h>
+#include <zip.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "importers/tables/builtin_drivers.h"
+#include "importers/tables/xlsx_sheet_rows.h"
+#include "importers/tables/xlsx_styles.h"
+#include "importers/tables/xml_pull_scanner.h"
+#include "temp_dir.h"
+
+namespace ks::tables {
+namespace {
+
+using Rows = std::vector<std::vector<std::optional<std::string>>>;
+constexpr char kMain[] = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+constexpr char kRel[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+
+// An .xlsx package of `sheets` (name -> sheetData XML) with the given
+// shared strings and workbookPr.
+std::string WriteXlsx(const TempDir& dir, const std::vector<std::pair<std::string, std::string>>& sheets,
+                      const std::string& shared_strings, const std::string& workbook_pr = "") {
+  std::map<std::string, std::string> parts;
+  std::string list, rels;
+  for (size_t i = 0; i < sheets.size(); ++i) {
+    const std::string n = std::to_string(i + 1);
+    list += "<sheet name=\"" + sheets[i].first + "\" sheetId=\"" + n + "\" r:id=\"rId" + n + "\"/>";
+    rels += "<Relationship Id=\"rId" + n + "\" Type=\"" + kRel + "/worksheet\" Target=\"worksheets/sheet" + n + ".xml\"/>";
+    parts["xl/worksheets/sheet" + n + ".xml"] =
+        std::string("<worksheet ") + kMain + "><sheetData>" + sheets[i].second + "</sheetData></worksheet>";
+  }
+  rels += std::string("<Relationship Id=\"rS\" Type=\"") + kRel + "/sharedStrings\" Target=\"sharedStrings.xml\"/>";
+  rels += std::string("<Relationship Id=\"rY\" Type=\"") + kRel + "/styles\" Target=\"/xl/styles.xml\"/>";
+  parts["xl/workbook.xml"] = std::string("<workbook ") + kMain + " xmlns:r=\"" + kRel + "\">" + workbook_pr +
+                             "<sheets>" + list + "</sheets></workbook>";
+  parts["xl/_rels/workbook.xml.rels"] =
+      "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">" + rels +
+      "</Relationships>";
+  parts["xl/sharedStrings.xml"] = std::string("\xEF\xBB\xBF<x:sst xmlns:x=\"m\">") + shared_strings + "</x:sst>";
+  // Style 1: a date; 2: date and time; 3: a time of day; 4: elapsed hours.
+  parts["xl/styles.xml"] = std::string("<styleSheet ") + kMain +
+                           "><numFmts><numFmt numFmtId=\"164\" formatCode=\"dd/mm/yyyy\\ &quot;h&quot;\"/>"
+                           "<numFmt numFmtId=\"165\" formatCode=\"[h]:mm\"/></numFmts><cellXfs><xf numFmtId=\"0\"/>"
+                           "<xf numFmtId=\"164\"/><xf numFmtId=\"22\"/><xf numFmtId=\"21\"/><xf numFmtId=\"165\"/>"
+                           "</cellXfs></styleSheet>";
+  const std::string path = dir.file("book.xlsx");
+  std::filesystem::remove(path);
+  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
+  for (const auto& [name, text] : parts) {
+    zip_source_t* source = zip_source_buffer(zip, text.data(), text.size(), 0);
+    zip_file_add(zip, name.c_str(), source, ZIP_FL_OVERWRITE);
+  }
+  zip_close(zip);  // reads the buffers, which live until here
+  return path;
+}
+
+std::unique_ptr<TableConnection> Connect(const std::string& path) {
+  return MakeExcelDriver()->Connect(ConnectionString("DRIVER={x};DBQ=" + ConnectionString::Quote(path)), {});
+}
+
+Rows ReadAll(TableConnection& connection, const std::string& table, std::vector<std::string>* columns = nullptr) {
+  auto cursor = connection.OpenTable(table);
+  if (columns) *columns = cursor->ColumnNames();
+  Rows rows;
+  while (cursor->Next()) {
+    rows.emplace_back();
+    for (size_t c = 0; c < cursor->ColumnNames().size(); ++c) {
+      const auto value = cursor->Value(c);
+      rows.back().push_back(value ? std::optional<std::string>(*value) : std::nullopt);
+    }
+  }
+  return rows;
+}
+
+TableError::Kind KindOfFailure(const std::string& path) {
+  try {
+    auto connection = Connect(path);
+    for (const TableEntry& table : connection->Tables()) ReadAll(*connection, table.name);
+  } catch (const TableError& error) {
+    return error.kind();
+  }
+  return TableError::Kind::kOther;
+}
+
+const std::string kCorpus = KS_SHARED_DIR "/corpus/";
+
+TEST(ExcelDriverXlsx, ValuesOfEveryKindAndEverySheetATable) {
+  TempDir dir;
+  const std::string strings =
+      "<x:si><x:t>Name</x:t></x:si><x:si><x:r><x:t>Ri</x:t></x:r><x:r><x:t>ch</x:t></x:r>"
+      "<x:rPh><x:t>guide</x:t></x:rPh></x:si><x:si><x:t>a_x000D_b &amp; c</x:t></x:si>";
+  const std::string data =
+      "<row r=\"2\"><c r=\"A2\" t=\"s\"><v>0</v></c><c r=\"C2\" t=\"inlineStr\"><is><t>When</t></is></c>"
+      "<c t=\"str\"><v>Flag</v></c></row>"  // no reference: the column after C
+      "<row r=\"3\"><c r=\"A3\" t=\"s\"><v>1</v></c><c r=\"B3\"><v>3.25</v></c><c r=\"C3\" s=\"1\"><v>44197</v></c>"
+      "<c r=\"D3\" t=\"b\"><v>1</v></c></row>"
+      "<row r=\"5\"><c r=\"A5\" t=\"s\"><v>2</v></c><c r=\"B5\"><v>1E+20</v></c><c r=\"C5\" s=\"2\"><v>44197.5</v></c>"
+      "<c r=\"D5\" t=\"e\"><v>#DIV/0!</v></c></row>"
+      "<row r=\"6\"><c r=\"A6\"><v>-0</v></c><c r=\"C6\" s=\"3\"><v>0.75</v></c></row>"
+      "<row r=\"7\"><c r=\"B7\" s=\"4\"><v>1.5</v></c><c r=\"C7\" s=\"1\"><v>1</v></c></row>"
+      "<row r=\"8\"><c r=\"A8\" s=\"1\"/></row><row r=\"9\"/>";  // trailing empty rows
+  const std::string path = WriteXlsx(dir, {{"People", data}, {"Empty", ""}}, strings);
+  auto connection = Connect(path);
+  const auto tables = connection->Tables();
+  ASSERT_EQ(tables.size(), 2u);
+  EXPECT_EQ(tables[0].name, "People");
+  EXPECT_EQ(tables[1].type, "TABLE");
+
+  std::vector<std::string> columns;
+  const Rows rows = ReadAll(*connection, "People", &columns);
+  EXPECT_EQ(columns, (std::vector<std::string>{"Name", "F2", "When", "Flag"}));
+  const auto n = std::nullopt;
+  const Rows expected = {
+      {"Rich", "3.25", "2021-01-01", "True"},
+      {n, n, n, n},  // row 4 is not in the sheet
+      {"a\rb & c", "1e+20", "2021-01-01 12:00:00", "#DIV/0!"},
+      {"0", n, "18:00:00", n},
+      {n, "36:00:00", "1900-01-01", n},
+  };
+  EXPECT_EQ(rows, expected);
+  EXPECT_EQ(connection->Columns("Empty"), std::vector<std::string>{});
+  EXPECT_TRUE(ReadAll(*connection, "Empty").empty());
+  EXPECT_THROW(connection->OpenTable("Nope"), TableError);
+}
+
+TEST(ExcelDriverXlsx, The1904DateSystem) {
+  TempDir dir;
+  const std::string data = "<row><c t=\"inlineStr\"><is><t>Day</t></is></c></row><row><c s=\"1\"><v>0</v></c></row>";
+  auto connection = Connect(WriteXlsx(dir, {{"S", data}}, "", "<workbookPr date1904=\"1\"/>"));
+  EXPECT_EQ(ReadAll(*connection, "S"), (Rows{{"1904-01-01"}}));
+}
+
+TEST(ExcelDriverXlsx, RaggedCorpusSheetsAndTruncatedPackage) {
+  const std::string merged = kCorpus + "xlsx/merged_range.xlsx";
+  if (!std::filesystem::exists(merged)) GTEST_SKIP() << "no corpus";
+  auto connection = Connect(merged);
+  std::vector<std::string> columns;
+  const Rows rows = ReadAll(*connection, "Sheet2", &columns);
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(rows[2][1], "B4");
+  EXPECT_EQ(rows[2][2], std::nullopt);
+
+  TempDir dir;
+  std::ifstream in(merged, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  for (const size_t keep : {bytes.size() / 2, bytes.size() - 30}) {
+    std::ofstream(dir.file("cut.xlsx"), std::ios::binary) << bytes.substr(0, keep);
+    EXPECT_EQ(KindOfFailure(dir.file("cut.xlsx")), TableError::Kind::kDamaged) << keep;
+  }
+  std::ofstream(dir.file("text.xls"), std::ios::binary) << "not a workbook";
+  EXPECT_EQ(KindOfFailure(dir.file("text.xls")), TableError::Kind::kDamaged);
+  EXPECT_EQ(KindOfFailure(dir.file("absent.xlsx")), TableError::Kind::kNotFound);
+}
+
+TEST(ExcelDriver, PasswordProtectedWorkbooks) {
+  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
+  for (const char* file : {"xlsx/pass_protected.xlsx", "xls/poi-password.xls", "xls/poi-xor-encryption-abc.xls"}) {
+    EXPECT_EQ(KindOfFailure(kCorpus + file), TableError::Kind::kPasswordProtected) << file;
+  }
+  EXPECT_EQ(KindOfFailure(kCorpus + "xls/biff4_no_format_no_window2.xls"), TableError::Kind::kDamaged);
+}
+
+TEST(ExcelDriverXls, FilesThatBreakFreexlAreDamagedNotFatal) {
+  // freexl reads past a directory entry's name, allocates what a stream
+  // claims and crashes on some records: the first two are refused before
+  // freexl sees them, the last costs only the reader process.
+  for (const char* file : {"directory_name_past_its_field.xls", "stream_larger_than_the_file.xls",
+                           "freexl_crashes_on_these_records.xls"}) {
+    EXPECT_EQ(KindOfFailure(std::string(KS_SOURCE_DIR "/fuzz/regressions/excel_workbook/") + file),
+              TableError::Kind::kDamaged)
+        << file;
+  }
+}
+
+TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
+  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
+  for (const char* file : {"xls/date.xls", "xls/date_1904.xls"}) {
+    auto connection = Connect(kCorpus + file);
+    std::vector<std::string> columns;
+    EXPECT_EQ(ReadAll(*connection, "Sheet1", &columns), (Rows{{"2021-01-02", "16"}, {"15:10:10", "17"}})) << file;
+    EXPECT_EQ(columns, (std::vector<std::string>{"2021-01-01", "15"}));
+  }
+  auto ragged = Connect(kCorpus + "xls/ragged.xls");
+  ASSERT_EQ(ragged->Tables().size(), 3u);
+  const Rows rows = ReadAll(*ragged, "Sheet1");
+  ASSERT_EQ(rows.size(), 4u);
+  EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"f", std::nullopt, std::nullopt, std::nullopt}));
+  EXPECT_TRUE(ReadAll(*ragged, "Sheet2").empty());
+}
+
+// Hands out its bytes one at a time: every token cut at every place.
+class ByteByByte : public ByteSource {
+ public:
+  explicit ByteByByte(std::string_view bytes) : rest_(bytes) {}
+  size_t Read(char* into, size_t size) override {
+    if (rest_.empty() || size == 0) return 0;
+    *into = rest_.front();
+    rest_.remove_prefix(1);
+    return 1;
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+TEST(XmlPullScanner, TokensWhateverTheChunks) {
+  const std::string xml =
+      "\xEF\xBB\xBF<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY e \"boom\">]><x:a x:k='1>2' k=\"&lt;&#x41;&#66;&e;\">"
+      "t&amp;u<!-- c --><![CDATA[<v>]]>\r\nw<b/></x:a>";
+  for (const bool whole : {true, false}) {
+    MemoryByteSource all(xml);
+    ByteByByte pieces(xml);
+    XmlPullScanner scanner(whole ? static_cast<ByteSource&>(all) : pieces);
+    using Token = XmlPullScanner::Token;
+    ASSERT_EQ(scanner.Next(), Token::kStart);
+    EXPECT_EQ(scanner.Name(), "a");
+    EXPECT_EQ(scanner.Attribute("k"), "1>2");  // the first "k", whatever its prefix
+    ASSERT_EQ(scanner.Next(), Token::kText);
+    EXPECT_EQ(scanner.Text(), "t&u<v>\nw");
+    ASSERT_EQ(scanner.Next(), Token::kStart);
+    EXPECT_TRUE(scanner.SelfClosing());
+    ASSERT_EQ(scanner.Next(), Token::kEnd);
+    EXPECT_EQ(scanner.Name(), "a");
+    EXPECT_EQ(scanner.Next(), Token::kEndOfInput);
+  }
+  std::string decoded = "a_x000D_b_x005F_x000A_c_xD83D__xDE00_";
+  DecodeSpreadsheetEscapes(decoded);
+  EXPECT_EQ(decoded, "a\rb_x000A_c\xF0\x9F\x98\x80");
+}
+
+TEST(XlsxNumberFormats, DatesTimesAndNumbers) {
+  EXPECT_EQ(KindOfBuiltInFormat(14), NumberKind::kDate);
+  EXPECT_EQ(KindOfBuiltInFormat(22), NumberKind::kDateTime);
+  EXPECT_EQ(KindOfBuiltInFormat(46), NumberKind::kTime);
+  EXPECT_EQ(KindOfBuiltInFormat(2), NumberKind::kNumber);
+  EXPECT_EQ(KindOfFormatCode("yyyy\\-mm\\-dd"), NumberKind::kDate);
+  EXPECT_EQ(KindOfFormatCode("mmm"), NumberKind::kDate);
+  EXPECT_EQ(KindOfFormatCode("h:mm AM/PM"), NumberKind::kTime);
+  EXPECT_EQ(KindOfFormatCode("[hh]:mm:ss"), NumberKind::kDuration);
+  EXPECT_EQ(KindOfFormatCode("d/m/yy h:mm"), NumberKind::kDateTime);
+  EXPECT_EQ(KindOfFormatCode("#,##0.00 \"days\";[Red]-0"), NumberKind::kNumber);
+  EXPECT_EQ(KindOfFormatCode("General"), NumberKind::kNumber);
+  EXPECT_EQ(KindOfFormatCode("[$-409]0.0_);\\(0\\)"), NumberKind::kNumber);
+}
+
+TEST(XlsxSheetRows, DamagedSheetsAreRefused) {
+  const SharedStrings strings;
+  const CellStyles styles;
+  for (const char* xml : {"<sheetData><row r=\"9999999\"><c><v>1</v></c></row></sheetData>",
+                          "<sheetData><row><c><v>1</v>", "<sheetData><row><c r=\"A1\" t=\"s\"><v>1</v></c></row",
+                          "<sheetData><row><c a=\"1></c></row></sheetData>"}) {
+    MemoryByteSource source(xml);
+    XlsxSheetRows rows(source, 0, strings, styles, DateSystem::k1900);
+    RowBuffer row;
+    uint32_t index = 0;
+    EXPECT_THROW(while (rows.NextRow(row, index)){}, TableError) << xml;
+  }
+}
+
+}  // namespace
+}  // namespace ks::tables
