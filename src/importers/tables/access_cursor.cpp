@@ -1,0 +1,217 @@
+#include "importers/tables/access_cursor.h"
+
+#include <algorithm>
+
+#include "core/charset_converter.h"
+#include "importers/tables/access_values.h"
+#include "importers/tables/value_text.h"
+
+namespace ks::tables::access {
+namespace {
+
+// Access 2019's extended date/time; libmdb 1.0 has no name for it.
+constexpr int kExtendedDateTime = 0x14;
+// Row offsets carry flags in their top bits.
+constexpr int kOffsetMask = 0x1fff;
+// The first word of a memo's 12-byte header: the length, and whether the
+// text is inline or on one long-value page (else on a chain of them).
+constexpr uint32_t kMemoInline = 0x80000000;
+constexpr uint32_t kMemoOnePage = 0x40000000;
+constexpr uint32_t kMemoLengthMask = 0x3fffffff;
+
+uint32_t Word(std::string_view bytes, size_t at) {
+  uint32_t value = 0;
+  for (size_t i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return value;
+}
+
+MdbColumn* ColumnAt(MdbTableDef* table, size_t index) {
+  return static_cast<MdbColumn*>(g_ptr_array_index(table->columns, index));
+}
+
+bool IsBinaryType(int type) {
+  switch (type) {
+    case MDB_BOOL:
+    case MDB_BYTE:
+    case MDB_INT:
+    case MDB_LONGINT:
+    case MDB_MONEY:
+    case MDB_FLOAT:
+    case MDB_DOUBLE:
+    case MDB_DATETIME:
+    case MDB_TEXT:
+    case MDB_MEMO:
+    case MDB_REPID:
+    case MDB_NUMERIC:
+    case kExtendedDateTime:
+      return false;
+    default:
+      // OLE objects, binary, and the complex columns of Access 2007
+      // (attachments, multiple values, version history), which hold only a
+      // key into hidden tables.
+      return true;
+  }
+}
+
+}  // namespace
+
+AccessCursor::AccessCursor(std::unique_ptr<AccessDatabase> database, TableDefPtr table,
+                           const TableReadOptions& options)
+    : database_(std::move(database)), table_(std::move(table)), mdb_(database_->handle()), options_(options) {
+  names_ = ColumnNamesOf(table_.get());
+  const size_t count = names_.size();
+  for (size_t i = 0; i < count; ++i) {
+    MdbColumn* column = ColumnAt(table_.get(), i);
+    // Columns are read raw, never bound: libmdb then converts nothing.
+    column->bind_ptr = nullptr;
+    column->len_ptr = nullptr;
+    readings_.push_back(IsBinaryType(column->col_type)                        ? Reading::kBinary
+                        : mdb_col_get_prop(column, "Expression") != nullptr ? Reading::kCalculated
+                                                                              : Reading::kValue);
+  }
+  fields_.resize(count);
+  values_.resize(count);
+  nulls_.resize(count, true);
+  mdb_rewind_table(table_.get());
+}
+
+bool AccessCursor::Next() {
+  if (!mdb_fetch_row(table_.get())) return false;
+  ++rows_read_;
+  // libmdb has split the row but keeps only the value bounds: split it
+  // again for the null flags (and a boolean's value, which is its flag).
+  int start = 0;
+  size_t size = 0;
+  const int row = static_cast<int>(table_->cur_row) - 1;
+  if (mdb_find_row(mdb_, row, &start, &size) != 0) {
+    throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
+  }
+  const int count = mdb_crack_row(table_.get(), start & kOffsetMask, size, fields_.data());
+  if (count < static_cast<int>(fields_.size())) {
+    throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
+  }
+  for (const MdbField& field : fields_) {
+    if (field.colnum >= 0 && static_cast<size_t>(field.colnum) < values_.size()) ReadValue(field.colnum, field);
+  }
+  return true;
+}
+
+void AccessCursor::ReadValue(size_t index, const MdbField& field) {
+  std::string& value = values_[index];
+  value.clear();
+  MdbColumn* column = ColumnAt(table_.get(), index);
+  if (column->col_type == MDB_BOOL) {
+    nulls_[index] = false;
+    AppendBoolean(field.is_null == 0, value);
+    return;
+  }
+  nulls_[index] = true;
+  const auto page_size = static_cast<size_t>(mdb_->fmt->pg_size);
+  if (field.is_null != 0 || readings_[index] == Reading::kBinary || field.start < 0 || field.siz < 0 ||
+      static_cast<size_t>(field.start) + static_cast<size_t>(field.siz) > page_size) {
+    return;
+  }
+  std::string_view bytes(reinterpret_cast<const char*>(mdb_->pg_buf) + field.start, field.siz);
+  if (readings_[index] == Reading::kCalculated && !UnwrapCalculated(bytes, bytes)) return;
+  nulls_[index] = !AppendTyped(column->col_type, column->col_scale, bytes, value);
+}
+
+bool AccessCursor::AppendTyped(int type, int scale, std::string_view bytes, std::string& out) {
+  switch (type) {
+    case MDB_BYTE:
+      return AppendByte(bytes, out);
+    case MDB_INT:
+      return AppendInt16(bytes, out);
+    case MDB_LONGINT:
+      return AppendInt32(bytes, out);
+    case MDB_MONEY:
+      return AppendMoney(bytes, out);
+    case MDB_FLOAT:
+      return AppendSingle(bytes, out);
+    case MDB_DOUBLE:
+      return AppendDoubleValue(bytes, out);
+    case MDB_DATETIME:
+      return AppendDateTimeValue(bytes, out);
+    case MDB_NUMERIC:
+      return AppendNumeric(bytes, scale, out);
+    case MDB_REPID:
+      return AppendGuid(bytes, out);
+    case kExtendedDateTime:
+      return AppendExtendedDateTime(bytes, out);
+    case MDB_TEXT:
+      AppendText(bytes, out);
+      return true;
+    case MDB_MEMO:
+      if (bytes.size() < MDB_MEMO_OVERHEAD || !ReadMemo(bytes.substr(0, MDB_MEMO_OVERHEAD), bytes, memo_)) {
+        return false;
+      }
+      AppendText(memo_, out);
+      return true;
+    default:
+      return false;
+  }
+}
+
+void AccessCursor::AppendText(std::string_view bytes, std::string& out) {
+  if (mdb_->f->jet_version != MDB_VER_JET3) {
+    AppendJet4Text(bytes, utf16_, out);
+    return;
+  }
+  // Jet 3 text is 8-bit, in the code page the file names, else the one
+  // the import was given.
+  core::CharsetConverter& converter = core::CharsetConverter::ForThisThread();
+  const std::string code_page = mdb_->f->code_page != 0 ? "CP" + std::to_string(mdb_->f->code_page) : "";
+  if (code_page.empty() || !converter.AppendDeclared(code_page, bytes, out)) {
+    converter.AppendUndeclared(bytes, out, options_.code_page);
+  }
+}
+
+bool AccessCursor::ReadMemo(std::string_view header, std::string_view inline_bytes, std::string& bytes) {
+  bytes.clear();
+  const uint32_t first = Word(header, 0);
+  if ((first & kMemoInline) != 0) {
+    bytes.assign(inline_bytes.substr(MDB_MEMO_OVERHEAD));
+    return true;
+  }
+  // A damaged chain may loop or claim more than the file holds: stop at the
+  // declared length, and never hold more than the file's size.
+  const uint64_t length = std::min<uint64_t>(first & kMemoLengthMask, database_->header().file_size);
+  int page_row = static_cast<int>(Word(header, 4));
+  const bool one_page = (first & kMemoOnePage) != 0;
+  while (page_row != 0 && bytes.size() < length) {
+    if (!database_->PageInFile(static_cast<uint32_t>(page_row) >> 8)) return false;
+    void* page = nullptr;
+    int offset = 0;
+    size_t size = 0;
+    if (mdb_find_pg_row(mdb_, page_row, &page, &offset, &size) != 0) return false;
+    const std::string_view row(static_cast<const char*>(page) + offset, size);
+    if (one_page) {
+      bytes.append(row.substr(0, length));
+      break;
+    }
+    if (row.size() <= 4) return false;
+    page_row = static_cast<int>(Word(row, 0));
+    bytes.append(row.substr(4, length - bytes.size()));
+  }
+  return true;
+}
+
+std::optional<std::string_view> AccessCursor::Value(size_t column) {
+  if (column >= values_.size() || nulls_[column]) return std::nullopt;
+  return values_[column];
+}
+
+std::vector<std::string> AccessCursor::BinaryColumns() const {
+  std::vector<std::string> binary;
+  for (size_t i = 0; i < names_.size(); ++i) {
+    if (readings_[i] == Reading::kBinary) binary.push_back(names_[i]);
+  }
+  return binary;
+}
+
+double AccessCursor::Progress() const {
+  if (table_->num_rows == 0) return -1;
+  return std::min(1.0, static_cast<double>(rows_read_) / table_->num_rows);
+}
+
+}  // namespace ks::tables::access
