@@ -153,10 +153,18 @@ bool AccessCursor::AppendTyped(int type, int scale, std::string_view bytes, std:
 }
 
 void AccessCursor::AppendText(std::string_view bytes, std::string& out) {
+  const size_t from = out.size();
   if (mdb_->f->jet_version != MDB_VER_JET3) {
     AppendJet4Text(bytes, utf16_, out);
-    return;
+  } else {
+    AppendCodePageText(bytes, out);
   }
+  // Access ends some texts (names in system tables, query text) with a NUL
+  // that is no part of the value.
+  while (out.size() > from && out.back() == '\0') out.pop_back();
+}
+
+void AccessCursor::AppendCodePageText(std::string_view bytes, std::string& out) {
   // Jet 3 text is 8-bit, in the code page the file names, else the one
   // the import was given.
   core::CharsetConverter& converter = core::CharsetConverter::ForThisThread();

@@ -35,6 +35,7 @@ class AccessCursor final : public TableCursor {
   // Appends the value's text; false when its bytes do not make its type.
   bool AppendTyped(int type, int scale, std::string_view bytes, std::string& out);
   void AppendText(std::string_view bytes, std::string& out);
+  void AppendCodePageText(std::string_view bytes, std::string& out);
   // The bytes of a memo: inline, or on one or more long-value pages.
   bool ReadMemo(std::string_view header, std::string_view inline_bytes, std::string& bytes);
 
