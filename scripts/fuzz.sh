@@ -41,6 +41,7 @@ shared_folders() {
     mail_message) echo eml eudora maildir ;;
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
+    access_database) echo mdb ;;
     *) ;;
   esac
 }
@@ -51,6 +52,8 @@ shared_folders() {
 max_len() {
   case $1 in
     mailbox_reader) echo 8192 ;;
+    # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
+    access_database) echo 131072 ;;
     *) echo 4096 ;;
   esac
 }
