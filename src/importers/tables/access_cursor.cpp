@@ -86,8 +86,11 @@ bool AccessCursor::Next() {
   if (mdb_find_row(mdb_, row, &start, &size) != 0) {
     throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
   }
-  const int count = mdb_crack_row(table_.get(), start & kOffsetMask, size, fields_.data());
-  if (count < static_cast<int>(fields_.size())) {
+  // A row written before columns were added holds fewer values: those
+  // columns are null.
+  for (MdbField& field : fields_) field = MdbField{.colnum = -1};
+  std::fill(nulls_.begin(), nulls_.end(), true);
+  if (mdb_crack_row(table_.get(), start & kOffsetMask, size, fields_.data()) < 0) {
     throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
   }
   for (const MdbField& field : fields_) {
