@@ -88,7 +88,10 @@ bool AccessCursor::Next() {
   }
   // A row written before columns were added holds fewer values: those
   // columns are null.
-  for (MdbField& field : fields_) field = MdbField{.colnum = -1};
+  for (MdbField& field : fields_) {
+    field = MdbField{};
+    field.colnum = -1;
+  }
   std::fill(nulls_.begin(), nulls_.end(), true);
   if (mdb_crack_row(table_.get(), start & kOffsetMask, size, fields_.data()) < 0) {
     throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");

@@ -2,6 +2,7 @@
 // lists, the text of each kind of value, the files it refuses, and the
 // import errors those give; then the byte-level value rules alone.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <filesystem>
 #include <fstream>
@@ -149,6 +150,38 @@ TEST(AccessDriver, RefusesEncryptedDamagedAndMissingFiles) {
   } catch (const TableError& error) {
     EXPECT_EQ(error.kind(), TableError::Kind::kDamaged);
   }
+}
+
+// fixedTextTestV2000.mdb with `copies` more copies of the users table's
+// data page at its end, and the table's page map made unreadable, so that
+// libmdb looks at every page of the file for the table's rows.
+std::string GrownUsersTable(const TempDir& dir, size_t copies) {
+  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  constexpr size_t kPage = 4096, kMapPage = 22, kMapRow = 4027, kDataPage = 23;
+  bytes[kMapPage * kPage + kMapRow] = 7;  // no map type libmdb knows
+  const std::string data = bytes.substr(kDataPage * kPage, kPage);
+  for (size_t i = 0; i < copies; ++i) bytes += data;
+  const std::string path = dir.file("grown.mdb");
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+TEST(AccessDriver, MemoryDoesNotGrowWithTheTable) {
+  SKIP_WITHOUT("fixedTextTestV2000.mdb");
+  TempDir dir;
+  const auto connection = Connect(GrownUsersTable(dir, 2000));
+  const auto cursor = connection->OpenTable("users");
+  size_t rows = 0, first = 0, most = 0;
+  while (cursor->Next()) {
+    const size_t in_use = mallinfo2().uordblks;
+    if (++rows == 10) first = in_use;
+    most = std::max(most, in_use);
+  }
+  EXPECT_EQ(rows, 2u + 2000u * 2u);
+#if !defined(__SANITIZE_ADDRESS__)
+  EXPECT_LT(most - first, 64u * 1024u) << "the heap grew with the rows read";
+#endif
 }
 
 class AccessImport : public ImportFixture {};
