@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/charset_converter.h"
+#include "importers/tables/access_rows.h"
 #include "importers/tables/access_values.h"
 #include "importers/tables/value_text.h"
 
@@ -11,19 +12,6 @@ namespace {
 
 // Access 2019's extended date/time; libmdb 1.0 has no name for it.
 constexpr int kExtendedDateTime = 0x14;
-// Row offsets carry flags in their top bits.
-constexpr int kOffsetMask = 0x1fff;
-// The first word of a memo's 12-byte header: the length, and whether the
-// text is inline or on one long-value page (else on a chain of them).
-constexpr uint32_t kMemoInline = 0x80000000;
-constexpr uint32_t kMemoOnePage = 0x40000000;
-constexpr uint32_t kMemoLengthMask = 0x3fffffff;
-
-uint32_t Word(std::string_view bytes, size_t at) {
-  uint32_t value = 0;
-  for (size_t i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
-}
 
 MdbColumn* ColumnAt(MdbTableDef* table, size_t index) {
   return static_cast<MdbColumn*>(g_ptr_array_index(table->columns, index));
@@ -80,20 +68,10 @@ bool AccessCursor::Next() {
   ++rows_read_;
   // libmdb has split the row but keeps only the value bounds: split it
   // again for the null flags (and a boolean's value, which is its flag).
-  int start = 0;
-  size_t size = 0;
-  const int row = static_cast<int>(table_->cur_row) - 1;
-  if (mdb_find_row(mdb_, row, &start, &size) != 0) {
-    throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
-  }
   // A row written before columns were added holds fewer values: those
   // columns are null.
-  for (MdbField& field : fields_) {
-    field = MdbField{};
-    field.colnum = -1;
-  }
   std::fill(nulls_.begin(), nulls_.end(), true);
-  if (mdb_crack_row(table_.get(), start & kOffsetMask, size, fields_.data()) < 0) {
+  if (!SplitFetchedRow(table_.get(), fields_)) {
     throw TableError(TableError::Kind::kDamaged, "a row of the table is not readable");
   }
   for (const MdbField& field : fields_) {
@@ -148,9 +126,7 @@ bool AccessCursor::AppendTyped(int type, int scale, std::string_view bytes, std:
       AppendText(bytes, out);
       return true;
     case MDB_MEMO:
-      if (bytes.size() < MDB_MEMO_OVERHEAD || !ReadMemo(bytes.substr(0, MDB_MEMO_OVERHEAD), bytes, memo_)) {
-        return false;
-      }
+      if (!ReadLongValue(mdb_, database_->header(), bytes, LongValueExtent::kDeclaredLength, memo_)) return false;
       AppendText(memo_, out);
       return true;
     default:
@@ -178,36 +154,6 @@ void AccessCursor::AppendCodePageText(std::string_view bytes, std::string& out) 
   if (code_page.empty() || !converter.AppendDeclared(code_page, bytes, out)) {
     converter.AppendUndeclared(bytes, out, options_.code_page);
   }
-}
-
-bool AccessCursor::ReadMemo(std::string_view header, std::string_view inline_bytes, std::string& bytes) {
-  bytes.clear();
-  const uint32_t first = Word(header, 0);
-  if ((first & kMemoInline) != 0) {
-    bytes.assign(inline_bytes.substr(MDB_MEMO_OVERHEAD));
-    return true;
-  }
-  // A damaged chain may loop or claim more than the file holds: stop at the
-  // declared length, and never hold more than the file's size.
-  const uint64_t length = std::min<uint64_t>(first & kMemoLengthMask, database_->header().file_size);
-  int page_row = static_cast<int>(Word(header, 4));
-  const bool one_page = (first & kMemoOnePage) != 0;
-  while (page_row != 0 && bytes.size() < length) {
-    if (!database_->PageInFile(static_cast<uint32_t>(page_row) >> 8)) return false;
-    void* page = nullptr;
-    int offset = 0;
-    size_t size = 0;
-    if (mdb_find_pg_row(mdb_, page_row, &page, &offset, &size) != 0) return false;
-    const std::string_view row(static_cast<const char*>(page) + offset, size);
-    if (one_page) {
-      bytes.append(row.substr(0, length));
-      break;
-    }
-    if (row.size() <= 4) return false;
-    page_row = static_cast<int>(Word(row, 0));
-    bytes.append(row.substr(4, length - bytes.size()));
-  }
-  return true;
 }
 
 std::optional<std::string_view> AccessCursor::Value(size_t column) {

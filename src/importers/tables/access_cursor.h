@@ -36,8 +36,6 @@ class AccessCursor final : public TableCursor {
   bool AppendTyped(int type, int scale, std::string_view bytes, std::string& out);
   void AppendText(std::string_view bytes, std::string& out);
   void AppendCodePageText(std::string_view bytes, std::string& out);
-  // The bytes of a memo: inline, or on one or more long-value pages.
-  bool ReadMemo(std::string_view header, std::string_view inline_bytes, std::string& bytes);
 
   std::unique_ptr<AccessDatabase> database_;
   TableDefPtr table_;

@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include "core/charset_converter.h"
+#include "importers/tables/access_catalog_check.h"
 
 namespace ks::tables::access {
 namespace {
@@ -51,6 +52,7 @@ AccessDatabase::AccessDatabase(const std::string& path) : header_(ReadAccessHead
         !ReadPageOfType(kCatalogPage, MDB_PAGE_TABLE)) {
       throw TableError(TableError::Kind::kDamaged, "the catalog of the database is not readable");
     }
+    CheckCatalogProperties(mdb_, header_);
     if (mdb_read_catalog(mdb_, MDB_ANY) == nullptr) {
       throw TableError(TableError::Kind::kDamaged, "the catalog of the database is not readable");
     }
