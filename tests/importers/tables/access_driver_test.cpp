@@ -10,6 +10,7 @@
 
 #include "core/utf16_decoder.h"
 #include "importers/import_fixture.h"
+#include "importers/tables/access_property_blob.h"
 #include "importers/tables/access_values.h"
 #include "importers/tables/ado_util.h"
 #include "importers/tables/builtin_drivers.h"
@@ -206,6 +207,22 @@ TEST_F(AccessImport, RowsBecomeDocumentsAndRefusalsGiveTheirErrors) {
   FreshDatabase();
   const ImportOutcome none = Import({Source("system.mdb", bytes, KSIMP_TYPE_ACCESS)});
   EXPECT_EQ(none.error, 14003u) << none.log;
+}
+
+TEST(AccessCatalogCheck, PropertyBlobsLibmdbWouldMisread) {
+  // "KKD", a list of one name ("N"), a block named "" with one text
+  // property of that name holding "v".
+  const std::string names = Bytes({9, 0, 0, 0, 0x80, 0, 1, 0, 'N'});
+  const std::string block = Bytes({15, 0, 0, 0, 0, 0, 9, 0, 0, 10 /* text */, 0, 0, 1, 0, 'v'});
+  const std::string kkd = std::string("KKD\0", 4) + names;
+  EXPECT_TRUE(access::IsSafePropertyBlob(kkd + Bytes({21, 0, 0, 0, 0, 0}) + block));
+  EXPECT_FALSE(access::IsSafePropertyBlob(kkd + Bytes({0, 0, 0, 0, 0, 0})))
+      << "a record of length 0, on which libmdb loops for ever";
+  EXPECT_FALSE(access::IsSafePropertyBlob(kkd + Bytes({60, 0, 0, 0, 0, 0}) + block))
+      << "a record reaching past the blob";
+  EXPECT_FALSE(access::IsSafePropertyBlob(std::string("KKD\0", 4) + Bytes({21, 0, 0, 0, 0, 0}) + block))
+      << "properties before the names";
+  EXPECT_FALSE(access::IsSafePropertyBlob("KK"));
 }
 
 TEST(AccessValues, NumbersFromTheirStoredBytes) {
