@@ -20,8 +20,8 @@ void CheckCatalogProperties(MdbHandle* mdb, const AccessHeader& header) {
   catalog.object_type = MDB_TABLE;
   catalog.table_pg = kCatalogPage;
   std::strcpy(catalog.object_name, "MSysObjects");
-  const TableDefPtr table(mdb_read_table(&catalog));
-  if (table == nullptr || mdb_read_columns(table.get()) == nullptr) throw damaged;
+  const TableDefPtr table = ReadTableDefinition(&catalog);
+  if (table == nullptr) throw damaged;
   int properties = -1;
   for (unsigned i = 0; i < table->num_cols; ++i) {
     const auto* column = static_cast<MdbColumn*>(g_ptr_array_index(table->columns, i));

@@ -37,6 +37,17 @@ std::vector<std::string> ColumnNamesOf(MdbTableDef* table) {
   return names;
 }
 
+TableDefPtr ReadTableDefinition(MdbCatalogEntry* entry) {
+  // A map is a type byte, then a page number or the pages of its bitmap.
+  constexpr size_t kShortestMap = 5;
+  TableDefPtr table(mdb_read_table(entry));
+  if (table == nullptr || table->usage_map == nullptr || table->map_sz < kShortestMap ||
+      mdb_read_columns(table.get()) == nullptr) {
+    return nullptr;
+  }
+  return table;
+}
+
 void TableDefDeleter::operator()(MdbTableDef* table) const { mdb_free_tabledef(table); }
 
 AccessDatabase::AccessDatabase(const std::string& path) : header_(ReadAccessHeader(path)) {
@@ -101,10 +112,8 @@ TableDefPtr AccessDatabase::OpenTable(std::string_view name) {
   if (entry == nullptr) return nullptr;
   const std::string damaged = "the definition of the table " + std::string(name) + " is not readable";
   if (!ReadPageOfType(entry->table_pg, MDB_PAGE_TABLE)) throw TableError(TableError::Kind::kDamaged, damaged);
-  TableDefPtr table(mdb_read_table(entry));
-  if (table == nullptr || mdb_read_columns(table.get()) == nullptr) {
-    throw TableError(TableError::Kind::kDamaged, damaged);
-  }
+  TableDefPtr table = ReadTableDefinition(entry);
+  if (table == nullptr) throw TableError(TableError::Kind::kDamaged, damaged);
   return table;
 }
 

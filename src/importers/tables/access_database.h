@@ -24,6 +24,11 @@ struct TableDefDeleter {
 };
 using TableDefPtr = std::unique_ptr<MdbTableDef, TableDefDeleter>;
 
+// Reads the definition and the columns of the table `entry` names; null
+// when libmdb cannot, or when the table has no page map libmdb can walk
+// (it would read through a null or short map when looking for rows).
+TableDefPtr ReadTableDefinition(MdbCatalogEntry* entry);
+
 // The names of the columns of `table`, in schema order, as UTF-8.
 std::vector<std::string> ColumnNamesOf(MdbTableDef* table);
 

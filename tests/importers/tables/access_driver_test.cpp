@@ -185,6 +185,25 @@ TEST(AccessDriver, MemoryDoesNotGrowWithTheTable) {
 #endif
 }
 
+TEST(AccessDriver, ATableWithoutAPageMapIsDamaged) {
+  SKIP_WITHOUT("fixedTextTestV2000.mdb");
+  // The users table's definition (page 21) names its page map by a row
+  // its map page does not have: libmdb leaves the map null and then reads
+  // through it when looking for rows (found by the fuzz target).
+  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  bytes[21 * 4096 + 55] = static_cast<char>(0xF0);
+  TempDir dir;
+  std::ofstream(dir.file("nomap.mdb"), std::ios::binary) << bytes;
+  const auto connection = Connect(dir.file("nomap.mdb"));
+  try {
+    ReadAll(*connection, "users");
+    ADD_FAILURE() << "the table was read";
+  } catch (const TableError& error) {
+    EXPECT_EQ(error.kind(), TableError::Kind::kDamaged);
+  }
+}
+
 class AccessImport : public ImportFixture {};
 
 TEST_F(AccessImport, RowsBecomeDocumentsAndRefusalsGiveTheirErrors) {
