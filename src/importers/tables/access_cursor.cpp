@@ -95,7 +95,7 @@ void AccessCursor::ReadValue(size_t index, const MdbField& field) {
       static_cast<size_t>(field.start) + static_cast<size_t>(field.siz) > page_size) {
     return;
   }
-  std::string_view bytes(reinterpret_cast<const char*>(mdb_->pg_buf) + field.start, field.siz);
+  std::string_view bytes(reinterpret_cast<const char*>(mdb_->pg_buf) + field.start, static_cast<size_t>(field.siz));
   if (readings_[index] == Reading::kCalculated && !UnwrapCalculated(bytes, bytes)) return;
   nulls_[index] = !AppendTyped(column->col_type, column->col_scale, bytes, value);
 }

@@ -119,10 +119,11 @@ bool AppendNumeric(std::string_view bytes, int scale, std::string& out) {
     digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(magnitude % 10)));
     magnitude /= 10;
   } while (magnitude != 0);
-  if (scale < 0 || scale > 38) scale = 0;  // a damaged column: the digits as they are
-  if (scale > 0) {
-    if (digits.size() <= static_cast<size_t>(scale)) digits.insert(0, scale + 1 - digits.size(), '0');
-    digits.insert(digits.size() - scale, 1, '.');
+  // A damaged column's scale: the digits as they are.
+  const size_t places = scale > 0 && scale <= 38 ? static_cast<size_t>(scale) : 0;
+  if (places > 0) {
+    if (digits.size() <= places) digits.insert(0, places + 1 - digits.size(), '0');
+    digits.insert(digits.size() - places, 1, '.');
   }
   if (bytes[0] != '\0') digits.insert(digits.begin(), '-');
   AppendDecimalText(digits, out);
