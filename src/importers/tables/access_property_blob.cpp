@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstddef>
 
+#include "importers/tables/access_values.h"
+
 namespace ks::tables::access {
 namespace {
 
@@ -13,9 +15,7 @@ enum : int {
 };
 
 uint32_t Number(std::string_view bytes, size_t at, size_t size) {
-  uint32_t value = 0;
-  for (size_t i = size; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
+  return static_cast<uint32_t>(ReadLittleEndian(bytes, at, size));
 }
 
 // The bytes libmdb reads for a property of type `type` beside its size.

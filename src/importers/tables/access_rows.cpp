@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <unordered_set>
 
+#include "importers/tables/access_values.h"
+
 namespace ks::tables::access {
 namespace {
 
@@ -16,11 +18,7 @@ constexpr uint32_t kOnePage = 0x40000000;
 constexpr uint32_t kFlags = 0xf0000000;
 constexpr uint32_t kLengthMask = 0x3fffffff;
 
-uint32_t Word(std::string_view bytes, size_t at) {
-  uint32_t value = 0;
-  for (size_t i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
-}
+uint32_t Word(std::string_view bytes, size_t at) { return static_cast<uint32_t>(ReadLittleEndian(bytes, at, 4)); }
 
 }  // namespace
 

@@ -13,11 +13,7 @@
 namespace ks::tables::access {
 namespace {
 
-uint64_t LittleEndian(std::string_view bytes, size_t size) {
-  uint64_t value = 0;
-  for (size_t i = size; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[i]);
-  return value;
-}
+uint64_t LittleEndian(std::string_view bytes, size_t size) { return ReadLittleEndian(bytes, 0, size); }
 
 template <typename Float>
 Float ReadFloat(std::string_view bytes) {
@@ -37,6 +33,12 @@ bool ParseDigits(std::string_view digits, uint64_t& value) {
 }
 
 }  // namespace
+
+uint64_t ReadLittleEndian(std::string_view bytes, size_t at, size_t size) {
+  uint64_t value = 0;
+  for (size_t i = size; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
+  return value;
+}
 
 void AppendJet4Text(std::string_view bytes, core::Utf16Decoder& utf16, std::string& out) {
   if (bytes.size() < 2 || static_cast<unsigned char>(bytes[0]) != 0xFF ||
