@@ -44,6 +44,7 @@ shared_folders() {
     dbase_table) echo dbf ;;
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
+    access_database) echo mdb ;;
     *) ;;
   esac
 }
@@ -56,6 +57,8 @@ max_len() {
     mailbox_reader) echo 8192 ;;
     paradox_table) echo 16384 ;;  # a header and a few blocks, and the .mb after them
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
+    # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
+    access_database) echo 131072 ;;
     *) echo 4096 ;;
   esac
 }

@@ -1,0 +1,292 @@
+// The built-in Access driver on the corpus' .mdb and .accdb files: what it
+// lists, the text of each kind of value, the files it refuses, and the
+// import errors those give; then the byte-level value rules alone.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "core/utf16_decoder.h"
+#include "importers/import_fixture.h"
+#include "importers/tables/access_property_blob.h"
+#include "importers/tables/access_values.h"
+#include "importers/tables/ado_util.h"
+#include "importers/tables/builtin_drivers.h"
+#include "importers/tables/table_drivers.h"
+
+namespace ks::tables {
+namespace {
+
+using Rows = std::vector<std::vector<std::optional<std::string>>>;
+
+std::string CorpusFile(const std::string& name) { return KS_SHARED_DIR "/corpus/mdb/" + name; }
+
+#define SKIP_WITHOUT(file)                                                        \
+  if (!std::filesystem::exists(CorpusFile(file))) GTEST_SKIP() << "no " << file;
+
+std::unique_ptr<TableConnection> Connect(const std::string& path) {
+  return MakeAccessDriver()->Connect(ConnectionString("DBQ=" + ConnectionString::Quote(path)), {});
+}
+
+Rows ReadAll(TableConnection& connection, const std::string& table) {
+  Rows rows;
+  const auto cursor = connection.OpenTable(table);
+  while (cursor->Next()) {
+    auto& row = rows.emplace_back();
+    for (size_t i = 0; i < cursor->ColumnNames().size(); ++i) {
+      const auto value = cursor->Value(i);
+      row.push_back(value ? std::optional<std::string>(*value) : std::nullopt);
+    }
+  }
+  return rows;
+}
+
+TableError::Kind ConnectError(const std::string& path) {
+  try {
+    Connect(path)->Tables();
+  } catch (const TableError& error) {
+    return error.kind();
+  }
+  return TableError::Kind::kOther;
+}
+
+std::string Bytes(std::initializer_list<int> bytes) {
+  std::string out;
+  for (int b : bytes) out += static_cast<char>(b);
+  return out;
+}
+
+TEST(AccessDriver, ListsUserTablesSystemTablesAndSelectQueries) {
+  SKIP_WITHOUT("queryTestV2003.mdb");
+  const auto connection = Connect(CorpusFile("queryTestV2003.mdb"));
+  std::vector<std::string> tables, system, views;
+  for (const TableEntry& t : connection->Tables()) {
+    (t.type == "TABLE" ? tables : t.type == "SYSTEM TABLE" ? system : views).push_back(t.name);
+  }
+  EXPECT_EQ(tables, (std::vector<std::string>{"Table1", "Table2", "Table3"}));
+  EXPECT_EQ(views, std::vector<std::string>{"SelectQuery"}) << "queries that change data are no views";
+  EXPECT_NE(std::find(system.begin(), system.end(), "MSysObjects"), system.end());
+  EXPECT_EQ(ImportableTables(*connection, TableSourceKind::kAccess), tables);
+  EXPECT_EQ(connection->Columns("Table2"), (std::vector<std::string>{"col1", "col2", "col3"}));
+  EXPECT_TRUE(connection->Columns("SelectQuery").empty());
+  EXPECT_THROW(connection->OpenTable("SelectQuery"), TableError);
+  EXPECT_THROW(connection->OpenTable("NoSuchTable"), TableError);
+}
+
+TEST(AccessDriver, ValuesOfEachTypeAsText) {
+  SKIP_WITHOUT("testV1997.mdb");
+  const auto connection = Connect(CorpusFile("testV1997.mdb"));
+  // Text, byte, integer, long, double, date, currency, boolean (Jet 3).
+  const Rows rows = ReadAll(*connection, "Table1");
+  ASSERT_EQ(rows.size(), 2u);
+  const std::vector<std::optional<std::string>> expected{
+      "abcdefg", "hijklmnop", "2", "222", "333333333", "444.555", "1974-09-21", "3.5", "True"};
+  EXPECT_EQ(rows[1], expected);
+  EXPECT_EQ(rows[0][8], "False");
+}
+
+TEST(AccessDriver, MemosNullsAndBinaryColumns) {
+  SKIP_WITHOUT("complexDataTestV2007.accdb");
+  const auto connection = Connect(CorpusFile("complexDataTestV2007.accdb"));
+  const auto cursor = connection->OpenTable("Table1");
+  EXPECT_EQ(cursor->BinaryColumns().size(), 3u) << "attachments, multiple values, version history";
+  const Rows rows = ReadAll(*connection, "Table1");
+  ASSERT_GE(rows.size(), 3u);
+  EXPECT_EQ(rows[0][2], std::nullopt);
+  EXPECT_EQ(rows[2][2], "row3-memo");
+  EXPECT_EQ(rows[2][3], "row3-memo-again");
+  EXPECT_EQ(rows[2][5], std::nullopt) << "an attachment column comes out null";
+}
+
+TEST(AccessDriver, DatesBefore1900ExtendedAndCalculatedDates) {
+  SKIP_WITHOUT("oldDatesV2007.accdb");
+  SKIP_WITHOUT("extDateTestV2019.accdb");
+  const Rows old = ReadAll(*Connect(CorpusFile("oldDatesV2007.accdb")), "Table1");
+  ASSERT_GE(old.size(), 4u);
+  EXPECT_EQ(old[0][1], "1582-10-15");
+  EXPECT_EQ(old[3][1], "1392-01-10");
+  const Rows extended = ReadAll(*Connect(CorpusFile("extDateTestV2019.accdb")), "Table1");
+  ASSERT_GE(extended.size(), 5u);
+  // Extended date/time, ordinary date/time, calculated date/time.
+  EXPECT_EQ(extended[2][2], "2021-06-14 12:45:00");
+  EXPECT_EQ(extended[2][3], "2021-06-14 12:45:00");
+  EXPECT_EQ(extended[2][5], "2021-06-14 12:45:00");
+  EXPECT_EQ(extended[4], (std::vector<std::optional<std::string>>{"5", "row5", {}, {}, {}, {}}));
+}
+
+TEST(AccessDriver, CompressedAndNonBmpText) {
+  SKIP_WITHOUT("testEmoticonsV2010.accdb");
+  SKIP_WITHOUT("testUnicodeCompV2003.mdb");
+  const Rows emoji = ReadAll(*Connect(CorpusFile("testEmoticonsV2010.accdb")), "data");
+  ASSERT_FALSE(emoji.empty());
+  EXPECT_EQ(emoji[0][1], "a\U0001F600a");
+  const Rows compressed = ReadAll(*Connect(CorpusFile("testUnicodeCompV2003.mdb")), "Table");
+  ASSERT_GE(compressed.size(), 3u);
+  EXPECT_EQ(compressed[1][1], "ääkkösiä");
+  EXPECT_EQ(compressed[2][1], "Мир");
+}
+
+TEST(AccessDriver, RefusesEncryptedDamagedAndMissingFiles) {
+  SKIP_WITHOUT("db2007-enc.accdb");
+  EXPECT_EQ(ConnectError(CorpusFile("db2007-enc.accdb")), TableError::Kind::kPasswordProtected);
+  EXPECT_EQ(ConnectError(CorpusFile("db2013-enc.accdb")), TableError::Kind::kPasswordProtected);
+  EXPECT_EQ(ReadAll(*Connect(CorpusFile("db-enc.mdb")), "Table1").size(), 2u)
+      << "pages encoded without a password are read";
+  EXPECT_EQ(ConnectError(CorpusFile("none.mdb")), TableError::Kind::kNotFound);
+  TempDir dir;
+  std::ofstream(dir.file("text.mdb")) << "Name,Town\nSmith,Oslo\n";
+  EXPECT_EQ(ConnectError(dir.file("text.mdb")), TableError::Kind::kDamaged);
+  // A real header on a file cut after its first pages.
+  std::ifstream whole(CorpusFile("testV1997.mdb"), std::ios::binary);
+  std::string head(2048 * 4, '\0');
+  whole.read(head.data(), static_cast<std::streamsize>(head.size()));
+  std::ofstream(dir.file("cut.mdb"), std::ios::binary) << head;
+  try {
+    const auto connection = Connect(dir.file("cut.mdb"));
+    for (const TableEntry& t : connection->Tables()) {
+      if (t.type == "TABLE") ReadAll(*connection, t.name);
+    }
+  } catch (const TableError& error) {
+    EXPECT_EQ(error.kind(), TableError::Kind::kDamaged);
+  }
+}
+
+// fixedTextTestV2000.mdb with `copies` more copies of the users table's
+// data page at its end, and the table's page map made unreadable, so that
+// libmdb looks at every page of the file for the table's rows.
+std::string GrownUsersTable(const TempDir& dir, size_t copies) {
+  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  constexpr size_t kPage = 4096, kMapPage = 22, kMapRow = 4027, kDataPage = 23;
+  bytes[kMapPage * kPage + kMapRow] = 7;  // no map type libmdb knows
+  const std::string data = bytes.substr(kDataPage * kPage, kPage);
+  for (size_t i = 0; i < copies; ++i) bytes += data;
+  const std::string path = dir.file("grown.mdb");
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+TEST(AccessDriver, MemoryDoesNotGrowWithTheTable) {
+  SKIP_WITHOUT("fixedTextTestV2000.mdb");
+  TempDir dir;
+  const auto connection = Connect(GrownUsersTable(dir, 2000));
+  const auto cursor = connection->OpenTable("users");
+  size_t rows = 0, first = 0, most = 0;
+  while (cursor->Next()) {
+    const size_t in_use = mallinfo2().uordblks;
+    if (++rows == 10) first = in_use;
+    most = std::max(most, in_use);
+  }
+  EXPECT_EQ(rows, 2u + 2000u * 2u);
+#if !defined(__SANITIZE_ADDRESS__)
+  EXPECT_LT(most - first, 64u * 1024u) << "the heap grew with the rows read";
+#endif
+}
+
+TEST(AccessDriver, ATableWithoutAPageMapIsDamaged) {
+  SKIP_WITHOUT("fixedTextTestV2000.mdb");
+  // The users table's definition (page 21) names its page map by a row
+  // its map page does not have: libmdb leaves the map null and then reads
+  // through it when looking for rows (found by the fuzz target).
+  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  bytes[21 * 4096 + 55] = static_cast<char>(0xF0);
+  TempDir dir;
+  std::ofstream(dir.file("nomap.mdb"), std::ios::binary) << bytes;
+  const auto connection = Connect(dir.file("nomap.mdb"));
+  try {
+    ReadAll(*connection, "users");
+    ADD_FAILURE() << "the table was read";
+  } catch (const TableError& error) {
+    EXPECT_EQ(error.kind(), TableError::Kind::kDamaged);
+  }
+}
+
+class AccessImport : public ImportFixture {};
+
+TEST_F(AccessImport, RowsBecomeDocumentsAndRefusalsGiveTheirErrors) {
+  SKIP_WITHOUT("fixedTextTestV2000.mdb");
+  const ImportOutcome read = Import({QueuedFile(CorpusFile("fixedTextTestV2000.mdb"), KSIMP_TYPE_ACCESS)});
+  EXPECT_EQ(read.result, 1u);
+  EXPECT_EQ(read.documents_added, 2u);
+
+  FreshDatabase();
+  const ImportOutcome locked = Import({QueuedFile(CorpusFile("db2007-enc.accdb"), KSIMP_TYPE_ACCESS)});
+  EXPECT_EQ(locked.error, 11026u) << locked.log;
+
+  // The one user table renamed into the system tables' names.
+  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  const std::string users("u\0s\0e\0r\0s\0", 10);
+  const size_t at = bytes.find(users);
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, users.size(), std::string("M\0S\0y\0s\0X\0", 10));
+  FreshDatabase();
+  const ImportOutcome none = Import({Source("system.mdb", bytes, KSIMP_TYPE_ACCESS)});
+  EXPECT_EQ(none.error, 14003u) << none.log;
+}
+
+TEST(AccessCatalogCheck, PropertyBlobsLibmdbWouldMisread) {
+  // "KKD", a list of one name ("N"), a block named "" with one text
+  // property of that name holding "v".
+  const std::string names = Bytes({9, 0, 0, 0, 0x80, 0, 1, 0, 'N'});
+  const std::string block = Bytes({15, 0, 0, 0, 0, 0, 9, 0, 0, 10 /* text */, 0, 0, 1, 0, 'v'});
+  const std::string kkd = std::string("KKD\0", 4) + names;
+  EXPECT_TRUE(access::IsSafePropertyBlob(kkd + Bytes({21, 0, 0, 0, 0, 0}) + block));
+  EXPECT_FALSE(access::IsSafePropertyBlob(kkd + Bytes({0, 0, 0, 0, 0, 0})))
+      << "a record of length 0, on which libmdb loops for ever";
+  EXPECT_FALSE(access::IsSafePropertyBlob(kkd + Bytes({60, 0, 0, 0, 0, 0}) + block))
+      << "a record reaching past the blob";
+  EXPECT_FALSE(access::IsSafePropertyBlob(std::string("KKD\0", 4) + Bytes({21, 0, 0, 0, 0, 0}) + block))
+      << "properties before the names";
+  EXPECT_FALSE(access::IsSafePropertyBlob("KK"));
+}
+
+TEST(AccessValues, NumbersFromTheirStoredBytes) {
+  std::string out;
+  // -123.4500 as a decimal of scale 4: 1234500 in the least significant word.
+  const std::string numeric = Bytes({0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x44, 0xD6, 0x12, 0});
+  EXPECT_TRUE(access::AppendNumeric(numeric, 4, out));
+  EXPECT_EQ(out, "-123.45");
+  out.clear();
+  // 2^32 + 5 at scale 0: the two low words, most significant first.
+  EXPECT_TRUE(access::AppendNumeric(Bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 5, 0, 0, 0}), 0, out));
+  EXPECT_EQ(out, "4294967301");
+  out.clear();
+  EXPECT_TRUE(access::AppendMoney(Bytes({0xF0, 0xD8, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}), out));
+  EXPECT_EQ(out, "-1") << "-10000 ten-thousandths";
+  out.clear();
+  EXPECT_TRUE(access::AppendSingle(Bytes({0xCD, 0xCC, 0xCC, 0x3D}), out));
+  EXPECT_EQ(out, "0.1") << "the single's own shortest text";
+  out.clear();
+  EXPECT_FALSE(access::AppendDoubleValue("1234", out));
+  EXPECT_FALSE(access::AppendNumeric("short", 2, out));
+  EXPECT_TRUE(out.empty());
+}
+
+TEST(AccessValues, TextGuidsAndExtendedDates) {
+  core::Utf16Decoder utf16(core::Utf16Decoder::ByteOrder::kLittleEndian);
+  std::string out;
+  // Compressed: "ab", then a UTF-16 run with U+0416, then "c".
+  access::AppendJet4Text(Bytes({0xFF, 0xFE, 'a', 'b', 0, 0x16, 0x04, 0, 'c'}), utf16, out);
+  EXPECT_EQ(out, "ab\u0416c");
+  out.clear();
+  access::AppendJet4Text(Bytes({'x', 0, 0x00, 0xD8, 'y', 0}), utf16, out);
+  EXPECT_EQ(out, "x\uFFFDy") << "a lone surrogate";
+  out.clear();
+  EXPECT_TRUE(access::AppendGuid(Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}), out));
+  EXPECT_EQ(out, "{04030201-0605-0807-090A-0B0C0D0E0F10}");
+  out.clear();
+  EXPECT_TRUE(access::AppendExtendedDateTime("0000000000000000000:0000000000010000000:7", out));
+  EXPECT_EQ(out, "0001-01-01 00:00:01");
+  out.clear();
+  EXPECT_FALSE(access::AppendExtendedDateTime("0000000000000000000:9999999999999999999:7", out));
+  EXPECT_FALSE(access::AppendExtendedDateTime("000000000000000000-:0000000000000000000:7", out));
+  std::string_view result;
+  EXPECT_FALSE(access::UnwrapCalculated(Bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0, 1}), result));
+}
+
+}  // namespace
+}  // namespace ks::tables
