@@ -47,7 +47,16 @@ std::string TableSourceName(int32_t type, const std::string& source,
   name += '\x1b';
   if (type != KSIMP_TYPE_ODBC) name += source;
   name += '\x1b';
-  for (const std::string& table : tables) name += table + ';';
+  std::vector<std::string> chosen = tables;
+  std::error_code error;
+  const bool table_per_file = type == KSIMP_TYPE_DBASE || type == KSIMP_TYPE_VISUAL_FOXPRO ||
+                              type == KSIMP_TYPE_PARADOX;
+  if (chosen.empty() && table_per_file && !std::filesystem::is_directory(source, error)) {
+    // The connection reaches every table of the file's folder; the user
+    // named this one.
+    chosen.push_back(std::filesystem::path(source).stem().string());
+  }
+  for (const std::string& table : chosen) name += table + ';';
   name += "end_tables\x1b";
   for (const std::string& field : field_names) name += field + "\r\n";
   return name;
