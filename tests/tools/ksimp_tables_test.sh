@@ -32,4 +32,8 @@ check import-access 0 "$ksimp" import "$db" "$corpus/mdb/testV1997.mdb" --quiet
 check encrypted 1 "$ksimp" import "$db" "$corpus/mdb/db2007-enc.accdb"
 contains encrypted-why "$work/err" "password protected"
 
+# A folder of table files is a database of tables.
+check tables-folder 0 "$ksimp" tables "$corpus/paradox" --type paradox
+contains tables-folder-table "$work/out" "AREACODE"
+
 finish

@@ -50,9 +50,8 @@ int CImpADO::Prepare(ImportContext& context) {
   std::error_code error;
   const bool folder = std::filesystem::is_directory(name, error);
   if (kind_) {
-    // A folder is the database of its dBase, FoxPro or Paradox tables.
-    settings_.connection = ks::tables::CAdoUtil::BuildConnectionString(
-        *kind_, folder ? name + "/" : name, ks::tables::TableDrivers::Installed());
+    settings_.connection =
+        ks::tables::CAdoUtil::BuildConnectionString(*kind_, name, ks::tables::TableDrivers::Installed());
   }
   const bool table_per_file = kind_ == ks::tables::TableSourceKind::kDbase ||
                               kind_ == ks::tables::TableSourceKind::kFoxPro ||

@@ -1,6 +1,7 @@
 #include "importers/tables/ado_util.h"
 
 #include <filesystem>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -75,7 +76,10 @@ std::string CAdoUtil::BuildConnectionString(TableSourceKind kind, const std::str
   std::string driver = drivers.Find(recipe.search);
   if (driver.empty() && !recipe.fallback_search.empty()) driver = drivers.Find(recipe.fallback_search);
   if (driver.empty()) return {};
-  const std::string database = recipe.folder ? FolderOf(source_path) : source_path;
+  // A folder of table files is its own database.
+  std::error_code error;
+  const bool is_folder = std::filesystem::is_directory(source_path, error);
+  const std::string database = recipe.folder && !is_folder ? FolderOf(source_path) : source_path;
   return fmt::format(fmt::runtime(recipe.pattern), driver, ConnectionString::Quote(database));
 }
 

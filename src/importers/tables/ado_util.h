@@ -27,7 +27,8 @@ std::vector<std::string> ImportableTables(TableConnection& connection,
 
 class CAdoUtil {
  public:
-  // The connection string for `source_path` read as `kind`; "" when no
+  // The connection string for `source_path` (a file, or for a kind whose
+  // database is a folder, that folder) read as `kind`; "" when no
   // driver in `drivers` reads that kind.
   static std::string BuildConnectionString(TableSourceKind kind, const std::string& source_path,
                                            const TableDrivers& drivers);
