@@ -15,7 +15,7 @@ enum : int {
 };
 
 uint32_t Number(std::string_view bytes, size_t at, size_t size) {
-  return static_cast<uint32_t>(ReadLittleEndian(bytes, at, size));
+  return static_cast<uint32_t>(LittleEndian(bytes, at, size));
 }
 
 // The bytes libmdb reads for a property of type `type` beside its size.

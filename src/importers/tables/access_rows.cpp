@@ -18,7 +18,7 @@ constexpr uint32_t kOnePage = 0x40000000;
 constexpr uint32_t kFlags = 0xf0000000;
 constexpr uint32_t kLengthMask = 0x3fffffff;
 
-uint32_t Word(std::string_view bytes, size_t at) { return static_cast<uint32_t>(ReadLittleEndian(bytes, at, 4)); }
+uint32_t Word(std::string_view bytes, size_t at) { return static_cast<uint32_t>(LittleEndian(bytes, at, 4)); }
 
 }  // namespace
 

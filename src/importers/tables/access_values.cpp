@@ -13,8 +13,6 @@
 namespace ks::tables::access {
 namespace {
 
-uint64_t LittleEndian(std::string_view bytes, size_t size) { return ReadLittleEndian(bytes, 0, size); }
-
 template <typename Float>
 Float ReadFloat(std::string_view bytes) {
   static_assert(sizeof(Float) == 4 || sizeof(Float) == 8);
@@ -33,12 +31,6 @@ bool ParseDigits(std::string_view digits, uint64_t& value) {
 }
 
 }  // namespace
-
-uint64_t ReadLittleEndian(std::string_view bytes, size_t at, size_t size) {
-  uint64_t value = 0;
-  for (size_t i = size; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
-}
 
 void AppendJet4Text(std::string_view bytes, core::Utf16Decoder& utf16, std::string& out) {
   if (bytes.size() < 2 || static_cast<unsigned char>(bytes[0]) != 0xFF ||

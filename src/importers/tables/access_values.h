@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "importers/tables/byte_order.h"
+
 namespace ks::core {
 class CharsetConverter;
 class Utf16Decoder;
@@ -18,9 +20,6 @@ class Utf16Decoder;
 
 namespace ks::tables::access {
 
-// The unsigned little-endian number of `size` bytes (at most 8) at `at`;
-// the caller has checked that they are there.
-uint64_t ReadLittleEndian(std::string_view bytes, size_t at, size_t size);
 
 // Text of a Jet 4 or ACE file: UTF-16LE, or "compressed" when it starts with
 // FF FE (runs of one-byte Latin-1 characters and of UTF-16LE, each 0x00 byte

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "importers/tables/byte_order.h"
+
 namespace ks::tables {
 
 // How a field's bytes become a value.
@@ -65,17 +67,6 @@ struct DbfLayout {
 
 // An unsigned number of `bytes` bytes (at most 8) at `p`, least or most
 // significant first: the tables keep their numbers both ways.
-inline uint64_t LittleEndian(const char* p, int bytes) {
-  uint64_t value = 0;
-  for (int i = bytes - 1; i >= 0; --i) value = value << 8 | static_cast<uint8_t>(p[i]);
-  return value;
-}
-inline uint64_t BigEndian(const char* p, int bytes) {
-  uint64_t value = 0;
-  for (int i = 0; i < bytes; ++i) value = value << 8 | static_cast<uint8_t>(p[i]);
-  return value;
-}
-
 // The number of bytes ReadDbfLayout wants to see first: enough for any
 // fixed part of a header; it then says how many it needs in all.
 inline constexpr size_t kDbfFixedHeader = 68;

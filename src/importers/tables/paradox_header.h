@@ -15,6 +15,8 @@
 #include <string_view>
 #include <vector>
 
+#include "importers/tables/byte_order.h"
+
 namespace ks::tables {
 
 // Field types as the header's field list gives them.
@@ -70,11 +72,10 @@ struct ParadoxHeader {
 // Little-endian numbers of the file's structures (headers, block heads,
 // blob pointers) at `at` of `bytes`; the caller knows they are there.
 inline uint16_t ParadoxWord(std::string_view bytes, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(bytes[at]) | static_cast<uint8_t>(bytes[at + 1])
-                                                                     << 8);
+  return static_cast<uint16_t>(LittleEndian(bytes, at, 2));
 }
 inline uint32_t ParadoxLong(std::string_view bytes, size_t at) {
-  return ParadoxWord(bytes, at) | static_cast<uint32_t>(ParadoxWord(bytes, at + 2)) << 16;
+  return static_cast<uint32_t>(LittleEndian(bytes, at, 4));
 }
 
 // The bytes of the fixed part every version has, enough to learn the

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "importers/tables/byte_order.h"
 #include "importers/tables/value_text.h"
 
 namespace ks::tables {
@@ -22,12 +23,6 @@ bool AllZero(std::string_view bytes) {
     if (c != 0) return false;
   }
   return true;
-}
-
-uint64_t BigEndian(std::string_view bytes) {
-  uint64_t value = 0;
-  for (const char c : bytes) value = value << 8 | static_cast<uint8_t>(c);
-  return value;
 }
 
 // A whole number of `bytes.size()` bytes, sign bit flipped.
