@@ -12,7 +12,7 @@
 #include "api/import_session.h"
 #include "api/session_import_context.h"
 #include "core/charset_converter.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 #include "importers/tables/ado_import.h"
 #include "ks_imp.h"
 
