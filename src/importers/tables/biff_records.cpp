@@ -1,0 +1,159 @@
+#include "importers/tables/biff_records.h"
+
+#include <fmt/format.h>
+
+#include "core/charset_converter.h"
+#include "importers/tables/table_source.h"
+
+namespace ks::tables {
+namespace {
+
+[[noreturn]] void Damaged(const std::string& what) {
+  throw TableError(TableError::Kind::kDamaged, "a damaged .xls workbook: " + what);
+}
+
+void AppendCodePoint(uint32_t c, std::string& out) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | c >> 6);
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | c >> 12);
+    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | c >> 18);
+    out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
+    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+}  // namespace
+
+bool BiffRecords::Next() {
+  unsigned char header[4];
+  if (next_ >= stream_.Size()) return false;
+  // Some writers pad the stream's last sector with zeros after the last EOF.
+  if (!stream_.ReadAt(next_, header, sizeof header)) Damaged("a record is cut short by the end of the stream");
+  const uint16_t length = static_cast<uint16_t>(header[2] | header[3] << 8);
+  data_.resize(length);
+  if (!stream_.ReadAt(next_ + 4, data_.data(), length)) Damaged("a record is cut short by the end of the stream");
+  offset_ = next_;
+  next_ += 4u + length;
+  type_ = static_cast<uint16_t>(header[0] | header[1] << 8);
+  return true;
+}
+
+void BiffData::Continue() {
+  if (!records_.Next()) Damaged("a record's data runs past the end of the stream");
+  if (records_.Type() != biff::kContinue) {
+    records_.Unread();  // the record is the caller's next
+    Damaged("a record's data runs past its end");
+  }
+  data_ = records_.Data();
+  at_ = 0;
+}
+
+uint8_t BiffData::U8() {
+  while (at_ >= data_.size()) Continue();
+  return static_cast<uint8_t>(data_[at_++]);
+}
+
+uint16_t BiffData::U16() {
+  const uint16_t low = U8();
+  return static_cast<uint16_t>(low | U8() << 8);
+}
+
+uint32_t BiffData::U32() {
+  const uint32_t low = U16();
+  return low | static_cast<uint32_t>(U16()) << 16;
+}
+
+void BiffData::Skip(uint64_t count) {
+  while (count > 0) {
+    while (at_ >= data_.size()) Continue();
+    const size_t step = static_cast<size_t>(std::min<uint64_t>(count, data_.size() - at_));
+    at_ += step;
+    count -= step;
+  }
+}
+
+void BiffData::Characters(uint32_t count, bool wide, std::string& out) {
+  std::vector<uint16_t> units;
+  units.reserve(std::min<uint32_t>(count, 8224));
+  while (units.size() < count) {
+    if (at_ >= data_.size()) {
+      // A string split across records: the new record says again whether
+      // its characters are one byte or two.
+      Continue();
+      if (data_.empty()) continue;
+      wide = (static_cast<uint8_t>(data_[at_++]) & 0x01) != 0;
+      continue;
+    }
+    if (!wide) {
+      units.push_back(static_cast<uint8_t>(data_[at_++]));
+    } else {
+      if (data_.size() - at_ < 2) Damaged("a character is split across records");
+      units.push_back(static_cast<uint16_t>(static_cast<uint8_t>(data_[at_]) | static_cast<uint8_t>(data_[at_ + 1]) << 8));
+      at_ += 2;
+    }
+  }
+  AppendUtf16(units, out);
+}
+
+void BiffData::String(bool short_count, std::string& out) {
+  const uint32_t count = short_count ? U8() : U16();
+  if (!biff8_) {
+    std::string bytes;
+    bytes.reserve(count);
+    for (uint32_t i = 0; i < count; ++i) bytes += static_cast<char>(U8());
+    core::CharsetConverter::ForThisThread().AppendText(code_page_, bytes, out);
+    return;
+  }
+  const uint8_t flags = U8();
+  const uint32_t runs = (flags & 0x08) ? U16() : 0;
+  const uint32_t phonetic = (flags & 0x04) ? U32() : 0;
+  Characters(count, (flags & 0x01) != 0, out);
+  Skip(uint64_t{runs} * 4 + phonetic);
+}
+
+std::string CharsetOfCodePage(uint16_t code_page) {
+  switch (code_page) {
+    case 367:
+      return "us-ascii";
+    case 932:
+      return "shift_jis";
+    case 936:
+      return "gbk";
+    case 949:
+      return "cp949";
+    case 950:
+      return "big5";
+    case 10000:
+    case 32768:
+      return "macintosh";
+    case 32769:
+      return "windows-1252";
+    default:
+      if (code_page >= 1250 && code_page <= 1258) return fmt::format("windows-{}", code_page);
+      return fmt::format("cp{}", code_page);
+  }
+}
+
+void AppendUtf16(const std::vector<uint16_t>& units, std::string& out) {
+  for (size_t i = 0; i < units.size(); ++i) {
+    const uint32_t unit = units[i];
+    if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000) {
+      AppendCodePoint(0x10000 + ((unit - 0xD800) << 10) + (units[i + 1] - 0xDC00), out);
+      ++i;
+    } else if (unit >= 0xD800 && unit < 0xE000) {
+      AppendCodePoint(0xFFFD, out);
+    } else {
+      AppendCodePoint(unit, out);
+    }
+  }
+}
+
+}  // namespace ks::tables

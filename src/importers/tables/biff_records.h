@@ -1,0 +1,85 @@
+// The records of a BIFF5 or BIFF8 workbook stream: BiffRecords reads them
+// one after another from any offset, BiffData reads a record's fields and
+// follows its CONTINUE records, and the string forms of both versions
+// become UTF-8 here.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "importers/tables/stream_bytes.h"
+
+namespace ks::tables {
+
+namespace biff {
+inline constexpr uint16_t kBof = 0x0809;
+inline constexpr uint16_t kEof = 0x000A;
+inline constexpr uint16_t kContinue = 0x003C;
+}  // namespace biff
+
+class BiffRecords {
+ public:
+  BiffRecords(StreamBytes& stream, uint64_t offset) : stream_(stream), next_(offset) {}
+
+  // Reads the record at the current offset; false at the end of the stream.
+  // A record cut short by the stream's end throws TableError kDamaged.
+  bool Next();
+  // Makes the next Next() read the current record again.
+  void Unread() { next_ = offset_; }
+  uint16_t Type() const { return type_; }
+  std::string_view Data() const { return {data_.data(), data_.size()}; }
+  uint64_t Offset() const { return offset_; }
+  double Progress() const { return stream_.Size() == 0 ? 1 : static_cast<double>(next_) / static_cast<double>(stream_.Size()); }
+
+ private:
+  StreamBytes& stream_;
+  uint64_t next_;
+  uint64_t offset_ = 0;
+  uint16_t type_ = 0;
+  std::string data_;
+};
+
+// The fields of the current record, read in order, going on into the
+// CONTINUE records after it when they run past its end.  Reading past the
+// last of them throws TableError kDamaged.
+class BiffData {
+ public:
+  // `records` stands on the record to read; `code_page` names the character
+  // set of BIFF5 8-bit strings (see CharsetOfCodePage).
+  BiffData(BiffRecords& records, bool biff8, std::string_view code_page)
+      : records_(records), data_(records.Data()), biff8_(biff8), code_page_(code_page) {}
+
+  uint8_t U8();
+  uint16_t U16();
+  uint32_t U32();
+  void Skip(uint64_t count);
+  size_t Left() const { return data_.size() - at_; }
+
+  // A string as a cell or a shared string table stores it: BIFF8's
+  // character count (16-bit, or 8-bit with `short_count`), option flags,
+  // rich-text and phonetic extras (skipped) and characters, whose
+  // compressed flag a CONTINUE record gives again; BIFF5's byte count
+  // (16-bit, or 8-bit with `short_count`) and bytes in the code page.
+  void String(bool short_count, std::string& out);
+
+ private:
+  // Moves to the next CONTINUE record; throws when there is none.
+  void Continue();
+  void Characters(uint32_t count, bool wide, std::string& out);
+
+  BiffRecords& records_;
+  std::string_view data_;
+  size_t at_ = 0;
+  bool biff8_;
+  std::string_view code_page_;
+};
+
+// The character set name of a CODEPAGE value, for BIFF5's 8-bit strings.
+std::string CharsetOfCodePage(uint16_t code_page);
+
+// Appends UTF-16 code units as UTF-8 (an unpaired surrogate becomes U+FFFD).
+void AppendUtf16(const std::vector<uint16_t>& units, std::string& out);
+
+}  // namespace ks::tables
