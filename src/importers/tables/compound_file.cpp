@@ -148,13 +148,16 @@ std::vector<uint32_t> CompoundFile::Chain(const std::vector<uint32_t>& table, ui
                                           uint64_t limit) const {
   const uint64_t unit = &table == &fat_ ? sector_size_ : kMiniSectorSize;
   std::vector<uint32_t> chain;
+  std::vector<bool> seen(table.size(), false);
   uint32_t sector = start;
   while (size == UINT64_MAX ? sector != kEndOfChain : chain.size() * unit < size) {
-    if (chain.size() >= limit) Damaged("a sector chain loops");
+    if (chain.size() >= limit) Damaged("a sector chain is longer than the file");
     if (sector >= table.size()) {
       Damaged(sector == kEndOfChain || sector == kFree ? "a stream is longer than its sector chain"
                                                         : "a sector chain leaves its table");
     }
+    if (seen[sector]) Damaged("a sector chain loops");
+    seen[sector] = true;
     chain.push_back(sector);
     sector = table[sector];
   }
