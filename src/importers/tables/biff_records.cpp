@@ -35,7 +35,6 @@ void AppendCodePoint(uint32_t c, std::string& out) {
 bool BiffRecords::Next() {
   unsigned char header[4];
   if (next_ >= stream_.Size()) return false;
-  // Some writers pad the stream's last sector with zeros after the last EOF.
   if (!stream_.ReadAt(next_, header, sizeof header)) Damaged("a record is cut short by the end of the stream");
   const uint16_t length = static_cast<uint16_t>(header[2] | header[3] << 8);
   data_.resize(length);
@@ -54,6 +53,14 @@ void BiffData::Continue() {
   }
   data_ = records_.Data();
   at_ = 0;
+}
+
+bool BiffData::MoreFollows() {
+  if (at_ < data_.size()) return true;
+  if (!records_.Next()) return false;
+  const bool more = records_.Type() == biff::kContinue;
+  records_.Unread();  // read again by Continue(), or left to the caller
+  return more;
 }
 
 uint8_t BiffData::U8() {

@@ -55,7 +55,8 @@ class BiffData {
   uint16_t U16();
   uint32_t U32();
   void Skip(uint64_t count);
-  size_t Left() const { return data_.size() - at_; }
+  // Whether data is left in this record or a CONTINUE record follows it.
+  bool MoreFollows();
 
   // A string as a cell or a shared string table stores it: BIFF8's
   // character count (16-bit, or 8-bit with `short_count`), option flags,

@@ -80,20 +80,9 @@ BiffWorkbook ReadBiffWorkbook(StreamBytes& stream) {
         const uint32_t unique = fields.U32();
         // Each string takes three bytes at least: the stream bounds the count.
         book.strings.reserve(static_cast<size_t>(std::min<uint64_t>(unique, stream.Size() / 3)));
-        for (uint32_t i = 0; i < unique; ++i) {
-          if (fields.Left() == 0 && i > 0 && i == book.strings.size()) {
-            // The table may end before the count it gives: stop at its last record.
-            std::string text;
-            try {
-              fields.String(false, text);
-            } catch (const TableError&) {
-              break;
-            }
-            book.strings.push_back(std::move(text));
-            continue;
-          }
-          fields.String(false, book.strings.emplace_back());
-        }
+        // The table may hold fewer strings than it counts: it ends with
+        // its last CONTINUE record.
+        for (uint32_t i = 0; i < unique && fields.MoreFollows(); ++i) fields.String(false, book.strings.emplace_back());
         break;
       }
       default:

@@ -13,6 +13,10 @@ constexpr uint32_t kEndOfChain = 0xFFFFFFFE;
 constexpr uint32_t kFree = 0xFFFFFFFF;
 constexpr uint32_t kNoEntry = 0xFFFFFFFF;
 constexpr uint32_t kMiniSectorSize = 64;
+// Streams below this size live in the mini stream.  The header repeats it;
+// the format fixes it, and a hostile header could otherwise have a large
+// stream read whole into memory.
+constexpr uint64_t kMiniStreamCutoff = 4096;
 // More directory entries than any workbook has: a directory this long is a
 // damaged one, and bounds what it costs.
 constexpr size_t kMostEntries = 1u << 16;
@@ -71,7 +75,6 @@ CompoundFile::CompoundFile(const std::string& path) {
   if (shift != 9 && shift != 12) Damaged("its sector size is not 512 or 4096");
   sector_size_ = 1u << shift;
   sector_count_ = file_size_ <= sector_size_ ? 0 : (file_size_ - sector_size_ + sector_size_ - 1) / sector_size_;
-  mini_cutoff_ = Le32(header + 56);
   const uint32_t per_sector = sector_size_ / 4;
 
   // The FAT: the sectors the header lists, then those of the DIFAT chain.
@@ -94,6 +97,7 @@ CompoundFile::CompoundFile(const std::string& path) {
     difat = Le32(buffer.data() + 4 * (per_sector - 1));
   }
   for (const uint32_t sector : fat_sectors) {
+    if (fat_.size() >= sector_count_) break;  // entries past the file's last sector lead nowhere
     ReadSector(sector, buffer);
     for (uint32_t i = 0; i < per_sector; ++i) fat_.push_back(Le32(buffer.data() + 4 * i));
   }
@@ -186,7 +190,7 @@ std::unique_ptr<StreamBytes> CompoundFile::OpenStream(std::string_view name) con
   }
   if (!found) return nullptr;
   if (found->size > file_size_) Damaged("a stream is larger than the file");
-  if (found->size >= mini_cutoff_) {
+  if (found->size >= kMiniStreamCutoff) {
     return std::make_unique<SectorStream>(file_, Chain(fat_, found->start, found->size, sector_count_),
                                           sector_size_, found->size);
   }

@@ -46,7 +46,6 @@ class CompoundFile {
   uint64_t file_size_ = 0;
   uint32_t sector_size_ = 512;
   uint64_t sector_count_ = 0;  // whole or partial sectors after the header
-  uint32_t mini_cutoff_ = 4096;
   std::vector<uint32_t> fat_;
   std::vector<uint32_t> mini_fat_;
   std::vector<Entry> entries_;
