@@ -3,42 +3,22 @@
 #include <fmt/format.h>
 
 #include "core/charset_converter.h"
+#include "core/utf16_decoder.h"
 #include "importers/tables/table_source.h"
 
 namespace ks::tables {
-namespace {
 
-[[noreturn]] void Damaged(const std::string& what) {
+void ThrowDamagedBiff(const std::string& what) {
   throw TableError(TableError::Kind::kDamaged, "a damaged .xls workbook: " + what);
 }
-
-void AppendCodePoint(uint32_t c, std::string& out) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | c >> 6);
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | c >> 12);
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | c >> 18);
-    out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
-    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
-
-}  // namespace
 
 bool BiffRecords::Next() {
   unsigned char header[4];
   if (next_ >= stream_.Size()) return false;
-  if (!stream_.ReadAt(next_, header, sizeof header)) Damaged("a record is cut short by the end of the stream");
+  if (!stream_.ReadAt(next_, header, sizeof header)) ThrowDamagedBiff("a record is cut short by the end of the stream");
   const uint16_t length = static_cast<uint16_t>(header[2] | header[3] << 8);
   data_.resize(length);
-  if (!stream_.ReadAt(next_ + 4, data_.data(), length)) Damaged("a record is cut short by the end of the stream");
+  if (!stream_.ReadAt(next_ + 4, data_.data(), length)) ThrowDamagedBiff("a record is cut short by the end of the stream");
   offset_ = next_;
   next_ += 4u + length;
   type_ = static_cast<uint16_t>(header[0] | header[1] << 8);
@@ -46,10 +26,10 @@ bool BiffRecords::Next() {
 }
 
 void BiffData::Continue() {
-  if (!records_.Next()) Damaged("a record's data runs past the end of the stream");
+  if (!records_.Next()) ThrowDamagedBiff("a record's data runs past the end of the stream");
   if (records_.Type() != biff::kContinue) {
     records_.Unread();  // the record is the caller's next
-    Damaged("a record's data runs past its end");
+    ThrowDamagedBiff("a record's data runs past its end");
   }
   data_ = records_.Data();
   at_ = 0;
@@ -88,9 +68,9 @@ void BiffData::Skip(uint64_t count) {
 }
 
 void BiffData::Characters(uint32_t count, bool wide, std::string& out) {
-  std::vector<uint16_t> units;
-  units.reserve(std::min<uint32_t>(count, 8224));
-  while (units.size() < count) {
+  std::string utf16;  // little-endian code units
+  utf16.reserve(2 * std::min<size_t>(count, 8224));
+  while (utf16.size() < 2 * size_t{count}) {
     if (at_ >= data_.size()) {
       // A string split across records: the new record says again whether
       // its characters are one byte or two.
@@ -100,14 +80,16 @@ void BiffData::Characters(uint32_t count, bool wide, std::string& out) {
       continue;
     }
     if (!wide) {
-      units.push_back(static_cast<uint8_t>(data_[at_++]));
+      utf16 += data_[at_++];
+      utf16 += '\0';
     } else {
-      if (data_.size() - at_ < 2) Damaged("a character is split across records");
-      units.push_back(static_cast<uint16_t>(static_cast<uint8_t>(data_[at_]) | static_cast<uint8_t>(data_[at_ + 1]) << 8));
+      if (data_.size() - at_ < 2) ThrowDamagedBiff("a character is split across records");
+      utf16.append(data_.substr(at_, 2));
       at_ += 2;
     }
   }
-  AppendUtf16(units, out);
+  static thread_local core::Utf16Decoder decoder(core::Utf16Decoder::ByteOrder::kLittleEndian);
+  decoder.Append(utf16, true, out);
 }
 
 void BiffData::String(bool short_count, std::string& out) {
@@ -146,20 +128,6 @@ std::string CharsetOfCodePage(uint16_t code_page) {
     default:
       if (code_page >= 1250 && code_page <= 1258) return fmt::format("windows-{}", code_page);
       return fmt::format("cp{}", code_page);
-  }
-}
-
-void AppendUtf16(const std::vector<uint16_t>& units, std::string& out) {
-  for (size_t i = 0; i < units.size(); ++i) {
-    const uint32_t unit = units[i];
-    if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < units.size() && units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000) {
-      AppendCodePoint(0x10000 + ((unit - 0xD800) << 10) + (units[i + 1] - 0xDC00), out);
-      ++i;
-    } else if (unit >= 0xD800 && unit < 0xE000) {
-      AppendCodePoint(0xFFFD, out);
-    } else {
-      AppendCodePoint(unit, out);
-    }
   }
 }
 

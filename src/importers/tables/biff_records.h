@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "importers/tables/stream_bytes.h"
 
@@ -80,7 +79,15 @@ class BiffData {
 // The character set name of a CODEPAGE value, for BIFF5's 8-bit strings.
 std::string CharsetOfCodePage(uint16_t code_page);
 
-// Appends UTF-16 code units as UTF-8 (an unpaired surrogate becomes U+FFFD).
-void AppendUtf16(const std::vector<uint16_t>& units, std::string& out);
+// Throws TableError kDamaged: "a damaged .xls workbook: " and `what`.
+[[noreturn]] void ThrowDamagedBiff(const std::string& what);
+
+// Little-endian fields of a record's data; the caller checks the size.
+inline uint16_t BiffLe16(std::string_view data, size_t at) {
+  return static_cast<uint16_t>(static_cast<uint8_t>(data[at]) | static_cast<uint8_t>(data[at + 1]) << 8);
+}
+inline uint32_t BiffLe32(std::string_view data, size_t at) {
+  return BiffLe16(data, at) | static_cast<uint32_t>(BiffLe16(data, at + 2)) << 16;
+}
 
 }  // namespace ks::tables

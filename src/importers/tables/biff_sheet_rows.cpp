@@ -23,18 +23,6 @@ constexpr uint16_t kSharedFormula = 0x04BC;
 constexpr uint16_t kArray = 0x0221;
 constexpr uint16_t kTable = 0x0236;
 
-[[noreturn]] void Damaged(const std::string& what) {
-  throw TableError(TableError::Kind::kDamaged, "a damaged .xls workbook: " + what);
-}
-
-uint16_t Le16(std::string_view data, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(data[at]) | static_cast<uint8_t>(data[at + 1]) << 8);
-}
-
-uint32_t Le32(std::string_view data, size_t at) {
-  return Le16(data, at) | static_cast<uint32_t>(Le16(data, at + 2)) << 16;
-}
-
 double Le64Double(std::string_view data, size_t at) {
   uint64_t bits = 0;
   for (int i = 7; i >= 0; --i) bits = bits << 8 | static_cast<uint8_t>(data[at + static_cast<size_t>(i)]);
@@ -101,7 +89,7 @@ void SetBoolOrError(RowBuffer& row, uint16_t column, bool is_error, uint8_t valu
 BiffSheetRows::BiffSheetRows(std::shared_ptr<StreamBytes> stream, std::shared_ptr<const BiffWorkbook> book,
                              uint64_t offset)
     : stream_(std::move(stream)), book_(std::move(book)), records_(*stream_, offset) {
-  if (!records_.Next() || records_.Type() != biff::kBof) Damaged("a sheet does not start where the workbook says");
+  if (!records_.Next() || records_.Type() != biff::kBof) ThrowDamagedBiff("a sheet does not start where the workbook says");
 }
 
 bool BiffSheetRows::NextRow(RowBuffer& row, uint32_t& index) {
@@ -124,16 +112,16 @@ bool BiffSheetRows::NextRow(RowBuffer& row, uint32_t& index) {
     } else if (type == kDimensions) {
       // BIFF8: rows as 32-bit numbers, then columns; BIFF5: all 16-bit.
       const size_t at = book_->biff8 ? 10 : 6;
-      if (data.size() >= at + 2) width_ = std::min<size_t>(Le16(data, at), kSheetMostColumns);
+      if (data.size() >= at + 2) width_ = std::min<size_t>(BiffLe16(data, at), kSheetMostColumns);
     } else if (IsCell(type)) {
-      if (data.size() < 6) Damaged("a cell record is too short");
-      const uint16_t number = Le16(data, 0);
+      if (data.size() < 6) ThrowDamagedBiff("a cell record is too short");
+      const uint16_t number = BiffLe16(data, 0);
       if (current >= 0 && number != current) {
-        if (number < current) Damaged("the cells of a sheet are not in row order");
+        if (number < current) ThrowDamagedBiff("the cells of a sheet are not in row order");
         records_.Unread();  // the first cell of the next row
         break;
       }
-      if (number <= last_row_) Damaged("the cells of a sheet are not in row order");
+      if (number <= last_row_) ThrowDamagedBiff("the cells of a sheet are not in row order");
       current = number;
       ReadCell(data, row);
     }
@@ -146,10 +134,10 @@ bool BiffSheetRows::NextRow(RowBuffer& row, uint32_t& index) {
 
 void BiffSheetRows::ReadCell(std::string_view data, RowBuffer& row) {
   const uint16_t type = records_.Type();
-  const uint16_t column = Le16(data, 2);
-  if (column >= kSheetMostColumns) Damaged("a cell stands past the last column a sheet has");
+  const uint16_t column = BiffLe16(data, 2);
+  if (column >= kSheetMostColumns) ThrowDamagedBiff("a cell stands past the last column a sheet has");
   const auto need = [&](size_t size) {
-    if (data.size() < size) Damaged("a cell record is too short");
+    if (data.size() < size) ThrowDamagedBiff("a cell record is too short");
   };
   const auto number = [&](uint16_t xf, double value) {
     AppendSheetNumber(value, book_->KindOfStyle(xf), book_->system, row.Set(column));
@@ -157,23 +145,23 @@ void BiffSheetRows::ReadCell(std::string_view data, RowBuffer& row) {
   switch (type) {
     case kNumber:
       need(14);
-      number(Le16(data, 4), Le64Double(data, 6));
+      number(BiffLe16(data, 4), Le64Double(data, 6));
       break;
     case kRk:
       need(10);
-      number(Le16(data, 4), RkValue(Le32(data, 6)));
+      number(BiffLe16(data, 4), RkValue(BiffLe32(data, 6)));
       break;
     case kMulRk:
       // Column, then style and RK number for each cell, then the last column.
       for (size_t at = 4, c = column; at + 6 + 2 <= data.size() && c < kSheetMostColumns; at += 6, ++c) {
-        AppendSheetNumber(RkValue(Le32(data, at + 2)), book_->KindOfStyle(Le16(data, at)), book_->system,
+        AppendSheetNumber(RkValue(BiffLe32(data, at + 2)), book_->KindOfStyle(BiffLe16(data, at)), book_->system,
                           row.Set(c));
       }
       break;
     case kLabelSst: {
       need(10);
-      const uint32_t string = Le32(data, 6);
-      if (string >= book_->strings.size()) Damaged("a cell names a shared string the workbook does not have");
+      const uint32_t string = BiffLe32(data, 6);
+      if (string >= book_->strings.size()) ThrowDamagedBiff("a cell names a shared string the workbook does not have");
       row.Set(column) = book_->strings[string];
       break;
     }
@@ -191,8 +179,8 @@ void BiffSheetRows::ReadCell(std::string_view data, RowBuffer& row) {
     case kFormula:
     case kFormulaBiff4: {
       need(14);
-      if (Le16(data, 12) != 0xFFFF) {
-        number(Le16(data, 4), Le64Double(data, 6));
+      if (BiffLe16(data, 12) != 0xFFFF) {
+        number(BiffLe16(data, 4), Le64Double(data, 6));
         break;
       }
       switch (data[6]) {

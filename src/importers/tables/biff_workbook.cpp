@@ -16,26 +16,18 @@ constexpr uint16_t kFormat = 0x041E;
 constexpr uint16_t kXf = 0x00E0;
 constexpr uint16_t kSst = 0x00FC;
 
-[[noreturn]] void Damaged(const std::string& what) {
-  throw TableError(TableError::Kind::kDamaged, "a damaged .xls workbook: " + what);
-}
-
-uint16_t Le16(std::string_view data, size_t at) {
-  return static_cast<uint16_t>(static_cast<uint8_t>(data[at]) | static_cast<uint8_t>(data[at + 1]) << 8);
-}
-
 }  // namespace
 
 BiffWorkbook ReadBiffWorkbook(StreamBytes& stream) {
   BiffWorkbook book;
   BiffRecords records(stream, 0);
-  if (!records.Next()) Damaged("the workbook stream is empty");
+  if (!records.Next()) ThrowDamagedBiff("the workbook stream is empty");
   const uint16_t first = records.Type();
   if (first == 0x0009 || first == 0x0209 || first == 0x0409) {
     throw TableError(TableError::Kind::kDamaged, "Excel 2 to 4 workbooks are not read; save it as .xls or .xlsx");
   }
-  if (first != biff::kBof || records.Data().size() < 4) Damaged("the workbook stream does not start with BOF");
-  book.biff8 = Le16(records.Data(), 0) >= 0x0600;
+  if (first != biff::kBof || records.Data().size() < 4) ThrowDamagedBiff("the workbook stream does not start with BOF");
+  book.biff8 = BiffLe16(records.Data(), 0) >= 0x0600;
 
   std::unordered_map<uint16_t, NumberKind> formats;
   std::vector<uint16_t> xf_formats;
@@ -45,15 +37,15 @@ BiffWorkbook ReadBiffWorkbook(StreamBytes& stream) {
       case kFilePass:
         throw TableError(TableError::Kind::kPasswordProtected, "the workbook is protected by a password");
       case kCodePage:
-        if (data.size() >= 2) book.code_page = CharsetOfCodePage(Le16(data, 0));
+        if (data.size() >= 2) book.code_page = CharsetOfCodePage(BiffLe16(data, 0));
         break;
       case kDateMode:
-        if (data.size() >= 2 && Le16(data, 0) == 1) book.system = DateSystem::k1904;
+        if (data.size() >= 2 && BiffLe16(data, 0) == 1) book.system = DateSystem::k1904;
         break;
       case kBoundSheet: {
-        if (data.size() < 7) Damaged("a sheet entry is too short");
+        if (data.size() < 7) ThrowDamagedBiff("a sheet entry is too short");
         BiffSheet sheet;
-        sheet.offset = static_cast<uint32_t>(Le16(data, 0) | static_cast<uint32_t>(Le16(data, 2)) << 16);
+        sheet.offset = static_cast<uint32_t>(BiffLe16(data, 0) | static_cast<uint32_t>(BiffLe16(data, 2)) << 16);
         const uint8_t kind = static_cast<uint8_t>(data[5]);
         BiffData fields(records, book.biff8, book.code_page);
         fields.Skip(6);
@@ -63,7 +55,7 @@ BiffWorkbook ReadBiffWorkbook(StreamBytes& stream) {
       }
       case kFormat: {
         if (data.size() < 3) break;
-        const uint16_t id = Le16(data, 0);
+        const uint16_t id = BiffLe16(data, 0);
         BiffData fields(records, book.biff8, book.code_page);
         fields.Skip(2);
         std::string code;
@@ -72,7 +64,7 @@ BiffWorkbook ReadBiffWorkbook(StreamBytes& stream) {
         break;
       }
       case kXf:
-        if (data.size() >= 4) xf_formats.push_back(Le16(data, 2));
+        if (data.size() >= 4) xf_formats.push_back(BiffLe16(data, 2));
         break;
       case kSst: {
         BiffData fields(records, book.biff8, book.code_page);
