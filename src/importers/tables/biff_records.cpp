@@ -1,5 +1,7 @@
 #include "importers/tables/biff_records.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "core/charset_converter.h"
@@ -12,16 +14,36 @@ void ThrowDamagedBiff(const std::string& what) {
   throw TableError(TableError::Kind::kDamaged, "a damaged .xls workbook: " + what);
 }
 
+bool BiffRecords::Read(uint64_t offset, char* into, size_t size) {
+  constexpr size_t kWindow = 65536;
+  if (offset < window_start_ || offset + size > window_start_ + window_.size()) {
+    if (offset > stream_.Size()) return false;
+    window_.resize(static_cast<size_t>(std::min<uint64_t>(std::max(kWindow, size), stream_.Size() - offset)));
+    window_start_ = offset;
+    if (!stream_.ReadAt(offset, window_.data(), window_.size())) {
+      // The window may reach a damaged part the record does not: read it alone.
+      window_.resize(std::min(size, window_.size()));
+      if (!stream_.ReadAt(offset, window_.data(), window_.size())) {
+        window_.clear();
+        return false;
+      }
+    }
+    if (size > window_.size()) return false;
+  }
+  std::copy_n(window_.data() + (offset - window_start_), size, into);
+  return true;
+}
+
 bool BiffRecords::Next() {
-  unsigned char header[4];
+  char header[4];
   if (next_ >= stream_.Size()) return false;
-  if (!stream_.ReadAt(next_, header, sizeof header)) ThrowDamagedBiff("a record is cut short by the end of the stream");
-  const uint16_t length = static_cast<uint16_t>(header[2] | header[3] << 8);
+  if (!Read(next_, header, sizeof header)) ThrowDamagedBiff("a record is cut short by the end of the stream");
+  const uint16_t length = BiffLe16({header, 4}, 2);
   data_.resize(length);
-  if (!stream_.ReadAt(next_ + 4, data_.data(), length)) ThrowDamagedBiff("a record is cut short by the end of the stream");
+  if (!Read(next_ + 4, data_.data(), length)) ThrowDamagedBiff("a record is cut short by the end of the stream");
   offset_ = next_;
   next_ += 4u + length;
-  type_ = static_cast<uint16_t>(header[0] | header[1] << 8);
+  type_ = BiffLe16({header, 4}, 0);
   return true;
 }
 

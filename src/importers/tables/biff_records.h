@@ -33,7 +33,13 @@ class BiffRecords {
   double Progress() const { return stream_.Size() == 0 ? 1 : static_cast<double>(next_) / static_cast<double>(stream_.Size()); }
 
  private:
+  // Copies `size` bytes at `offset` through a window of the stream read
+  // ahead, as records are small and come one after another.
+  bool Read(uint64_t offset, char* into, size_t size);
+
   StreamBytes& stream_;
+  std::string window_;
+  uint64_t window_start_ = 0;
   uint64_t next_;
   uint64_t offset_ = 0;
   uint16_t type_ = 0;
