@@ -1,6 +1,6 @@
 // Fuzzes the Excel driver on whole files: a zip package (our .xlsx reader
-// over libzip) or a compound file (freexl), written to a temporary file as
-// the driver reads only files.
+// over libzip) or a compound file (our compound file and BIFF readers),
+// written to a temporary file as the driver reads only files.
 //
 // Input: the file's bytes.
 //
@@ -13,12 +13,6 @@
 
 #include "fuzz_input.h"
 #include "importers/tables/builtin_drivers.h"
-
-// freexl 1.0.6 leaks a few hundred bytes of some damaged workbooks it opens
-// (sheet records it allocates and never links); that is the library's and
-// bounded per file.  Leaks with freexl on their stack are not reported, every
-// other one is.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfreexl.so\n"; }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace ks::tables;

@@ -12,7 +12,6 @@ packages=(
   libuchardet-dev                      # --charset auto: detecting a file's character set
   unixodbc-dev odbcinst                # database tables: any ODBC data source, the driver list
   mdbtools-dev                         # database tables: Access .mdb/.accdb (libmdb)
-  libfreexl-dev                        # database tables: Excel .xls
   libzip-dev libpugixml-dev            # database tables: Excel .xlsx
   libsqliteodbc odbc-postgresql postgresql  # tests: real ODBC drivers and a real server
   python3-dbfread python3-xlrd python3-openpyxl mdbtools  # tests, benchmarks: independent readers

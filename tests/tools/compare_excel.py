@@ -25,12 +25,7 @@ DRIVER = "Microsoft Excel Driver (*.xls, *.xlsx), built in"
 
 # Workbooks the driver refuses on purpose, with the reason.
 REFUSED = {
-    # freexl 1.0.6 opens these with success and no handle (it does not read
-    # their BIFF8 structure); the driver reports them as unreadable.
-    "Formate.xls": "freexl cannot read",
-    "biff5-rich-text-string.xls": "freexl cannot read",
-    "empty-string.xls": "freexl cannot read",
-    # Excel 4: freexl reads BIFF5 and BIFF8 only.
+    # Excel 4: the driver reads BIFF5 and BIFF8 only.
     "biff4_no_format_no_window2.xls": "Excel 2, 3 or 4",
     # Encrypted (RC4, XOR obfuscation, an agile-encrypted .xlsx package).
     "poi-password.xls": "protected by a password",
@@ -39,18 +34,6 @@ REFUSED = {
     # Not a workbook at all: both readers fail too.
     "too_small.xls": "not an Excel workbook",
 }
-
-
-# Sheets freexl lists that are no worksheets: it does not tell a chart sheet
-# from a worksheet, and hands out the chart's cached series as cells.
-EXTRA_SHEETS = {
-    "any_sheets.xls": ["Chart"],
-}
-
-
-# freexl leaves out the cached results of formula cells in these workbooks
-# (xlrd reads them): the driver's null against xlrd's value is accepted here.
-FORMULA_VALUES_MISSING = {"namesdemo.xls", "poi-testEXCEL_95.xls"}
 
 
 def decode_escapes(text):
@@ -85,18 +68,19 @@ def xls_rows(path):
                 elif cell.ctype == xlrd.XL_CELL_TEXT:
                     row.append(cell.value)
                 elif cell.ctype == xlrd.XL_CELL_BOOLEAN:
-                    # freexl hands booleans out as the integers 1 and 0.
-                    row.append("1" if cell.value else "0")
+                    row.append("True" if cell.value else "False")
                 elif cell.ctype == xlrd.XL_CELL_ERROR:
-                    # freexl hands error cells out as nulls.
-                    row.append(None)
+                    row.append(xlrd.error_text_from_code.get(cell.value))
                 elif cell.ctype == xlrd.XL_CELL_DATE:
-                    # freexl decides date, date-time or time by the cell's
-                    # format and drops the date of a time-formatted value
-                    # past the first day (date.xls: 10.63 in [hh]:mm:ss reads
-                    # 15:10:10, as a time of day).
-                    if fmt_is_time(book, cell):
-                        row.append(time_text(round(cell.value % 1 * 86400)))
+                    # The driver decides date, date-time, time of day or
+                    # elapsed time by the cell's format, as for .xlsx.
+                    fmt = format_of(book, cell)
+                    if "[h" in fmt:
+                        total = round(cell.value * 86400)
+                        row.append("%d:%02d:%02d" % (total // 3600, total // 60 % 60, total % 60))
+                        continue
+                    if "d" not in fmt and "y" not in fmt and 0 <= cell.value < 1:
+                        row.append(time_text(round(cell.value * 86400)))
                         continue
                     y, mo, d, h, mi, s = xlrd.xldate_as_tuple(cell.value, book.datemode)
                     if cell.value % 1 == 0:
@@ -109,13 +93,12 @@ def xls_rows(path):
         yield sheet.name, rows
 
 
-def fmt_is_time(book, cell):
-    """Whether the cell's format shows a time without a date (needs formatting info)."""
+def format_of(book, cell):
+    """The cell's number format, lowered (needs formatting info)."""
     try:
-        fmt = book.format_map[book.xf_list[cell.xf_index].format_key].format_str.lower()
+        return book.format_map[book.xf_list[cell.xf_index].format_key].format_str.lower()
     except (AttributeError, IndexError, KeyError, TypeError):
-        return cell.value < 1
-    return "d" not in fmt and "y" not in fmt
+        return ""
 
 
 def xlsx_rows(path):
@@ -152,10 +135,8 @@ def xlsx_rows(path):
         yield sheet.title, rows
 
 
-def same(ours, theirs, formula_values_missing=False):
+def same(ours, theirs):
     if ours == theirs:
-        return True
-    if formula_values_missing and ours is None:
         return True
     # openpyxl gives a date-formatted cell as a datetime at midnight.
     if ours is not None and theirs is not None and theirs == ours + " 00:00:00":
@@ -239,25 +220,18 @@ def main():
             continue
         theirs = list(xls_rows(path) if name.endswith(".xls") else xlsx_rows(path))
         problems = []
-        tables = [t for t in tables if t[0] not in EXTRA_SHEETS.get(name, [])]
         if [t[0] for t in tables] != [t[0] for t in theirs]:
             problems.append("sheets %s vs %s" % ([t[0] for t in tables], [t[0] for t in theirs]))
         for (sheet, columns, rows), (_, their_rows) in zip(tables, theirs):
             ours_c, ours_r = trim(columns, rows)
             their_c, their_r = trim(*as_table(their_rows))
-            lenient = name in FORMULA_VALUES_MISSING
-            if lenient:
-                # Rows freexl lost whole at the end are missing from our side.
-                their_r = their_r[:len(ours_r)] if len(ours_r) < len(their_r) else their_r
-                if not ours_c:
-                    continue  # a sheet whose only values are formulas
-            if len(ours_c) != len(their_c) or not all(same(a, b, lenient) for a, b in zip(ours_c, their_c)):
+            if len(ours_c) != len(their_c) or not all(same(a, b) for a, b in zip(ours_c, their_c)):
                 problems.append("%s: columns %s vs %s" % (sheet, ours_c, their_c))
                 continue
             if len(ours_r) != len(their_r):
                 problems.append("%s: %d rows vs %d" % (sheet, len(ours_r), len(their_r)))
             for i, (a, b) in enumerate(zip(ours_r, their_r)):
-                if not all(same(x, y, lenient) for x, y in zip(a, b)):
+                if not all(same(x, y) for x, y in zip(a, b)):
                     problems.append("%s row %d: %s vs %s" % (sheet, i + 1, a, b))
         if problems:
             failures += 1

@@ -23,7 +23,7 @@ inline constexpr std::string_view kParadoxDriverName = "Microsoft Paradox Driver
 
 // Access .mdb/.accdb through libmdb.  DBQ: the database file.
 std::unique_ptr<TableDriver> MakeAccessDriver();
-// Excel .xls (freexl) and .xlsx; every sheet is a table.  DBQ: the workbook.
+// Excel .xls (BIFF5, BIFF8) and .xlsx; every sheet is a table.  DBQ: the workbook.
 std::unique_ptr<TableDriver> MakeExcelDriver();
 // dBase III/IV and FoxPro .dbf with .dbt/.fpt memos.  DBQ: the folder,
 // whose .dbf files are its tables; a DBQ naming a .dbf file is read as that

@@ -1,7 +1,7 @@
 // The built-in Excel driver: DBQ names a workbook, each worksheet of it is
 // a table named by the sheet (see sheet_cursor.h for rows and column
 // names).  The file's first bytes choose the reader: a zip package is an
-// .xlsx (our own reader), a compound file an .xls (freexl) unless it holds
+// .xlsx (our own reader), a compound file an .xls (our BIFF reader) unless it holds
 // an encrypted package, which is how a password-protected .xlsx is stored.
 #include <cstring>
 #include <fstream>
@@ -63,7 +63,7 @@ class ExcelDriver : public TableDriver {
       return OpenXlsWorkbook(path);
     }
     // A bare BIFF stream starts with its BOF record: 0x0009, 0x0209 or
-    // 0x0409 for Excel 2, 3 and 4, which freexl does not read.
+    // 0x0409 for Excel 2, 3 and 4, which the driver does not read.
     if (got >= 2 && head[0] == 0x09 && (head[1] == 0x00 || head[1] == 0x02 || head[1] == 0x04)) {
       throw TableError(TableError::Kind::kDamaged,
                        path + ": an Excel 2, 3 or 4 workbook, which this driver cannot read; save it as .xls or .xlsx");

@@ -1,8 +1,7 @@
-// The connection to an .xls workbook (BIFF5 and BIFF8 in a compound file)
-// through freexl.  freexl runs in a reader process of its own for each
-// listing and each sheet (it is not safe on damaged files, and it holds the
-// whole workbook in memory); the sheet's rows come back through a pipe as
-// text, one row at a time.
+// The connection to an .xls workbook: a BIFF5 (Excel 5/95) or BIFF8 (Excel
+// 97 to 2003) workbook stream in a compound file, read by our own reader
+// (compound_file.h, biff_workbook.h, biff_sheet_rows.h).  The globals and
+// the shared strings are read once; each sheet streams its rows.
 #pragma once
 
 #include <memory>
@@ -13,7 +12,7 @@
 namespace ks::tables {
 
 // Opens the workbook at `path`.  Throws TableError: kPasswordProtected for
-// an encrypted or obfuscated workbook, kDamaged for one freexl cannot read.
+// an encrypted or obfuscated workbook, kDamaged for one that cannot be read.
 std::unique_ptr<TableConnection> OpenXlsWorkbook(const std::string& path);
 
 }  // namespace ks::tables

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <zip.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -189,10 +190,9 @@ std::string PatchedCorpusFile(const std::string& patch, TempDir& dir) {
   return path;
 }
 
-TEST(ExcelDriverXls, FilesThatBreakFreexlAreDamagedNotFatal) {
-  // freexl reads past a directory entry's name, allocates what a stream
-  // claims and crashes on some records: the first two are refused before
-  // freexl sees them, the last costs only the reader process.
+TEST(ExcelDriverXls, DamagedCorpusFilesAreRefused) {
+  // A directory entry whose name passes its field, a stream larger than the
+  // file, damaged records (each of these once crashed the old reader).
   EXPECT_EQ(KindOfFailure(KS_SOURCE_DIR "/fuzz/regressions/excel_workbook/directory_name_past_its_field.xls"),
             TableError::Kind::kDamaged);
   if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
@@ -209,7 +209,8 @@ TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
   for (const char* file : {"xls/date.xls", "xls/date_1904.xls"}) {
     auto connection = Connect(kCorpus + file);
     std::vector<std::string> columns;
-    EXPECT_EQ(ReadAll(*connection, "Sheet1", &columns), (Rows{{"2021-01-02", "16"}, {"15:10:10", "17"}})) << file;
+    // 10.63 days in [hh]:mm:ss: elapsed hours, as Excel shows them.
+    EXPECT_EQ(ReadAll(*connection, "Sheet1", &columns), (Rows{{"2021-01-02", "16"}, {"255:10:10", "17"}})) << file;
     EXPECT_EQ(columns, (std::vector<std::string>{"2021-01-01", "15"}));
   }
   auto ragged = Connect(kCorpus + "xls/ragged.xls");
@@ -218,6 +219,117 @@ TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
   ASSERT_EQ(rows.size(), 4u);
   EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"f", std::nullopt, std::nullopt, std::nullopt}));
   EXPECT_TRUE(ReadAll(*ragged, "Sheet2").empty());
+  // A chart sheet is no table.
+  const auto tables = Connect(kCorpus + "xls/any_sheets.xls")->Tables();
+  EXPECT_TRUE(std::none_of(tables.begin(), tables.end(), [](const TableEntry& t) { return t.name == "Chart"; }));
+}
+
+TEST(ExcelDriverXls, RichTextBiff5AndEmptyStrings) {
+  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
+  auto formate = Connect(kCorpus + "xls/Formate.xls");  // BIFF8, rich text and dates
+  std::vector<std::string> columns;
+  const Rows rows = ReadAll(*formate, "Bl\xC3\xA4tt1", &columns);
+  EXPECT_EQ(columns, (std::vector<std::string>{"Huber", "1907-07-03", "F3"}));
+  ASSERT_GE(rows.size(), 3u);
+  EXPECT_EQ(rows[0][0], "\xC3\x84""cker");
+  EXPECT_EQ(rows[2][1], "06:34:00");
+  auto rich = Connect(kCorpus + "xls/biff5-rich-text-string.xls");  // Excel 95, its code page
+  EXPECT_EQ(rich->Columns("Sheet1").at(0).substr(0, 19), "ELECTORAL DIVISION ");
+  EXPECT_NE(rich->Columns("Sheet1").at(0).find("C\xC3\x93RN\xC3\x8BTCY"), std::string::npos);
+  auto empty = Connect(kCorpus + "xls/empty-string.xls");
+  EXPECT_EQ(empty->Columns("Sheet1"), (std::vector<std::string>{"F1", "False"}));
+}
+
+// A compound file of 512-byte sectors holding `stream` as its "Workbook"
+// (padded to the 4096 bytes that keep it out of the mini stream): sector 0
+// is the FAT, 1 the directory, the stream's sectors follow.  `loop` makes
+// the stream's chain turn back on itself before it holds the size the
+// directory gives.
+std::string CompoundFileOf(std::string stream, bool loop = false) {
+  stream.resize(std::max<size_t>((stream.size() + 511) & ~size_t{511}, 4096), '\0');
+  const auto le32 = [](std::string& s, size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) s[at + static_cast<size_t>(i)] = static_cast<char>(v >> (8 * i) & 0xFF);
+  };
+  std::string file(512 * 2, '\0');
+  file.replace(0, 8, "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1");
+  file[26] = 3, file[28] = '\xFE', file[29] = '\xFF', file[30] = 9, file[32] = 6;
+  le32(file, 44, 1);           // one FAT sector
+  le32(file, 48, 1);           // the directory's first sector
+  le32(file, 56, 4096);        // the mini stream cutoff
+  le32(file, 60, 0xFFFFFFFE);  // no mini FAT
+  le32(file, 68, 0xFFFFFFFE);  // no DIFAT sectors
+  for (int i = 0; i < 109; ++i) le32(file, 76 + 4 * static_cast<size_t>(i), i == 0 ? 0 : 0xFFFFFFFF);
+  const auto sectors = static_cast<uint32_t>(stream.size() / 512);
+  std::string fat(512, '\xFF');
+  le32(fat, 0, 0xFFFFFFFD);
+  le32(fat, 4, 0xFFFFFFFE);
+  for (uint32_t i = 0; i < sectors; ++i) le32(fat, 4 * (2 + i), i + 1 < sectors ? 3 + i : (loop ? 2 : 0xFFFFFFFE));
+  std::string directory(512, '\0');
+  const auto entry = [&](size_t at, std::string_view name, char type, uint32_t child, uint32_t start, uint32_t size) {
+    for (size_t i = 0; i < name.size(); ++i) directory[at + 2 * i] = name[i];
+    directory[at + 64] = static_cast<char>(2 * name.size() + 2);
+    directory[at + 66] = type;
+    le32(directory, at + 68, 0xFFFFFFFF);
+    le32(directory, at + 72, 0xFFFFFFFF);
+    le32(directory, at + 76, child);
+    le32(directory, at + 116, start);
+    le32(directory, at + 120, size);
+  };
+  entry(0, "Root Entry", 5, 1, 0xFFFFFFFE, 0);
+  entry(128, "Workbook", 2, 0xFFFFFFFF, 2, static_cast<uint32_t>(stream.size() + (loop ? 512 : 0)));
+  file.replace(512, 512, fat);
+  return file + directory + stream;
+}
+
+// A BIFF record of `type` with the given bytes.
+std::string Record(uint16_t type, std::string_view data) {
+  std::string r = {static_cast<char>(type & 0xFF), static_cast<char>(type >> 8), static_cast<char>(data.size() & 0xFF),
+                   static_cast<char>(data.size() >> 8)};
+  return r.append(data);
+}
+
+std::string Bytes(std::initializer_list<int> values) {
+  std::string s;
+  for (const int v : values) s += static_cast<char>(v);
+  return s;
+}
+
+TEST(ExcelDriverXls, HandMadeWorkbooks) {
+  // Globals: BOF, a chart sheet and a worksheet, a shared string table
+  // whose second string is split across a CONTINUE record that switches it
+  // from one-byte to two-byte characters ("Na" | "\xC3\xA9" in UTF-16).
+  const std::string bof = Record(0x0809, Bytes({0, 6, 5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  std::string globals = bof + Record(0x0085, Bytes({0, 0, 0, 0, 0, 2, 1, 0, 'C'})) +
+                        Record(0x0085, Bytes({0, 0, 0, 0, 0, 0, 2, 0, 'W', 's'})) +
+                        Record(0x00FC, Bytes({2, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 'T', 'o', 'p', 3, 0, 0, 'N', 'a'})) +
+                        Record(0x003C, Bytes({1, 0xE9, 0})) + Record(0x000A, "");
+  const size_t sheet = globals.size();
+  const size_t at = globals.find(Bytes({0, 0, 2, 0, 'W', 's'})) - 4;  // the worksheet's offset field
+  for (int i = 0; i < 4; ++i) globals[at + static_cast<size_t>(i)] = static_cast<char>(sheet >> (8 * i) & 0xFF);
+  const std::string cells =
+      Record(0x0809, Bytes({0, 6, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0})) +
+      Record(0x00FD, Bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0})) +                              // A1: "Top"
+      Record(0x00FD, Bytes({0, 0, 1, 0, 0, 0, 1, 0, 0, 0})) +                              // B1: "Naé"
+      Record(0x027E, Bytes({1, 0, 0, 0, 0, 0, 0x4B, 0, 0, 0})) +                           // A2: RK 18 / 100
+      Record(0x0205, Bytes({1, 0, 1, 0, 0, 0, 0x07, 1})) +                                 // B2: #DIV/0!
+      Record(0x0809, Bytes({0, 6, 32, 0, 0, 0, 0, 0})) + Record(0x0203, std::string(14, '\x01')) +
+      Record(0x000A, "") +                                                                 // an embedded chart
+      Record(0x0006, Bytes({2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0})) +
+      Record(0x0207, Bytes({2, 0, 0, 'o', 'k'})) +                                         // A3: ="ok"
+      Record(0x0205, Bytes({2, 0, 1, 0, 0, 0, 1, 0})) + Record(0x000A, "");                // B3: TRUE
+  TempDir dir;
+  std::ofstream(dir.file("hand.xls"), std::ios::binary) << CompoundFileOf(globals + cells);
+  auto connection = Connect(dir.file("hand.xls"));
+  ASSERT_EQ(connection->Tables().size(), 1u);
+  std::vector<std::string> columns;
+  EXPECT_EQ(ReadAll(*connection, "Ws", &columns), (Rows{{"0.18", "#DIV/0!"}, {"ok", "True"}}));
+  EXPECT_EQ(columns, (std::vector<std::string>{"Top", "Na\xC3\xA9"}));
+
+  // The same stream with a chain that loops, or after a FILEPASS record.
+  std::ofstream(dir.file("loop.xls"), std::ios::binary) << CompoundFileOf(globals + cells, true);
+  EXPECT_EQ(KindOfFailure(dir.file("loop.xls")), TableError::Kind::kDamaged);
+  std::ofstream(dir.file("pass.xls"), std::ios::binary) << CompoundFileOf(bof + Record(0x002F, Bytes({0, 0})) + globals);
+  EXPECT_EQ(KindOfFailure(dir.file("pass.xls")), TableError::Kind::kPasswordProtected);
 }
 
 // Hands out its bytes one at a time: every token cut at every place.
