@@ -197,7 +197,7 @@ TEST(ExcelDriverXls, DamagedCorpusFilesAreRefused) {
             TableError::Kind::kDamaged);
   if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
   TempDir dir;
-  for (const char* patch : {"stream_larger_than_the_file", "freexl_crashes_on_these_records"}) {
+  for (const char* patch : {"stream_larger_than_the_file", "damaged_biff_records"}) {
     const std::string file =
         PatchedCorpusFile(std::string(KS_SOURCE_DIR "/tests/importers/tables/xls_patches/") + patch + ".patch", dir);
     EXPECT_EQ(KindOfFailure(file), TableError::Kind::kDamaged) << patch;
