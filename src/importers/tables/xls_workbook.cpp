@@ -73,6 +73,11 @@ class XlsConnection : public TableConnection {
 std::unique_ptr<TableConnection> OpenXlsWorkbook(const std::string& path) {
   return WithPath(path, [&]() -> std::unique_ptr<TableConnection> {
     const CompoundFile file(path);
+    // A password-protected .xlsx is stored as an encrypted package inside a
+    // compound file.
+    if (file.OpenStream("EncryptedPackage")) {
+      throw TableError(TableError::Kind::kPasswordProtected, "the workbook is encrypted (protected by a password)");
+    }
     std::shared_ptr<StreamBytes> stream = file.OpenStream("Workbook");
     if (!stream) stream = file.OpenStream("Book");  // Excel 5 and 95
     if (!stream) {
