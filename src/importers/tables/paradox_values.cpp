@@ -123,7 +123,18 @@ bool AppendParadoxValue(const ParadoxField& field, std::string_view bytes, std::
     case ParadoxType::kAutoInc:
       AppendInteger(FlippedInteger(bytes), out);
       return true;
-    case ParadoxType::kCurrency:
+    case ParadoxType::kCurrency: {
+      // Money is meant to the cent: as a currency value (ten-thousandths)
+      // a stored 50.00000000000001 reads 50, as other sources' money does.
+      if (bytes.size() != 8) return false;
+      const double value = FlippedDouble(bytes);
+      if (std::isfinite(value) && std::fabs(value) < 9e14) {
+        AppendScaled(std::llround(value * 10000), 4, out);
+      } else {
+        AppendDouble(value, out);
+      }
+      return true;
+    }
     case ParadoxType::kNumber:
       if (bytes.size() != 8) return false;
       AppendDouble(FlippedDouble(bytes), out);

@@ -8,9 +8,8 @@
 // are doubles counting milliseconds from the same origin as dates.
 //
 // Decisions where the format leaves a choice:
-//   currency   a double with a display format: written as the double it is
-//              (the shortest text that reads back as the value), not cut to
-//              two places;
+//   currency   a double with a display format: written as a currency value,
+//              rounded to ten-thousandths, trailing zeros dropped (12.5);
 //   BCD        decoded to its exact digits, fixed decimal (12.50 -> 12.5);
 //   time       HH:MM:SS, milliseconds dropped as for timestamps;
 //   a date or timestamp outside years 1 to 9999 (Paradox accepts years
