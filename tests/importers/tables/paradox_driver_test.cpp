@@ -2,6 +2,7 @@
 // from their bytes), every field type, and tables damaged on purpose.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "importers/tables/builtin_drivers.h"
+#include "importers/tables/paradox_values.h"
 #include "temp_dir.h"
 
 namespace ks::tables {
@@ -139,6 +141,26 @@ TEST_F(ParadoxCorpus, TextIsReadInTheHeadersCodePage) {
   EXPECT_EQ(members.columns[89], "Marié");
   EXPECT_EQ(members.columns[90], "N° Licence");
   EXPECT_EQ(members.rows[1][26], "Ancien-adhérent");
+}
+
+TEST(ParadoxValues, CurrencyReadsAsMoney) {
+  // Stored big-endian with the sign bit flipped (a positive value).
+  const auto stored = [](double value) {
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    bits ^= uint64_t{1} << 63;
+    std::string bytes(8, '\0');
+    for (int i = 0; i < 8; ++i) bytes[static_cast<size_t>(i)] = static_cast<char>(bits >> (56 - 8 * i));
+    return bytes;
+  };
+  ks::tables::ParadoxField currency;
+  currency.type = ks::tables::ParadoxType::kCurrency;
+  currency.size = currency.width = 8;
+  for (const auto& [value, text] : {std::pair{50.00000000000001, "50"}, std::pair{12.345, "12.345"}}) {
+    std::string out;
+    ASSERT_TRUE(ks::tables::AppendParadoxValue(currency, stored(value), out));
+    EXPECT_EQ(out, text);
+  }
 }
 
 // Tables written by the test: Paradox 7, 1 KiB blocks, fields Alpha(10),
