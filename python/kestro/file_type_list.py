@@ -102,14 +102,19 @@ def type_number(value):
                          f"{', '.join(names)}") from None
 
 
+# Table files, which the offered list leaves out (as ksimp reads them).
+_TABLE_TYPES = {"mdb": c.TYPE_ACCESS, "accdb": c.TYPE_ACCESS, "xls": c.TYPE_EXCEL,
+                "xlsx": c.TYPE_EXCEL, "dbf": c.TYPE_DBASE, "db": c.TYPE_PARADOX}
+
+
 def type_for_path(path):
-    """The first offered type whose extensions hold the file's; plain text
-    when none does."""
+    """The first offered type whose extensions hold the file's, else the
+    table type of a table file's extension; plain text when none fits."""
     extension = os.path.splitext(os.fspath(path))[1].lower().lstrip(".")
     for file_type in file_types():
         if extension in (e.lower() for e in file_type.extensions):
             return file_type.number
-    return c.TYPE_TEXT
+    return _TABLE_TYPES.get(extension, c.TYPE_TEXT)
 
 
 def option_mask(file_type):

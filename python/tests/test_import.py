@@ -33,6 +33,13 @@ def test_mailboxes_import_one_document_per_message(db, corpus):
     assert len(db) == 21
 
 
+def test_table_files_import_a_document_per_row_by_their_extension(db, corpus):
+    assert db.import_files(corpus / "paradox" / "ORDERS.DB").documents_added == 224
+    assert db.import_files(corpus / "dbf" / "dbase_03.dbf").documents_added == 14
+    assert db.import_files(corpus / "xlsx" / "date.xlsx").documents_added == 2
+    assert "Ship VIA[ UPS ]" in next(iter(db.search("UPS"))).text
+
+
 def test_text_is_cut_by_the_delimiter_given(db, tmp_path):
     source = tmp_path / "notes.txt"
     source.write_bytes(b"one\r\ntwo\r\nthree\r\nfour\r\nfive\r\n")
