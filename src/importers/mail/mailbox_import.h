@@ -13,47 +13,30 @@
 //
 // The mailbox is mapped, not read into memory, and walked once (MailboxReader),
 // from the start offset of the import on: a mailbox of several GB costs the
-// memory of one message.  Messages outside the import's date ranges are
-// skipped and counted; the MailBox field names the mailbox: its file name
-// without the extension.
+// memory of one message.  The MailBox field names the mailbox: its file
+// name without the extension.  Each message then takes the steps of every
+// mail source (CIMPMessageImport).
 #pragma once
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "core/import_base.h"
 #include "importers/mail/eudora_message.h"
-#include "importers/mail/mail_store.h"
 #include "importers/mail/mailbox_bytes.h"
 #include "importers/mail/mailbox_reader.h"
-#include "importers/mail/message_day_range.h"
+#include "importers/mail/message_import.h"
 
-class CIMPMailboxImport : public CIMPImportBase {
- public:
-  int IntegerProperty() const override { return 0; }
-
+class CIMPMailboxImport : public CIMPMessageImport {
  protected:
   int ImportSource() override;
 
   virtual MailboxReader::Mode SeparatorMode() const = 0;
-  virtual std::unique_ptr<CEudoraMessage> NewMessage() const = 0;
 
  private:
   // The mailbox's bytes: the file mapped, or read block by block when it
   // cannot be (*size is then what the file says it holds, maybe 0).
   std::unique_ptr<MailboxBytes> OpenBytes(uint64_t* size);
-  // The days the import takes: both date ranges of the options, their
-  // unreadable ends logged and left open.
-  MessageDayRange DayRange(const std::string& from, const std::string& to);
-  // The attachments of the message: the files it names, each read whole
-  // from the mail store (a file refused or unreadable is logged and left
-  // out), then those encoded in it.
-  std::vector<CDocumentWriter::Attachment> ReadAttachments(const CEudoraMessage& message,
-                                                           MailStore& store);
-  // After the message's document is saved: each attachment imported into
-  // its end.
-  void ImportAttachments(const std::vector<CDocumentWriter::Attachment>& attachments);
 };
 
 class CIMPEudoraImport : public CIMPMailboxImport {
@@ -66,6 +49,7 @@ class CIMPEudoraImport : public CIMPMailboxImport {
   std::unique_ptr<CEudoraMessage> NewMessage() const override {
     return std::make_unique<CEudoraMessage>();
   }
+  bool TakesSeparatorDate() const override { return true; }
 };
 
 class CIMPEmailImport : public CIMPMailboxImport {
@@ -75,7 +59,4 @@ class CIMPEmailImport : public CIMPMailboxImport {
 
  protected:
   MailboxReader::Mode SeparatorMode() const override { return MailboxReader::Mode::kStandard; }
-  std::unique_ptr<CEudoraMessage> NewMessage() const override {
-    return std::make_unique<CStdMessage>();
-  }
 };
