@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "importers/mail/mailbox_import.h"
+#include "importers/mail/outlook_express_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
 #include "importers/text/fixed_import.h"
@@ -104,7 +105,7 @@ constexpr FileTypeRow kRows[] = {
      kPdfOptions, kYes, false, "CPDFImport", nullptr, false, 0},
     {KSIMP_TYPE_OUTLOOK_EXPRESS, "dbx", "Outlook Express (*.dbx)",
      "These are Microsoft Outlook Express 5.x mailbox files.", "dbx", kMailOptions, kYes, false,
-     "COutlookExpress", nullptr, false, 0},
+     "COutlookExpress", Create<COutlookExpress>, false, 0},
     {KSIMP_TYPE_ANY_FILE, "any", "Any File - Link or Attach Only (*.*)",
      "All other file types.  Allows importing of the file(s) as attachments or provide a "
      "hypertext link to the file(s)",
