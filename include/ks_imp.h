@@ -65,6 +65,7 @@ extern "C" {
 #define KSIMP_ERR_NO_SUCH_HANDLE 11002u   /* missing result pointer of a dialog */
 #define KSIMP_ERR_UNSPECIFIED 11004u      /* unspecified file error */
 #define KSIMP_ERR_QUEUE 11005u            /* a source could not be queued */
+#define KSIMP_ERR_END_OF_FILE 11019u      /* a source ends before what it says it holds */
 #define KSIMP_ERR_WRONG_FILE_TYPE 11020u  /* file does not match its file type */
 #define KSIMP_ERR_ENGINE 11021u           /* engine error */
 #define KSIMP_ERR_OPEN_FILE 11024u        /* a source file could not be opened */

@@ -1,0 +1,255 @@
+// The Outlook Express import (file type 1059) through the exported
+// interface: every real folder of the corpus, a store folder, the files it
+// refuses, and folders cut short or damaged, which keep the messages that
+// can be read and end in a numbered error.
+#include "importers/mail/outlook_express_import.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "import_fixture.h"
+#include "importers/dbx_test_file.h"
+
+namespace {
+
+constexpr int32_t kOutlookExpress = KSIMP_TYPE_OUTLOOK_EXPRESS;
+constexpr const char* kNoErrorRecorded = "no error was to be recorded";
+
+std::string ReadWhole(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// The value of the field `name` in a document, or "" when it has none.
+std::string Field(const std::string& document, const std::string& name) {
+  const std::string start = name + "[ ";
+  const size_t at = document.rfind(start, 0) == 0 ? 0 : document.find("\r\n" + start);
+  if (at == std::string::npos) return "";
+  const size_t value = document.find(start, at) + start.size();
+  return document.substr(value, document.find(" ]", value) - value);
+}
+
+std::string Message(size_t number) {
+  return "From: someone@example.com\r\nSubject: note " + std::to_string(number) +
+         "\r\nDate: Mon, 10 Feb 2025 16:26:25 -0300\r\n\r\nText of note " + std::to_string(number) +
+         ".\r\n";
+}
+
+class OutlookExpressImportTest : public ImportFixture {
+ protected:
+  QueuedFile Folder(const std::filesystem::path& path) {
+    return QueuedFile(path.string(), kOutlookExpress);
+  }
+  // A folder file written to the test's folder.
+  QueuedFile Written(const std::string& name, const std::string& bytes) {
+    return QueuedFile(WriteFile(dir_, name, bytes), kOutlookExpress);
+  }
+};
+
+TEST_F(OutlookExpressImportTest, EveryRealFolderImportsTheMessagesItHolds) {
+  struct Case {
+    const char* file;
+    size_t messages;  // as the corpus records them
+  };
+  const Case cases[] = {{"iped-test_OutlookDBX.dbx", 28},
+                        {"perl-test.dbx", 1},
+                        {"perl-test1.dbx", 1},
+                        {"oe6-store/Inbox.dbx", 1},
+                        {"oe6-store/Outbox.dbx", 0}};
+  if (!std::filesystem::exists(Corpus("dbx") / cases[0].file)) GTEST_SKIP() << "no corpus";
+  for (const Case& c : cases) {
+    FreshDatabase();
+    const ImportOutcome outcome = Import({Folder(Corpus("dbx") / c.file)});
+    EXPECT_EQ(outcome.result, 1u) << c.file << ": " << outcome.log;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << c.file << ": " << kNoErrorRecorded;
+    EXPECT_EQ(outcome.documents_added, c.messages) << c.file;
+    const std::vector<std::string> documents = Documents();
+    ASSERT_EQ(documents.size(), c.messages) << c.file;
+    const std::string mailbox = std::filesystem::path(c.file).stem().string();
+    for (const std::string& document : documents) {
+      EXPECT_EQ(Field(document, "MailBox"), mailbox) << c.file;
+      EXPECT_NE(Field(document, "From"), "") << c.file;
+      EXPECT_NE(document.find("\r\nMessage[ "), std::string::npos) << c.file;
+    }
+  }
+}
+
+TEST_F(OutlookExpressImportTest, SubjectsComeThroughDecoded) {
+  if (!std::filesystem::exists(Corpus("dbx") / "perl-test.dbx")) GTEST_SKIP() << "no corpus";
+  const ImportOutcome outcome =
+      Import({Folder(Corpus("dbx") / "perl-test.dbx"), Folder(Corpus("dbx") / "perl-test1.dbx"),
+              Folder(Corpus("dbx") / "iped-test_OutlookDBX.dbx")});
+  ASSERT_EQ(outcome.documents_added, 30u);
+  std::vector<std::string> subjects;
+  for (const std::string& document : Documents()) subjects.push_back(Field(document, "Subject"));
+  EXPECT_EQ(subjects[0], "Please read you won't be sorry........");
+  EXPECT_EQ(subjects[1], "[fmII] centericq 4.7.5 released (Default branch)");
+  // The index lists the Portuguese folder by subject, two of them empty.
+  EXPECT_EQ(std::count(subjects.begin() + 2, subjects.end(), ""), 2);
+  EXPECT_EQ(subjects[5],
+            "Fw: (Reminder) Share your experience with Copilot in github.com and win $100!");
+  EXPECT_NE(std::find_if(subjects.begin(), subjects.end(),
+                         [](const std::string& s) { return s.starts_with("Fw: Católica EAD"); }),
+            subjects.end());
+}
+
+TEST_F(OutlookExpressImportTest, AStoreFolderImportsItsFoldersOfMessages) {
+  if (!std::filesystem::exists(Corpus("dbx") / "oe6-store")) GTEST_SKIP() << "no corpus";
+  const ImportOutcome outcome = Import({Folder(Corpus("dbx") / "oe6-store")});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
+  // Inbox holds the one message; Outbox none; Folders.dbx and Offline.dbx
+  // are the store's own databases, passed over without a word.
+  ASSERT_EQ(outcome.documents_added, 1u);
+  EXPECT_EQ(Field(Documents()[0], "MailBox"), "Inbox");
+  EXPECT_EQ(Field(Documents()[0], "Subject"), "Welcome to Outlook Express 6");
+  EXPECT_EQ(outcome.log, "");
+}
+
+TEST_F(OutlookExpressImportTest, AStoreFolderOfWrittenFoldersTakesThemByName) {
+  std::filesystem::create_directory(dir_.path() / "store");
+  WriteFile(dir_.path() / "store" / "Sent Items.dbx", DbxTestFile().Add(Message(3)).Build());
+  WriteFile(dir_.path() / "store" / "Inbox.DBX",
+            DbxTestFile().Add(Message(1)).Add(Message(2)).Build());
+  WriteFile(dir_.path() / "store" / "Folders.dbx", DbxTestFile().Kind("\xC6\xFD\x74\x6F").Build());
+  WriteFile(dir_.path() / "store" / "notes.txt", Message(9));
+  WriteFile(dir_.path() / "store" / "stray.dbx", Message(8));
+  const ImportOutcome outcome = Import({Folder(dir_.path() / "store")});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  ASSERT_EQ(outcome.documents_added, 3u);
+  const std::vector<std::string> documents = Documents();
+  EXPECT_EQ(Field(documents[0], "MailBox"), "Inbox");
+  EXPECT_EQ(Field(documents[1], "Subject"), "note 2");
+  EXPECT_EQ(Field(documents[2], "MailBox"), "Sent Items");
+  // A .dbx file that is none is named in the log; the folder list is not.
+  EXPECT_NE(outcome.log.find("stray.dbx is not an Outlook Express folder file"), std::string::npos)
+      << outcome.log;
+  EXPECT_EQ(outcome.log.find("Folders.dbx"), std::string::npos) << outcome.log;
+}
+
+TEST_F(OutlookExpressImportTest, FilesWithoutMessagesAreRefusedAsTheWrongType) {
+  const std::filesystem::path folder_list = Corpus("dbx") / "oe6-store" / "Folders.dbx";
+  struct Case {
+    QueuedFile file;
+    const char* logged;
+  };
+  std::filesystem::create_directory(dir_.path() / "empty-store");
+  const Case cases[] = {
+      {Written("Folders.dbx", DbxTestFile().Kind("\xC6\xFD\x74\x6F").Build()),
+       "is the list of folders of an Outlook Express store and holds no messages"},
+      {Written("Offline.dbx", DbxTestFile().Kind("\x30\x9D\xFE\x26").Build()),
+       "is an Outlook Express file that holds no messages"},
+      {Written("mail.dbx", "From a@x Tue Jun 01 12:00:00 2004\r\n" + Message(1)),
+       "is not an Outlook Express folder file (.dbx)"},
+      {Written("empty.dbx", ""), "is not an Outlook Express folder file (.dbx)"},
+      {Folder(dir_.path() / "empty-store"), "no Outlook Express folder file of messages"},
+  };
+  for (const Case& c : cases) {
+    FreshDatabase();
+    const ImportOutcome outcome = Import({c.file});
+    EXPECT_EQ(outcome.result, 0u) << c.file.path;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_WRONG_FILE_TYPE) << c.file.path;
+    EXPECT_EQ(outcome.documents_added, 0u) << c.file.path;
+    EXPECT_NE(outcome.log.find(c.logged), std::string::npos) << outcome.log;
+  }
+  if (std::filesystem::exists(folder_list)) {
+    FreshDatabase();
+    EXPECT_EQ(Import({Folder(folder_list)}).error, KSIMP_ERR_WRONG_FILE_TYPE);
+  }
+}
+
+TEST_F(OutlookExpressImportTest, ACutFolderKeepsTheMessagesBeforeTheCut) {
+  DbxTestFile writer;
+  for (size_t i = 0; i < 5; ++i) writer.Add(Message(i), "note " + std::to_string(i));
+  const std::string file = writer.Build();
+  // Inside the fourth message's text block.
+  const std::string cut = file.substr(0, writer.block_offsets[3][0] + 30);
+  // A file before it and one after it are imported whole.
+  const ImportOutcome outcome = Import(
+      {Written("Before.dbx", DbxTestFile().Add(Message(10)).Build()), Written("Cut.dbx", cut),
+       Written("After.dbx", DbxTestFile().Add(Message(11)).Build())});
+  EXPECT_EQ(outcome.result, 1u) << "the last file succeeded";
+  EXPECT_EQ(outcome.error, KSIMP_ERR_END_OF_FILE) << outcome.log;
+  EXPECT_EQ(outcome.documents_added, 5u);
+  std::vector<std::string> subjects;
+  for (const std::string& document : Documents()) subjects.push_back(Field(document, "Subject"));
+  EXPECT_EQ(subjects,
+            (std::vector<std::string>{"note 10", "note 0", "note 1", "note 2", "note 11"}));
+  EXPECT_NE(outcome.log.find("Cut.dbx: the block of the message's text at offset"),
+            std::string::npos)
+      << outcome.log;
+  EXPECT_NE(outcome.log.find("the message \"note 3\" is not imported"), std::string::npos);
+  EXPECT_NE(outcome.log.find("the record of a message at offset"), std::string::npos);
+
+  uint32_t documents = 0, error = 0, whole = 1;
+  ASSERT_EQ(
+      KSIMP_GetFileOutcome(outcome.handle, 1, nullptr, 0, nullptr, &documents, &error, &whole), 1u);
+  EXPECT_EQ(documents, 3u);
+  EXPECT_EQ(error, KSIMP_ERR_END_OF_FILE);
+  EXPECT_EQ(whole, 0u);
+}
+
+TEST_F(OutlookExpressImportTest, ACutRealFolderImportsWhatItStillHolds) {
+  const std::filesystem::path path = Corpus("dbx") / "iped-test_OutlookDBX.dbx";
+  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus";
+  const std::string file = ReadWhole(path);
+  uint32_t imported_before = 0;
+  for (const size_t percent : {5, 30, 55, 80, 100}) {
+    FreshDatabase();
+    const ImportOutcome outcome =
+        Import({Written("cut.dbx", file.substr(0, file.size() * percent / 100))});
+    EXPECT_GE(outcome.documents_added, imported_before) << percent << "%";
+    imported_before = outcome.documents_added;
+    if (outcome.documents_added < 28) {
+      EXPECT_EQ(outcome.error, KSIMP_ERR_END_OF_FILE) << percent << "%: " << outcome.log;
+      EXPECT_EQ(outcome.result, 0u);
+    } else {
+      EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << percent << "%: " << outcome.log;
+    }
+  }
+  EXPECT_EQ(imported_before, 28u);
+}
+
+TEST_F(OutlookExpressImportTest, ADamagedIndexEndsCleanlyWithItsError) {
+  DbxTestFile writer(1);
+  for (size_t i = 0; i < 7; ++i) writer.Add(Message(i));
+  std::string file = writer.Build();
+  // The last node's child leads back to the root.
+  DbxTestFile::Put32(file, writer.node_offsets.back() + 0x18 + 4, writer.node_offsets[0]);
+  const ImportOutcome outcome = Import({Written("Looping.dbx", file)});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
+  EXPECT_GE(outcome.documents_added, 6u);
+  EXPECT_EQ(Documents().size(), outcome.documents_added);
+  EXPECT_NE(outcome.log.find("the message index is damaged: it leads back to its node at offset"),
+            std::string::npos)
+      << outcome.log;
+}
+
+TEST_F(OutlookExpressImportTest, MessagesWithoutTextAreCountedInTheLog) {
+  const ImportOutcome outcome = Import({Written(
+      "News.dbx",
+      DbxTestFile().Add(Message(1)).AddWithoutText("fetched later").Add(Message(2)).Build())});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 2u);
+  EXPECT_NE(outcome.log.find("News.dbx: 1 messages of the folder have no text in it"),
+            std::string::npos)
+      << outcome.log;
+}
+
+TEST(OutlookExpressRecognition, KnowsFolderFilesAndStoreFolders) {
+  TempDir dir;
+  COutlookExpress importer;
+  EXPECT_EQ(importer.CheckFile(WriteFile(dir, "Inbox.dbx", DbxTestFile().Build())), 1);
+  EXPECT_EQ(importer.CheckFile(
+                WriteFile(dir, "Folders.dbx", DbxTestFile().Kind("\xC6\xFD\x74\x6F").Build())),
+            0);
+  EXPECT_EQ(importer.CheckFile(WriteFile(dir, "text.txt", "From: a\r\n\r\nb")), 0);
+  EXPECT_EQ(importer.CheckFile(dir.path().string()), 1);
+  EXPECT_EQ(importer.CheckFile((dir.path() / "missing.dbx").string()), 0);
+}
+
+}  // namespace
