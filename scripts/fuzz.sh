@@ -45,6 +45,7 @@ shared_folders() {
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
+    dbx_folder) echo dbx ;;
     *) ;;
   esac
 }
@@ -59,6 +60,9 @@ max_len() {
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
     access_database) echo 131072 ;;
+    # A folder as the program writes it: a 9 KB header, the index, a few
+    # messages.  Longer corpus folders are read cut, which is a case of its own.
+    dbx_folder) echo 20480 ;;
     *) echo 4096 ;;
   esac
 }
