@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +45,25 @@ void CopyPathSizedText(std::string_view text, char* buffer) {
 std::string_view BaseName(std::string_view path) {
   const size_t slash = path.find_last_of('/');
   return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+// The bytes of the regular files directly in `folder` whose extension is
+// `extension` (any case).
+uint64_t SizeOfFilesIn(const std::string& folder, std::string_view extension) {
+  uint64_t size = 0;
+  std::error_code error;
+  for (std::filesystem::directory_iterator it(folder, error), end; !error && it != end;
+       it.increment(error)) {
+    std::string name_extension = it->path().extension().string();
+    std::transform(name_extension.begin(), name_extension.end(), name_extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::error_code file_error;
+    if (name_extension == extension && it->is_regular_file(file_error)) {
+      const uintmax_t file_size = it->file_size(file_error);
+      if (!file_error) size += file_size;
+    }
+  }
+  return size;
 }
 
 }  // namespace
@@ -124,8 +145,11 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
       name = name.substr(separator + 1, name.find('\x1b', separator + 1) - separator - 1);
     }
     struct stat info {};
-    if (::stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
-      size += static_cast<uint64_t>(info.st_size);
+    if (::stat(name.c_str(), &info) != 0) continue;
+    if (S_ISREG(info.st_mode)) size += static_cast<uint64_t>(info.st_size);
+    // An Outlook Express store folder is read folder file by folder file.
+    if (S_ISDIR(info.st_mode) && record.file_type == KSIMP_TYPE_OUTLOOK_EXPRESS) {
+      size += SizeOfFilesIn(name, ".dbx");
     }
   }
   handles_.AddTotalBytes(handle, size);

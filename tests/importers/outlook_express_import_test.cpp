@@ -130,6 +130,23 @@ TEST_F(OutlookExpressImportTest, AStoreFolderOfWrittenFoldersTakesThemByName) {
   EXPECT_EQ(outcome.log.find("Folders.dbx"), std::string::npos) << outcome.log;
 }
 
+TEST_F(OutlookExpressImportTest, AStoreFoldersProgressRunsOverItsFolderFiles) {
+  std::filesystem::create_directory(dir_.path() / "store");
+  const std::string inbox = WriteFile(dir_.path() / "store" / "Inbox.dbx",
+                                      DbxTestFile().Add(Message(1)).Add(Message(2)).Build());
+  const std::string list = WriteFile(dir_.path() / "store" / "Folders.dbx",
+                                     DbxTestFile().Kind("\xC6\xFD\x74\x6F").Build());
+  WriteFile(dir_.path() / "store" / "notes.txt", std::string(5000, 'x'));
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  ASSERT_EQ(Queue(handle, Folder(dir_.path() / "store")), 1u);
+  const uint64_t folder_files =
+      std::filesystem::file_size(inbox) + std::filesystem::file_size(list);
+  EXPECT_EQ(KSIMP_GetTotalBytes(handle), folder_files);
+  uint32_t added = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u);
+  EXPECT_EQ(added, 2u);
+}
+
 TEST_F(OutlookExpressImportTest, FilesWithoutMessagesAreRefusedAsTheWrongType) {
   const std::filesystem::path folder_list = Corpus("dbx") / "oe6-store" / "Folders.dbx";
   struct Case {

@@ -171,6 +171,7 @@ int COutlookExpress::ImportStoreFolder(const std::string& folder) {
     }
     base += size;
   }
+  if (!WasAborted()) SetProgress(base);
   EndMessages();
   if (message_folders == 0 && !not_opened && !WasAborted()) {
     Log(fmt::format("{}: no Outlook Express folder file of messages (.dbx) is in this folder.",
