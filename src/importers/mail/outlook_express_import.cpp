@@ -212,9 +212,11 @@ COutlookExpress::FolderResult COutlookExpress::ImportFolder(const std::string& p
     // progress moves through the file's bytes by the share of the messages
     // read.
     const uint64_t listed = std::min<uint64_t>(reader.messages_listed(), header.message_count);
-    // Offsets are 32-bit: the product cannot overflow.
     const uint64_t position =
-        base + (header.message_count == 0 ? 0 : *size * listed / header.message_count);
+        base + (header.message_count == 0
+                    ? 0
+                    : static_cast<uint64_t>(static_cast<double>(*size) *
+                                            static_cast<double>(listed) / header.message_count));
     switch (message.state) {
       case DbxFolderReader::Message::State::kRead: {
         RawMessage raw{std::move(message.raw_text), std::string(), mailbox};
