@@ -45,6 +45,7 @@ shared_folders() {
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
+    pst_file) echo pst ;;
     *) ;;
   esac
 }
@@ -59,6 +60,7 @@ max_len() {
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
     access_database) echo 131072 ;;
+    pst_file) echo 1048576 ;;  # the corpus files whole: the index lies at the end
     *) echo 4096 ;;
   esac
 }

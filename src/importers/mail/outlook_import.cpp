@@ -1,7 +1,6 @@
 #include "importers/mail/outlook_import.h"
 
 #include <fmt/format.h>
-#include <libpff.h>
 
 #include <array>
 #include <cctype>
@@ -12,6 +11,7 @@
 #include "importers/mail/outlook_message.h"
 #include "importers/mail/pst_folders.h"
 #include "importers/mail/pst_item_reader.h"
+#include "importers/mail/pst_item_walk.h"
 
 namespace {
 
@@ -161,64 +161,50 @@ int CIMPOutlookImport::ImportSource() {
   LeftOutItems left_out;
   uint64_t position = 0;
 
-  for (PstFolder* folder : selected) {
-    for (int index = 0; index < folder->item_count; ++index) {
-      if (Aborted()) return 1;
-      ++position;
-      const auto where = [&] {
-        return fmt::format("item {} of the folder \"{}\"", index + 1, folder->full_path);
-      };
-      libpff_item_t* raw = nullptr;
-      libpff_error_t* error = nullptr;
-      if (libpff_folder_get_sub_message(folder->item.get(), index, &raw, &error) != 1 ||
-          raw == nullptr) {
-        damage.push_back(pst::ErrorText(fmt::format("{} cannot be read", where()), error));
-        SetProgress(position);
-        continue;
-      }
-      const PstItem item(raw);
-      std::vector<std::string> attachments_left_out;
-      OutlookItem read;
-      try {
-        read = reader.Read(raw, WantsAttachments(), &attachments_left_out);
-      } catch (const PstError& unreadable) {
-        damage.push_back(fmt::format("{} cannot be read: {}", where(), unreadable.what()));
-        SetProgress(position);
-        continue;
-      }
-      if (read.kind != OutlookItem::Kind::kMessage) {
-        left_out.Count(read.kind);
-        SetProgress(position);
-        continue;
-      }
-      if (!TakesMessageOf(DayOf(read.time), position)) continue;
+  PstItemWalk walk(selected, reader);
+  while (!Aborted()) {
+    std::optional<PstItemWalk::Step> step = walk.Next(WantsAttachments());
+    if (!step) break;
+    position += step->items_passed;
+    if (!step->item) {
+      damage.push_back(std::move(step->problem));
+      SetProgress(position);
+      continue;
+    }
+    OutlookItem& read = *step->item;
+    if (read.kind != OutlookItem::Kind::kMessage) {
+      left_out.Count(read.kind);
+      SetProgress(position);
+      continue;
+    }
+    if (!TakesMessageOf(DayOf(read.time), position)) continue;
 
-      for (const std::string& line : attachments_left_out) {
-        Log(fmt::format("An attachment of message \"{}\" was left out: {}", read.subject, line));
+    for (const std::string& line : step->left_out) {
+      Log(fmt::format("An attachment of message \"{}\" was left out: {}", read.subject, line));
+    }
+    std::vector<CDocumentWriter::Attachment> attachments;
+    for (size_t i = 0; i < read.attachments.size(); ++i) {
+      OutlookAttachment& attachment = read.attachments[i];
+      std::string name = AttachmentName(attachment.name, i);
+      std::string content = std::move(attachment.content);
+      if (attachment.message) {
+        // An attached message is kept as the document it would have made.
+        const bool html = !attachment.message->html_body.empty();
+        content = composer.DocumentText("", *attachment.message);
+        name += html ? ".htm" : ".txt";
       }
-      std::vector<CDocumentWriter::Attachment> attachments;
-      for (size_t i = 0; i < read.attachments.size(); ++i) {
-        OutlookAttachment& attachment = read.attachments[i];
-        std::string name = AttachmentName(attachment.name, i);
-        std::string content = std::move(attachment.content);
-        if (attachment.message) {
-          // An attached message is kept as the document it would have made.
-          const bool html = !attachment.message->html_body.empty();
-          content = composer.DocumentText("", *attachment.message);
-          name += html ? ".htm" : ".txt";
-        }
-        Log(fmt::format("Opened attachment file \"{}\" for message \"{}\"", name, read.subject));
-        attachments.push_back({std::move(name), std::move(content)});
-      }
-      const std::string text = composer.DocumentText(folder->path, read);
-      if (SaveMessage(text, std::move(attachments), position) == Outcome::kStopped) {
-        return StopResult();
-      }
+      Log(fmt::format("Opened attachment file \"{}\" for message \"{}\"", name, read.subject));
+      attachments.push_back({std::move(name), std::move(content)});
+    }
+    const std::string text = composer.DocumentText(step->folder->path, read);
+    if (SaveMessage(text, std::move(attachments), position) == Outcome::kStopped) {
+      return StopResult();
     }
   }
+  if (WasAborted()) return 1;
   EndMessages();
   if (const std::string text = left_out.Text(); !text.empty()) {
-    Log(fmt::format("{}: {} were not imported: only messages become documents.", path, text));
+    Log(fmt::format("{}: not imported, as only messages become documents: {}.", path, text));
   }
   if (!damage.empty()) {
     for (const std::string& line : damage) Log(fmt::format("{}: {}.", path, line));

@@ -53,6 +53,13 @@ std::string MessageString(PffHandle* item, uint32_t entry, uint64_t most) {
   return pst::PropertyText(item, entry, most).value_or("");
 }
 
+// A stored subject may begin with a mark, 0x01 and a character that gives
+// the length of its prefix ("FW: ", "RE: "); what Outlook shows follows it.
+std::string WithoutPrefixMark(std::string subject) {
+  if (subject.size() >= 2 && subject[0] == '\x01') subject.erase(0, 2);
+  return subject;
+}
+
 // A value of one line: a subject or a name holds no line end in a field.
 std::string OneLine(std::string text) {
   for (char& c : text) {
@@ -169,7 +176,7 @@ std::string PstItemReader::HtmlBody(PffHandle* item) const {
   if (bytes.empty()) return {};
   const uint32_t code_page = pst::PropertyNumber(item, kInternetCodePage).value_or(0);
   const std::string charset = ks::core::IsValidUtf8(bytes) ? "" : CharsetOfCodePage(code_page);
-  return ks::core::CharsetConverter::ForThisThread().ToUtf8(charset, bytes, ansi_code_page_);
+  return WithCrLf(ks::core::CharsetConverter::ForThisThread().ToUtf8(charset, bytes, ansi_code_page_));
 }
 
 OutlookItem PstItemReader::Read(PffHandle* item, bool with_attachments,
@@ -181,14 +188,14 @@ OutlookItem PstItemReader::Read(PffHandle* item, bool with_attachments,
   if (read.kind != OutlookItem::Kind::kMessage) return read;
 
   const uint64_t most = limits_.most_body_bytes;
-  read.subject = OneLine(Utf8Property(
+  read.subject = OneLine(WithoutPrefixMark(Utf8Property(
       "subject", most,
       [&](size_t* size, libpff_error_t** error) {
         return libpff_message_get_utf8_subject_size(item, size, error);
       },
       [&](uint8_t* text, size_t size, libpff_error_t** error) {
         return libpff_message_get_utf8_subject(item, text, size, error);
-      }));
+      })));
   read.from = OneLine(Utf8Property(
       "sender", most,
       [&](size_t* size, libpff_error_t** error) {
