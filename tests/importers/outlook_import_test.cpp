@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "core/error_codes.h"
+#include "core/scoped_env.h"
 #include "import_fixture.h"
 
 namespace {
@@ -344,3 +345,57 @@ TEST_F(OutlookImport, OutlookCorpusAgreesWithPffexport) {
 }
 
 }  // namespace
+
+// Outlook profiles: the personal folders file is the profile's mail root,
+// its folders the FOLDER entries (or every one with ALL).
+class OutlookProfile : public OutlookImport {
+ protected:
+  struct Run {
+    uint32_t result = 0;
+    uint32_t added = 0;
+    std::string log;
+  };
+
+  Run RunProfile(const std::string& name) {
+    Run run;
+    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, name.c_str()), 1u);
+    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
+    char log[16384] = {};
+    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
+    return run;
+  }
+
+  TempDir config_;
+  ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
+};
+
+TEST_F(OutlookProfile, AProfileImportsItsFoldersOfTheFileAndKeepsThemInItsFile) {
+  const std::string file = CorpusFile("tghanem-user1-password.pst");
+  NEED_CORPUS_FILE(file);
+  const std::string text = "TYPE=1400\nNAME=Archive\nNAME_KESTRO=" + database_ + "\nMAILROOT=" +
+                           file + "\nFOLDER=FolderWithSampleMessages\nFOLDER=FolderWithSingleMessage\n";
+  ASSERT_EQ(KSIMP_SaveEmailProfile(text.c_str(), 0), 0u);
+  std::ifstream saved(config_.path() / "profiles" / "Archive.emw");
+  const std::string written((std::istreambuf_iterator<char>(saved)), std::istreambuf_iterator<char>());
+  // Outlook's list entries are a name and a text.
+  EXPECT_NE(written.find("FOLDER=FolderWithSampleMessages,\n"), std::string::npos) << written;
+
+  Run run = RunProfile("Archive");
+  EXPECT_EQ(run.result, 1u) << run.log;
+  EXPECT_EQ(run.added, 3u) << run.log;
+  const std::vector<StoredMessage> stored = StoredMessages();
+  ASSERT_EQ(stored.size(), 3u);
+  EXPECT_EQ(stored[0].folder, "FolderWithSampleMessages");
+  EXPECT_EQ(stored[2].folder, "FolderWithSingleMessage");
+
+  FreshDatabase();
+  const std::string all = "TYPE=1400\nNAME=Whole\nNAME_KESTRO=" + database_ + "\nMAILROOT=" + file +
+                          "\nALL=Yes\nTYPE_MSG=0\n";
+  ASSERT_EQ(KSIMP_SaveEmailProfile(all.c_str(), 0), 0u);
+  run = RunProfile("Whole");
+  EXPECT_EQ(run.added, 6u) << run.log;
+  // New messages since the run: the file's messages are all older.
+  run = RunProfile("Whole");
+  EXPECT_EQ(run.added, 0u) << run.log;
+}
