@@ -26,7 +26,10 @@ std::string Joined(const std::string& parent, const std::string& name) {
 
 class FolderWalk {
  public:
-  FolderWalk(PstFolderList& list, std::optional<uint32_t> top) : list_(list), top_(top) {}
+  FolderWalk(PstFolderList& list, std::optional<uint32_t> top, uint32_t root)
+      : list_(list), top_(top) {
+    seen_.insert(root);
+  }
 
   // Adds the folders below `parent` (whose names are `path` and `full`).
   void Below(PffHandle* parent, const std::string& path, const std::string& full, int depth) {
@@ -98,10 +101,12 @@ PstFolderList ListPstFolders(PstFile& file) {
   int root_items = 0;
   libpff_folder_get_number_of_sub_messages(root.get(), &root_items, nullptr);
   PffHandle* raw_root = root.get();
+  uint32_t root_id = 0;
+  libpff_item_get_identifier(raw_root, &root_id, nullptr);
   // The root itself holds no messages in a file Outlook wrote, but may in
   // one written by other programs.
   list.folders.push_back(PstFolder{"", "", root_items, std::move(root)});
-  FolderWalk(list, file.TopOfPersonalFoldersId()).Below(raw_root, "", "", 0);
+  FolderWalk(list, file.TopOfPersonalFoldersId(), root_id).Below(raw_root, "", "", 0);
   return list;
 }
 
