@@ -4,6 +4,9 @@
 // there every source takes the same steps: the import's date ranges, the
 // document text (header fields, then the field "Message"), the attachments
 // saved or imported, the document saved, the skipped messages counted.
+// A source that keeps its messages taken apart (Outlook) composes their
+// text itself and takes the same steps through TakesMessageOf and
+// SaveMessage.
 #pragma once
 
 #include <cstdint>
