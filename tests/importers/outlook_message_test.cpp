@@ -90,6 +90,9 @@ TEST(RtfPlainText, DamagedTextEndsWithoutHarm) {
   EXPECT_EQ(RtfPlainText(R"({\rtf1 a}}}} b)"), "a b");
   EXPECT_EQ(RtfPlainText(R"({\rtf1 \'4)"), "4");  // an escape cut short is dropped
   EXPECT_EQ(RtfPlainText(R"(\bin99999999)"), "");
+  // \u takes a 16-bit number: a larger one is no character (found by the
+  // fuzz target, which saw invalid UTF-8 come out).
+  EXPECT_EQ(RtfPlainText(R"({\rtf1\uc0 a\u123542354 b\u-99999 c})"), "a\ufffdb\ufffdc");
   // Groups deeper than the limit are skipped, not followed.
   const std::string deep = std::string(kRtfDeepestGroup + 10, '{') + "deep" +
                            std::string(kRtfDeepestGroup + 10, '}') + "top";

@@ -33,23 +33,8 @@ std::string FirstBytes(const std::string& path, size_t count) {
 
 namespace pst {
 
-std::string ErrorText(const std::string& what, void* error) {
-  auto* pff_error = static_cast<libpff_error_t*>(error);
-  if (pff_error == nullptr) return what;
-  char text[512] = {};
-  libpff_error_sprint(pff_error, text, sizeof text);
-  libpff_error_free(&pff_error);
-  std::string detail(text);
-  // libpff's text is a chain of its functions' complaints, one a line.
-  for (char& c : detail) {
-    if (c == '\n' || c == '\r') c = ' ';
-  }
-  while (!detail.empty() && detail.back() == ' ') detail.pop_back();
-  return detail.empty() ? what : what + " (" + detail + ")";
-}
-
-void ThrowDamaged(const std::string& what, void* error) {
-  throw PstError(PstError::Kind::kDamaged, ErrorText(what, error));
+void ThrowDamaged(const std::string& what) {
+  throw PstError(PstError::Kind::kDamaged, what);
 }
 
 namespace {
@@ -58,16 +43,14 @@ namespace {
 class PropertyEntry {
  public:
   PropertyEntry(PffHandle* item, uint32_t entry_type) {
-    libpff_error_t* error = nullptr;
-    if (libpff_item_get_record_set_by_index(item, 0, &set_, &error) != 1) {
+    if (libpff_item_get_record_set_by_index(item, 0, &set_, nullptr) != 1) {
       // An item without a record set has no properties at all.
-      if (error != nullptr) libpff_error_free(&error);
       set_ = nullptr;
       return;
     }
     const int found = libpff_record_set_get_entry_by_type(
-        set_, entry_type, 0, &entry_, LIBPFF_ENTRY_VALUE_FLAG_MATCH_ANY_VALUE_TYPE, &error);
-    if (found == -1) ThrowDamaged("a property cannot be read", error);
+        set_, entry_type, 0, &entry_, LIBPFF_ENTRY_VALUE_FLAG_MATCH_ANY_VALUE_TYPE, nullptr);
+    if (found == -1) ThrowDamaged("a property cannot be read");
     if (found != 1) entry_ = nullptr;
   }
   ~PropertyEntry() {
@@ -97,16 +80,15 @@ std::optional<std::string> PropertyText(PffHandle* item, uint32_t entry_type, ui
   const PropertyEntry entry(item, entry_type);
   if (entry.get() == nullptr) return std::nullopt;
   size_t size = 0;
-  libpff_error_t* error = nullptr;
-  if (libpff_record_entry_get_data_as_utf8_string_size(entry.get(), &size, &error) != 1) {
-    ThrowDamaged("a text property cannot be read", error);
+  if (libpff_record_entry_get_data_as_utf8_string_size(entry.get(), &size, nullptr) != 1) {
+    ThrowDamaged("a text property cannot be read");
   }
   CheckSize(size, most);
   if (size == 0) return std::string();
   std::string text(size, '\0');
   if (libpff_record_entry_get_data_as_utf8_string(
-          entry.get(), reinterpret_cast<uint8_t*>(text.data()), size, &error) != 1) {
-    ThrowDamaged("a text property cannot be read", error);
+          entry.get(), reinterpret_cast<uint8_t*>(text.data()), size, nullptr) != 1) {
+    ThrowDamaged("a text property cannot be read");
   }
   std::erase(text, '\0');
   return text;
@@ -116,15 +98,14 @@ std::optional<std::string> PropertyBytes(PffHandle* item, uint32_t entry_type, u
   const PropertyEntry entry(item, entry_type);
   if (entry.get() == nullptr) return std::nullopt;
   size_t size = 0;
-  libpff_error_t* error = nullptr;
-  if (libpff_record_entry_get_data_size(entry.get(), &size, &error) != 1) {
-    ThrowDamaged("a property cannot be read", error);
+  if (libpff_record_entry_get_data_size(entry.get(), &size, nullptr) != 1) {
+    ThrowDamaged("a property cannot be read");
   }
   CheckSize(size, most);
   std::string bytes(size, '\0');
   if (size > 0 && libpff_record_entry_get_data(
-                      entry.get(), reinterpret_cast<uint8_t*>(bytes.data()), size, &error) != 1) {
-    ThrowDamaged("a property cannot be read", error);
+                      entry.get(), reinterpret_cast<uint8_t*>(bytes.data()), size, nullptr) != 1) {
+    ThrowDamaged("a property cannot be read");
   }
   return bytes;
 }
@@ -165,18 +146,16 @@ PstFile::PstFile(const std::string& path, int ascii_code_page) {
     throw PstError(header_.IsCut(size_) ? PstError::Kind::kCut : PstError::Kind::kDamaged,
                    *problem);
   }
-  libpff_error_t* error = nullptr;
-  if (libpff_file_initialize(&file_, &error) != 1) pst::ThrowDamaged("libpff failed", error);
+  if (libpff_file_initialize(&file_, nullptr) != 1) pst::ThrowDamaged("libpff failed");
   if (ascii_code_page != 0) {
     // A code page libpff does not know leaves its default: the folder
     // names of an ANSI file then read as Windows-1252.
     libpff_file_set_ascii_codepage(file_, ascii_code_page, nullptr);
   }
-  if (libpff_file_open(file_, path.c_str(), LIBPFF_OPEN_READ, &error) != 1) {
+  if (libpff_file_open(file_, path.c_str(), LIBPFF_OPEN_READ, nullptr) != 1) {
     libpff_file_free(&file_, nullptr);
     pst::ThrowDamaged(header_.IsCut(size_) ? "the file is cut short and cannot be opened"
-                                           : "the file cannot be opened",
-                      error);
+                                           : "the file cannot be opened");
   }
 }
 
@@ -187,9 +166,8 @@ PstFile::~PstFile() {
 
 PstItem PstFile::RootFolder() {
   libpff_item_t* root = nullptr;
-  libpff_error_t* error = nullptr;
-  if (libpff_file_get_root_folder(file_, &root, &error) != 1 || root == nullptr) {
-    pst::ThrowDamaged("the folder list cannot be read", error);
+  if (libpff_file_get_root_folder(file_, &root, nullptr) != 1 || root == nullptr) {
+    pst::ThrowDamaged("the folder list cannot be read");
   }
   return PstItem(root);
 }

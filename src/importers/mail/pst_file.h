@@ -1,7 +1,7 @@
 // PstFile, PstItem: an Outlook personal folders file opened through libpff,
 // and the items (folders, messages, attachments) it hands out, each freed
-// with its owner.  Every libpff failure becomes a PstError carrying libpff's
-// own words, so the reader above never sees libpff's error objects.
+// with its owner.  Every libpff failure becomes a PstError saying what could
+// not be read.
 //
 // A file is judged by its header (PstHeader) before libpff opens it.
 // libpff reads the file lazily: a damaged page shows only when an item that
@@ -79,11 +79,14 @@ class PstFile {
   uint64_t size_ = 0;
 };
 
+// libpff is never handed an error object to fill.  On some damaged tables
+// libpff 20180714 frees the error object it is filling and then grows it
+// again (a double free inside libcerror, found by the fuzz target); given
+// none, it records nothing and only says that the call failed.  So the
+// reasons given for a failure are ours: what was being read.
 namespace pst {
 
-// libpff's message for a failed call, freed; `what` says what was being done.
-std::string ErrorText(const std::string& what, void* error);
-[[noreturn]] void ThrowDamaged(const std::string& what, void* error);
+[[noreturn]] void ThrowDamaged(const std::string& what);
 
 // A property of an item (its MAPI property number `entry_type`) as text in
 // UTF-8, as its bytes, or as a 32-bit number; none when the item does not

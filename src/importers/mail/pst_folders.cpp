@@ -34,10 +34,9 @@ class FolderWalk {
   // Adds the folders below `parent` (whose names are `path` and `full`).
   void Below(PffHandle* parent, const std::string& path, const std::string& full, int depth) {
     int count = 0;
-    libpff_error_t* error = nullptr;
-    if (libpff_folder_get_number_of_sub_folders(parent, &count, &error) != 1) {
+    if (libpff_folder_get_number_of_sub_folders(parent, &count, nullptr) != 1) {
       list_.problems.push_back(
-          pst::ErrorText(fmt::format("the folders in \"{}\" cannot be read", full), error));
+          fmt::format("the folders in \"{}\" cannot be read", full));
       return;
     }
     for (int i = 0; i < count; ++i) {
@@ -48,9 +47,9 @@ class FolderWalk {
         return;
       }
       libpff_item_t* sub = nullptr;
-      if (libpff_folder_get_sub_folder(parent, i, &sub, &error) != 1 || sub == nullptr) {
-        list_.problems.push_back(pst::ErrorText(
-            fmt::format("folder {} of \"{}\" cannot be read", i + 1, full), error));
+      if (libpff_folder_get_sub_folder(parent, i, &sub, nullptr) != 1 || sub == nullptr) {
+        list_.problems.push_back(
+            fmt::format("folder {} of \"{}\" cannot be read", i + 1, full));
         continue;
       }
       PstItem item(sub);
@@ -75,10 +74,9 @@ class FolderWalk {
       const std::string sub_path = is_top ? sub_full : Joined(path, name);
       const std::string children_path = is_top ? std::string() : sub_path;
       int items = 0;
-      if (libpff_folder_get_number_of_sub_messages(sub, &items, &error) != 1) {
+      if (libpff_folder_get_number_of_sub_messages(sub, &items, nullptr) != 1) {
         list_.problems.push_back(
-            pst::ErrorText(fmt::format("the messages of \"{}\" cannot be counted", sub_full),
-                           error));
+            fmt::format("the messages of \"{}\" cannot be counted", sub_full));
         items = 0;
       }
       PffHandle* raw = item.get();

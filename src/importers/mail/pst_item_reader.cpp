@@ -20,9 +20,8 @@ constexpr int64_t kFiletimeEpochSeconds = 11644473600;
 constexpr uint64_t kFiletimeTicksPerSecond = 10000000;
 
 // Calls of libpff that answer 1 (read), 0 (not there) or -1 (failed).
-void Check(int status, const char* what, libpff_error_t* error) {
-  if (status == -1) pst::ThrowDamaged(fmt::format("its {} cannot be read", what), error);
-  if (error != nullptr) libpff_error_free(&error);
+void Check(int status, const char* what) {
+  if (status == -1) pst::ThrowDamaged(fmt::format("its {} cannot be read", what));
 }
 
 // A string libpff hands out with its terminating NUL; NULs inside are
@@ -35,17 +34,15 @@ std::string WithoutNuls(std::string text) {
 template <typename SizeFn, typename ReadFn>
 std::string Utf8Property(const char* what, uint64_t most, SizeFn size_of, ReadFn read) {
   size_t size = 0;
-  libpff_error_t* error = nullptr;
-  const int found = size_of(&size, &error);
-  Check(found, what, error);
+  const int found = size_of(&size);
+  Check(found, what);
   if (found != 1 || size == 0) return {};
   if (size > most) {
     throw PstError(PstError::Kind::kDamaged,
                    fmt::format("its {} claims {} bytes, more than can be real", what, size));
   }
   std::string text(size, '\0');
-  error = nullptr;
-  Check(read(reinterpret_cast<uint8_t*>(text.data()), size, &error), what, error);
+  Check(read(reinterpret_cast<uint8_t*>(text.data()), size), what);
   return WithoutNuls(std::move(text));
 }
 
@@ -167,11 +164,11 @@ std::string CharsetOfCodePage(uint32_t code_page) {
 std::string PstItemReader::HtmlBody(PffHandle* item) const {
   const std::string bytes = Utf8Property(
       "HTML text", limits_.most_body_bytes,
-      [&](size_t* size, libpff_error_t** error) {
-        return libpff_message_get_html_body_size(item, size, error);
+      [&](size_t* size) {
+        return libpff_message_get_html_body_size(item, size, nullptr);
       },
-      [&](uint8_t* text, size_t size, libpff_error_t** error) {
-        return libpff_message_get_html_body(item, text, size, error);
+      [&](uint8_t* text, size_t size) {
+        return libpff_message_get_html_body(item, text, size, nullptr);
       });
   if (bytes.empty()) return {};
   const uint32_t code_page = pst::PropertyNumber(item, kInternetCodePage).value_or(0);
@@ -190,28 +187,28 @@ OutlookItem PstItemReader::Read(PffHandle* item, bool with_attachments,
   const uint64_t most = limits_.most_body_bytes;
   read.subject = OneLine(WithoutPrefixMark(Utf8Property(
       "subject", most,
-      [&](size_t* size, libpff_error_t** error) {
-        return libpff_message_get_utf8_subject_size(item, size, error);
+      [&](size_t* size) {
+        return libpff_message_get_utf8_subject_size(item, size, nullptr);
       },
-      [&](uint8_t* text, size_t size, libpff_error_t** error) {
-        return libpff_message_get_utf8_subject(item, text, size, error);
+      [&](uint8_t* text, size_t size) {
+        return libpff_message_get_utf8_subject(item, text, size, nullptr);
       })));
   read.from = OneLine(Utf8Property(
       "sender", most,
-      [&](size_t* size, libpff_error_t** error) {
-        return libpff_message_get_utf8_sender_name_size(item, size, error);
+      [&](size_t* size) {
+        return libpff_message_get_utf8_sender_name_size(item, size, nullptr);
       },
-      [&](uint8_t* text, size_t size, libpff_error_t** error) {
-        return libpff_message_get_utf8_sender_name(item, text, size, error);
+      [&](uint8_t* text, size_t size) {
+        return libpff_message_get_utf8_sender_name(item, text, size, nullptr);
       }));
   if (read.from.empty()) {
     read.from = OneLine(Utf8Property(
         "sender", most,
-        [&](size_t* size, libpff_error_t** error) {
-          return libpff_message_get_utf8_sender_email_address_size(item, size, error);
+        [&](size_t* size) {
+          return libpff_message_get_utf8_sender_email_address_size(item, size, nullptr);
         },
-        [&](uint8_t* text, size_t size, libpff_error_t** error) {
-          return libpff_message_get_utf8_sender_email_address(item, text, size, error);
+        [&](uint8_t* text, size_t size) {
+          return libpff_message_get_utf8_sender_email_address(item, text, size, nullptr);
         }));
   }
   read.to = OneLine(MessageString(item, kDisplayTo, most));
@@ -220,27 +217,25 @@ OutlookItem PstItemReader::Read(PffHandle* item, bool with_attachments,
   read.time = MessageTime(item);
   read.plain_body = WithCrLf(Utf8Property(
       "text", most,
-      [&](size_t* size, libpff_error_t** error) {
-        return libpff_message_get_plain_text_body_size(item, size, error);
+      [&](size_t* size) {
+        return libpff_message_get_plain_text_body_size(item, size, nullptr);
       },
-      [&](uint8_t* text, size_t size, libpff_error_t** error) {
-        return libpff_message_get_plain_text_body(item, text, size, error);
+      [&](uint8_t* text, size_t size) {
+        return libpff_message_get_plain_text_body(item, text, size, nullptr);
       }));
   read.html_body = HtmlBody(item);
   if (read.plain_body.empty() && read.html_body.empty()) {
     read.rtf_body = Utf8Property(
         "rich text", most,
-        [&](size_t* size, libpff_error_t** error) {
-          return libpff_message_get_rtf_body_size(item, size, error);
+        [&](size_t* size) {
+          return libpff_message_get_rtf_body_size(item, size, nullptr);
         },
-        [&](uint8_t* text, size_t size, libpff_error_t** error) {
-          return libpff_message_get_rtf_body(item, text, size, error);
+        [&](uint8_t* text, size_t size) {
+          return libpff_message_get_rtf_body(item, text, size, nullptr);
         });
   }
-  libpff_error_t* error = nullptr;
   int attachments = 0;
-  Check(libpff_message_get_number_of_attachments(item, &attachments, &error), "attachments",
-        error);
+  Check(libpff_message_get_number_of_attachments(item, &attachments, nullptr), "attachments");
   read.attachment_count = attachments;
   if (with_attachments && attachments > 0) ReadAttachments(item, &read, left_out);
   return read;
@@ -249,10 +244,9 @@ OutlookItem PstItemReader::Read(PffHandle* item, bool with_attachments,
 void PstItemReader::ReadAttachments(PffHandle* item, OutlookItem* read,
                                     std::vector<std::string>* left_out) const {
   for (int i = 0; i < read->attachment_count; ++i) {
-    libpff_error_t* error = nullptr;
     libpff_item_t* raw = nullptr;
-    if (libpff_message_get_attachment(item, i, &raw, &error) != 1 || raw == nullptr) {
-      left_out->push_back(pst::ErrorText(fmt::format("attachment {} cannot be read", i + 1), error));
+    if (libpff_message_get_attachment(item, i, &raw, nullptr) != 1 || raw == nullptr) {
+      left_out->push_back(fmt::format("attachment {} cannot be read", i + 1));
       continue;
     }
     const PstItem attachment(raw);
@@ -260,32 +254,31 @@ void PstItemReader::ReadAttachments(PffHandle* item, OutlookItem* read,
     try {
       taken.name = OneLine(Utf8Property(
           "name", 4096,
-          [&](size_t* size, libpff_error_t** e) {
-            return libpff_attachment_get_utf8_long_filename_size(raw, size, e);
+          [&](size_t* size) {
+            return libpff_attachment_get_utf8_long_filename_size(raw, size, nullptr);
           },
-          [&](uint8_t* text, size_t size, libpff_error_t** e) {
-            return libpff_attachment_get_utf8_long_filename(raw, text, size, e);
+          [&](uint8_t* text, size_t size) {
+            return libpff_attachment_get_utf8_long_filename(raw, text, size, nullptr);
           }));
       if (taken.name.empty()) {
         taken.name = OneLine(Utf8Property(
             "name", 4096,
-            [&](size_t* size, libpff_error_t** e) {
-              return libpff_attachment_get_utf8_short_filename_size(raw, size, e);
+            [&](size_t* size) {
+              return libpff_attachment_get_utf8_short_filename_size(raw, size, nullptr);
             },
-            [&](uint8_t* text, size_t size, libpff_error_t** e) {
-              return libpff_attachment_get_utf8_short_filename(raw, text, size, e);
+            [&](uint8_t* text, size_t size) {
+              return libpff_attachment_get_utf8_short_filename(raw, text, size, nullptr);
             }));
       }
       if (taken.name.empty()) {
         taken.name = OneLine(pst::PropertyText(raw, kDisplayName, 4096).value_or(""));
       }
       int type = 0;
-      Check(libpff_attachment_get_type(raw, &type, &error), "attachment kind", error);
+      Check(libpff_attachment_get_type(raw, &type, nullptr), "attachment kind");
       if (type == LIBPFF_ATTACHMENT_TYPE_DATA) {
         size64_t size = 0;
-        error = nullptr;
-        const int found = libpff_attachment_get_data_size(raw, &size, &error);
-        Check(found, "attachment size", error);
+        const int found = libpff_attachment_get_data_size(raw, &size, nullptr);
+        Check(found, "attachment size");
         if (size > limits_.most_attachment_bytes) {
           left_out->push_back(fmt::format("the attachment \"{}\" holds {} bytes, more than the "
                                           "{} an attachment may have",
@@ -294,25 +287,22 @@ void PstItemReader::ReadAttachments(PffHandle* item, OutlookItem* read,
         }
         if (found == 1 && size > 0) {
           taken.content.resize(size);
-          error = nullptr;
-          if (libpff_attachment_data_seek_offset(raw, 0, SEEK_SET, &error) == -1) {
-            pst::ThrowDamaged("its attachment cannot be read", error);
+          if (libpff_attachment_data_seek_offset(raw, 0, SEEK_SET, nullptr) == -1) {
+            pst::ThrowDamaged("its attachment cannot be read");
           }
           size_t done = 0;
           while (done < taken.content.size()) {
-            error = nullptr;
             const ssize_t got = libpff_attachment_data_read_buffer(
                 raw, reinterpret_cast<uint8_t*>(taken.content.data() + done),
-                taken.content.size() - done, &error);
-            if (got <= 0) pst::ThrowDamaged("its attachment cannot be read", error);
+                taken.content.size() - done, nullptr);
+            if (got <= 0) pst::ThrowDamaged("its attachment cannot be read");
             done += static_cast<size_t>(got);
           }
         }
       } else if (type == LIBPFF_ATTACHMENT_TYPE_ITEM) {
         libpff_item_t* attached = nullptr;
-        error = nullptr;
-        if (libpff_attachment_get_item(raw, &attached, &error) != 1 || attached == nullptr) {
-          pst::ThrowDamaged("its attached message cannot be read", error);
+        if (libpff_attachment_get_item(raw, &attached, nullptr) != 1 || attached == nullptr) {
+          pst::ThrowDamaged("its attached message cannot be read");
         }
         const PstItem owned(attached);
         taken.message = std::make_unique<OutlookItem>(Read(attached, false, left_out));

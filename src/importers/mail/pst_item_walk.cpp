@@ -19,10 +19,9 @@ std::optional<PstItemWalk::Step> PstItemWalk::Next(bool with_attachments) {
   };
 
   libpff_item_t* raw = nullptr;
-  libpff_error_t* error = nullptr;
-  if (libpff_folder_get_sub_message(folder->item.get(), index, &raw, &error) != 1 ||
+  if (libpff_folder_get_sub_message(folder->item.get(), index, &raw, nullptr) != 1 ||
       raw == nullptr) {
-    step.problem = pst::ErrorText(fmt::format("{} cannot be read", where()), error);
+    step.problem = fmt::format("{} cannot be read", where());
   } else {
     const PstItem item(raw);
     try {

@@ -68,12 +68,14 @@ class RtfReader {
   }
 
   void Unicode(long code) {
+    // The number is a signed 16-bit value: negative ones stand for the
+    // upper half.  One outside that range, or a surrogate half on its own,
+    // is no character.
     if (code < 0) code += 65536;
     pending_stand_ins_ = groups_.back().unicode_skip;
     if (Skipping() || code == 0) return;
     Flush();
-    // A surrogate half on its own is no character.
-    if (code >= 0xD800 && code <= 0xDFFF) code = 0xFFFD;
+    if (code < 0 || code > 0xFFFF || (code >= 0xD800 && code <= 0xDFFF)) code = 0xFFFD;
     char32_t point = static_cast<char32_t>(code);
     if (point < 0x80) {
       out_ += static_cast<char>(point);
