@@ -103,7 +103,7 @@ extern "C" {
 #define KSIMP_TYPE_ACCESS 771          /* Access table */
 #define KSIMP_TYPE_ACCEPTED_1003 1003  /* accepted without an importer: counts as imported */
 #define KSIMP_TYPE_ACCEPTED_1007 1007  /* accepted without an importer: counts as imported */
-#define KSIMP_TYPE_OUTLOOK_FOLDER 1008 /* queued size is a message count */
+#define KSIMP_TYPE_OUTLOOK_FOLDER 1008 /* Outlook .pst/.ost file; queued size is its item count */
 #define KSIMP_TYPE_WIN_THREE 1009      /* no importer */
 #define KSIMP_TYPE_IMAP_SERVER 1062    /* queued size is a message count */
 /* Imported as another type: */
@@ -150,9 +150,10 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
  *         (IMAP servers are not supported yet).
  * The handle's total bytes grow by the source's size: the file length of
  * each name (a file that cannot be examined counts 0 and its cause is added
- * to the log; it is queued anyway, and the import reports it), or 2000 for
- * an Outlook folder (KSIMP_TYPE_OUTLOOK_FOLDER).  NULL strings are kept as
- * empty strings.
+ * to the log; it is queued anyway, and the import reports it), or for an
+ * Outlook file (KSIMP_TYPE_OUTLOOK_FOLDER) the number of items of the folder
+ * it names (2000 when the file or folder cannot be read).  NULL strings are
+ * kept as empty strings.
  *
  * Arguments, in order:
  *  1 handle                import handle
@@ -210,7 +211,10 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
  * 25 imap_server           IMAP server name
  * 26 imap_user             IMAP user name
  * 27 imap_password         IMAP password
- * 28 imap_mailbox          IMAP mailbox
+ * 28 imap_mailbox          IMAP mailbox; for KSIMP_TYPE_OUTLOOK_FOLDER the
+ *                          folder of the .pst/.ost file to import, by its
+ *                          path below the top of the personal folders
+ *                          ("Inbox/Projects"), or "" for every folder
  * 29 firewall_server       firewall host name or address
  * 30 firewall_user         firewall user name
  * 31 firewall_password     firewall password
@@ -581,7 +585,10 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * (given here or with KSIMP_AddKSFileHandle) when it is the same file, else
  * the library opens and closes it.  Eudora profiles read their mailboxes as
  * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX;
- * Outlook, Outlook Express and IMAP profiles cannot be run by this build
+ * Outlook profiles read the folders of their .pst/.ost file (MAILROOT: the
+ * file; FOLDER=Inbox/Projects per folder, or ALL=Yes for every one) as
+ * KSIMP_TYPE_OUTLOOK_FOLDER, new messages by the start date alone;
+ * Outlook Express and IMAP profiles cannot be run by this build
  * (error 12003 and a log line).  Per profile the log of `h` says what
  * happened in the profile messages below (a profile's name in place of the
  * first %s) and how many documents it added.

@@ -46,6 +46,7 @@ shared_folders() {
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
     dbx_folder) echo dbx ;;
+    pst_file) echo pst ;;
     *) ;;
   esac
 }
@@ -63,6 +64,7 @@ max_len() {
     # A folder as the program writes it: a 9 KB header, the index, a few
     # messages.  Longer corpus folders are read cut, which is a case of its own.
     dbx_folder) echo 20480 ;;
+    pst_file) echo 1048576 ;;  # the corpus files whole: the index lies at the end
     *) echo 4096 ;;
   esac
 }

@@ -13,6 +13,8 @@ packages=(
   unixodbc-dev odbcinst                # database tables: any ODBC data source, the driver list
   mdbtools-dev                         # database tables: Access .mdb/.accdb (libmdb)
   libzip-dev libpugixml-dev            # database tables: Excel .xlsx
+  libpff-dev libbfio-dev               # Outlook personal folders (.pst, .ost); libpff.h includes libbfio.h
+  pff-tools                            # tests: pffexport, an independent reader of .pst files
   libsqliteodbc odbc-postgresql postgresql  # tests: real ODBC drivers and a real server
   python3-dbfread python3-xlrd python3-openpyxl mdbtools  # tests, benchmarks: independent readers
   libgtest-dev libgmock-dev

@@ -21,6 +21,7 @@
 #include "importers/mail/email_profile_mailboxes.h"
 #include "importers/mail/email_profiles.h"
 #include "importers/mail/mailbox_checkpoints.h"
+#include "importers/mail/outlook_import.h"
 #include "importers/mail/private_file.h"
 #include "ks_eng5.h"
 
@@ -40,9 +41,16 @@ std::string AsLogLine(std::string text) {
   return text;
 }
 
-// The mailbox files' size, as the progress bar's total.
+// The mailbox files' size, as the progress bar's total; for Outlook, the
+// number of items of the folders.
 uint64_t MailboxBytes(const EmailProfile& profile) {
   uint64_t total = 0;
+  if (profile.type == mail_application::kOutlook) {
+    for (const OutlookFolderSource& source : SelectedOutlookFolders(profile)) {
+      total += CountOutlookItems(source.file, source.folder).value_or(0);
+    }
+    return total;
+  }
   for (const std::string& file : SelectedMailboxFiles(profile)) {
     struct stat info {};
     if (::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
@@ -269,7 +277,16 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
 
   bool succeeded = true;
   std::map<std::string, MailboxCheckpoint> reached;  // where each queued mailbox ends now
-  for (const std::string& file : SelectedMailboxFiles(profile)) {
+  // Outlook folders are sources of their own within one file, which no
+  // byte offset can resume: they take new messages by the start date.
+  const bool outlook = file_type == KSIMP_TYPE_OUTLOOK_FOLDER;
+  std::vector<OutlookFolderSource> sources;
+  if (outlook) {
+    sources = SelectedOutlookFolders(profile);
+  } else {
+    for (std::string& file : SelectedMailboxFiles(profile)) sources.push_back({std::move(file), ""});
+  }
+  for (const auto& [file, folder] : sources) {
     struct stat info {};
     if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
       RecordError(handle, error_code::kCannotOpenFile);
@@ -286,8 +303,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     record.full_header = profile.option_header;
     record.save_attachments = profile.option_attach;
     record.import_attachments = profile.option_import_attach;
+    record.imap_mailbox = folder;
     if (new_only) {
-      const ResumePoint resume = checkpoints.ResumeAt(file, eudora);
+      const ResumePoint resume = outlook ? ResumePoint{} : checkpoints.ResumeAt(file, eudora);
       if (resume.kind == ResumePoint::Kind::kNothingNew) continue;
       if (resume.kind == ResumePoint::Kind::kFromOffset) {
         record.start_offset = resume.offset;
@@ -300,7 +318,7 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     }
     if (info.st_size == 0) {
       AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, file)));
-      if (new_only) {
+      if (new_only && !outlook) {
         if (auto now = MailboxCheckpoints::Take(file)) {
           checkpoints.Set(std::move(*now));
           checkpoints_moved = true;
@@ -308,7 +326,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       }
       continue;
     }
-    if (auto now = MailboxCheckpoints::Take(file)) reached[file] = std::move(*now);
+    if (auto now = outlook ? std::nullopt : MailboxCheckpoints::Take(file)) {
+      reached[file] = std::move(*now);
+    }
     std::string warning;
     file_type_offers::ApplyFileTypeOptions(record, &warning);
     if (!warning.empty()) AddLogText(handle, warning + "\r\n");

@@ -23,15 +23,17 @@
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
 #include "core/source_decoding.h"
+#include "importers/mail/outlook_import.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
 
 namespace {
 
-// An Outlook folder is sized by its message count; with no Outlook source on
-// this platform the count is 0, which is always replaced by this.
-constexpr uint64_t kEmptyOutlookFolderSize = 2000;
+// An Outlook folder is sized by the number of items the import runs
+// through; a file or folder that cannot be counted is sized as hosts have
+// always seen an Outlook folder without a count.
+constexpr uint64_t kUncountedOutlookFolderSize = 2000;
 
 // Copies at most PATH_MAX - 1 bytes and a terminator: the host does not pass
 // the buffer's size and is required to supply PATH_MAX bytes.
@@ -134,7 +136,12 @@ uint32_t CImportSession::SetSourceCharset(uint32_t handle, const std::string& ch
 void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
   const uint32_t handle = record.import_handle;
   if (record.file_type == KSIMP_TYPE_OUTLOOK_FOLDER) {
-    handles_.AddTotalBytes(handle, kEmptyOutlookFolderSize);
+    // The mailbox argument names the folder inside the file.
+    uint64_t items = 0;
+    for (const std::string& name : SplitFileNames(record.file_name)) {
+      items += CountOutlookItems(name, record.imap_mailbox).value_or(kUncountedOutlookFolderSize);
+    }
+    handles_.AddTotalBytes(handle, items);
     return;
   }
   uint64_t size = 0;

@@ -5,6 +5,7 @@
 
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
+#include "importers/mail/outlook_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
 #include "importers/text/fixed_import.h"
@@ -124,8 +125,8 @@ constexpr FileTypeRow kRows[] = {
      false, 0},
     {KSIMP_TYPE_ACCEPTED_1003, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, true, 0},
     {KSIMP_TYPE_ACCEPTED_1007, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, true, 0},
-    {KSIMP_TYPE_OUTLOOK_FOLDER, "", "", "", "", kEveryOption, kNo, false, "CIMPOutlookImport",
-     nullptr, false, 0},
+    {KSIMP_TYPE_OUTLOOK_FOLDER, "outlook", "", "", "", kEveryOption, kNo, false,
+     "CIMPOutlookImport", Create<CIMPOutlookImport>, false, 0},
     {KSIMP_TYPE_WIN_THREE, "", "", "", "", kEveryOption, kNo, false, "CIMPWinThree", nullptr, false,
      0},
     {KSIMP_TYPE_IMAP_SERVER, "", "", "", "", kEveryOption, kNo, false, "CImapEmail", nullptr, false,

@@ -24,7 +24,7 @@ contains duplicate-said "$work/err" 'A Profile named "Work" already exists'
 check bad-name 2 "$ksimp" profile create 'a/b' --mail-program mbox --mailbox x --database "$db"
 contains bad-name-said "$work/err" "The profile name contains one or more invalid characters"
 check no-mailbox 2 "$ksimp" profile create X --mail-program mbox --database "$db"
-check bad-program 2 "$ksimp" profile create X --mail-program outlook --mailbox x --database "$db"
+check bad-program 2 "$ksimp" profile create X --mail-program thunderbird --mailbox x --database "$db"
 
 check list 0 "$ksimp" profile list
 if [ "$(cat "$work/out")" = "$(printf 'Work\tAll New Messages\nEverything\tMessages from Jan 01, 2024 thru Jan 31, 2024')" ]; then

@@ -40,8 +40,8 @@ uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const Imp
       r.date_from.c_str(), r.sort_descending, r.stored_settings ? 1 : 0, r.date_to.c_str(),
       r.full_header ? 1 : 0, r.message_date_from.c_str(), r.save_attachments ? 1 : 0,
       r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0,
-      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-      0, 0);
+      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr,
+      r.folder.empty() ? nullptr : r.folder.c_str(), nullptr, nullptr, nullptr, 0, 0);
 }
 
 std::string OptionLabel(uint32_t option) {
@@ -211,6 +211,9 @@ struct ImportCommand {
       ParseDateRange(message_date_range, request.message_date_from, request.message_date_to);
     }
     if (!type.empty()) request.file_type = ParseFileType(type);
+    if (!request.folder.empty() && request.file_type != KSIMP_TYPE_OUTLOOK_FOLDER) {
+      throw HostError("--folder picks a folder of an Outlook file: give --type outlook", 2);
+    }
     RefuseDelimiterWithAttachments(request, given);
     UseColumns();
     const uint32_t requested = RequestedOptions(request, given);
@@ -375,6 +378,11 @@ void AddImportCommand(CLI::App& parent) {
                   "Table files and data sources: field names to use instead of the column "
                   "names, in column order")
       ->delimiter(',');
+  cmd->add_option("--folder", r.folder,
+                  "Outlook files (--type outlook, .pst or .ost): import only this folder, named "
+                  "by its path below the top of the personal folders (\"Inbox/Projects\"); "
+                  "without it every folder is imported.  A folder the file does not hold is an "
+                  "error whose log lists the folders it holds");
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->add_flag("--json", command->json,
                 "Print one JSON object at the end and nothing else on stdout (no progress): "

@@ -75,6 +75,7 @@ struct CreateCommand {
   std::string name;
   std::string program;
   std::vector<std::string> mailboxes;
+  std::vector<std::string> folders;  // Outlook: folders of the --mailroot file
   bool all = false;
   std::string mail_root;
   std::string database;
@@ -96,6 +97,8 @@ struct CreateCommand {
     if (program == "eudora") type = KSIMP_MAIL_EUDORA;
     if (program == "netscape") type = KSIMP_MAIL_NETSCAPE;
     if (program == "pocomail" || program == "mbox") type = KSIMP_MAIL_POCOMAIL;
+    const bool outlook = program == "outlook";
+    if (outlook) type = KSIMP_MAIL_OUTLOOK;
     int32_t selection = KSIMP_SELECT_ALL;
     if (select == "new") selection = KSIMP_SELECT_NEW;
     if (select == "between") selection = KSIMP_SELECT_BETWEEN;
@@ -105,8 +108,16 @@ struct CreateCommand {
     if (selection == KSIMP_SELECT_ALL && (!from.empty() || !to.empty())) {
       throw HostError("--from and --to go with --select new or between", 2);
     }
-    if (all == !mailboxes.empty()) throw HostError("give --mailbox FILE... or --all", 2);
-    if (all && mail_root.empty()) throw HostError("--all needs --mailroot DIR", 2);
+    if (outlook) {
+      // The folders lie in one file: the profile's mail root.
+      if (mail_root.empty()) throw HostError("an Outlook profile needs --mailroot FILE.pst", 2);
+      if (!mailboxes.empty()) throw HostError("an Outlook profile takes --folder, not --mailbox", 2);
+      if (all == !folders.empty()) throw HostError("give --folder NAME... or --all", 2);
+    } else {
+      if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
+      if (all == !mailboxes.empty()) throw HostError("give --mailbox FILE... or --all", 2);
+      if (all && mail_root.empty()) throw HostError("--all needs --mailroot DIR", 2);
+    }
 
     std::string text = fmt::format("TYPE={}\nNAME={}\nNAME_KESTRO={}\nTYPE_MSG={}\n", type, name,
                                    Absolute(database), selection);
@@ -122,6 +133,7 @@ struct CreateCommand {
     for (const std::string& mailbox : mailboxes) {
       text += fmt::format("MAILBOX={}\n", Absolute(mailbox));
     }
+    for (const std::string& folder : folders) text += fmt::format("FOLDER={}\n", folder);
     return text;
   }
 
@@ -193,10 +205,14 @@ void AddProfileCommand(CLI::App& parent) {
   create_cmd->add_option("NAME", create->name, "The profile's name")->required();
   create_cmd->add_option("--mail-program", create->program, "Where the mail comes from")
       ->required()
-      ->check(CLI::IsMember({"eudora", "mbox", "netscape", "pocomail"}));
+      ->check(CLI::IsMember({"eudora", "mbox", "netscape", "outlook", "pocomail"}));
   create_cmd->add_option("--mailbox", create->mailboxes, "A mailbox file to import (repeatable)");
-  create_cmd->add_flag("--all", create->all, "Every mailbox under --mailroot");
-  create_cmd->add_option("--mailroot", create->mail_root, "The mail program's mail folder");
+  create_cmd->add_option("--folder", create->folders,
+                         "Outlook: a folder of the --mailroot file, by its path below the top of "
+                         "the personal folders, \"Inbox/Projects\" (repeatable)");
+  create_cmd->add_flag("--all", create->all, "Every mailbox under --mailroot (Outlook: every folder)");
+  create_cmd->add_option("--mailroot", create->mail_root,
+                         "The mail program's mail folder; for Outlook, the .pst or .ost file");
   create_cmd->add_option("--database", create->database, "The database to import into")->required();
   create_cmd
       ->add_option("--select", create->select,

@@ -28,6 +28,7 @@ struct ImportRequest {
   bool import_attachments = false;  // mail: attachments' text into the message's document
   std::string filter;
   bool delete_after = false;
+  std::string folder;  // Outlook files: the one folder to import; empty: every folder
 };
 
 // File type of a number or short name ("text", "csv", ...); throws

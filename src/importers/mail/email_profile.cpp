@@ -10,6 +10,8 @@ int32_t MailboxFileType(int32_t application) {
   switch (application) {
     case kEudora:
       return KSIMP_TYPE_EUDORA;
+    case kOutlook:
+      return KSIMP_TYPE_OUTLOOK_FOLDER;
     case kNetscape:
     case kPocoMail:
       return KSIMP_TYPE_MBX;

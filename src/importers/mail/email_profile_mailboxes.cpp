@@ -59,6 +59,20 @@ bool MailboxesIn(const std::string& folder, bool eudora, std::vector<std::string
 
 }  // namespace
 
+std::vector<OutlookFolderSource> SelectedOutlookFolders(const EmailProfile& profile) {
+  const std::string file = fs::path(profile.mail_root).lexically_normal().string();
+  std::vector<OutlookFolderSource> sources;
+  if (profile.all) {
+    sources.push_back({file, ""});
+    return sources;
+  }
+  for (const ProfileListEntry& folder : profile.folders) sources.push_back({file, folder.name});
+  for (const ProfileListEntry& mailbox : profile.mailboxes) {
+    sources.push_back({UnderRoot(fs::path(file).parent_path().string(), mailbox.name), ""});
+  }
+  return sources;
+}
+
 std::vector<std::string> SelectedMailboxFiles(const EmailProfile& profile) {
   const bool eudora = profile.type == mail_application::kEudora;
   std::vector<std::string> files;

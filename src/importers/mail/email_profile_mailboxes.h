@@ -15,3 +15,13 @@
 // links: Eudora mailboxes by their ".mbx" extension, standard ones by the
 // "From " their first line starts with.
 std::vector<std::string> SelectedMailboxFiles(const EmailProfile& profile);
+
+// What an Outlook profile selects: folders of its personal folders file
+// (MAILROOT, a .pst or .ost file), each FOLDER entry naming one by its path
+// ("Inbox/Projects"), or with ALL every folder (an empty folder name).  A
+// MAILBOX entry names another such file, every folder of it.
+struct OutlookFolderSource {
+  std::string file;
+  std::string folder;  // empty: every folder of the file
+};
+std::vector<OutlookFolderSource> SelectedOutlookFolders(const EmailProfile& profile);

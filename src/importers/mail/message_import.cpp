@@ -95,11 +95,7 @@ CIMPMessageImport::Outcome CIMPMessageImport::ImportMessage(RawMessage raw, uint
   // date line no one can read.
   std::optional<MessageDayRange::Day> day = message->MessageDay();
   if (day && !MessageDayRange::IsCalendarDay(*day)) day.reset();
-  if (day && (!days_.Contains(*day) || !message_days_.Contains(*day))) {
-    ++skipped_;
-    SetProgress(position);
-    return Outcome::kSkipped;
-  }
+  if (!TakesMessageOf(day, position)) return Outcome::kSkipped;
   if (day) message->SetDateSent(DateSentText(*day));
   if (full_header_) {
     if (message->Body()) {
@@ -112,7 +108,21 @@ CIMPMessageImport::Outcome CIMPMessageImport::ImportMessage(RawMessage raw, uint
     }
   }
   std::vector<CDocumentWriter::Attachment> attachments;
-  if (save_attachments_ || import_attachments_) attachments = ReadAttachments(*message);
+  if (WantsAttachments()) attachments = ReadAttachments(*message);
+  return SaveMessage(message->DocumentText(), std::move(attachments), position);
+}
+
+bool CIMPMessageImport::TakesMessageOf(const std::optional<MessageDayRange::Day>& day,
+                                       uint64_t position) {
+  if (!day || (days_.Contains(*day) && message_days_.Contains(*day))) return true;
+  ++skipped_;
+  SetProgress(position);
+  return false;
+}
+
+CIMPMessageImport::Outcome CIMPMessageImport::SaveMessage(
+    std::string_view document_text, std::vector<CDocumentWriter::Attachment> attachments,
+    uint64_t position) {
   if (save_attachments_) {
     if (import_attachments_) {
       AttachToNextDocument(attachments);
@@ -120,7 +130,7 @@ CIMPMessageImport::Outcome CIMPMessageImport::ImportMessage(RawMessage raw, uint
       AttachToNextDocument(std::move(attachments));
     }
   }
-  if (!SaveDocument(message->DocumentText(), position)) return Outcome::kStopped;
+  if (!SaveDocument(document_text, position)) return Outcome::kStopped;
   ++imported_;
   if (import_attachments_) ImportAttachments(attachments);
   return Outcome::kImported;

@@ -4,12 +4,16 @@
 // there every source takes the same steps: the import's date ranges, the
 // document text (header fields, then the field "Message"), the attachments
 // saved or imported, the document saved, the skipped messages counted.
+// A source that keeps its messages taken apart (Outlook) composes their
+// text itself and takes the same steps through TakesMessageOf and
+// SaveMessage.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/import_base.h"
@@ -49,6 +53,20 @@ class CIMPMessageImport : public CIMPImportBase {
   // Takes one message; `position` is where the source stands after it, for
   // the progress and the restart offset.
   Outcome ImportMessage(RawMessage message, uint64_t position);
+
+  // For a source whose messages come taken apart, composed by a composer
+  // of its own (Outlook): whether the date ranges take a message of `day`
+  // (none: a message without a date, which is always taken).  A message not
+  // taken is counted as skipped and the progress moves to `position`.
+  bool TakesMessageOf(const std::optional<MessageDayRange::Day>& day, uint64_t position);
+  // Whether the options ask for the attachments at all: a source that must
+  // work to read them reads them only then.
+  bool WantsAttachments() const { return save_attachments_ || import_attachments_; }
+  // Saves a message's document, `document_text`, with `attachments` (as
+  // the options say: attached to it, imported into its end after it is
+  // saved, or neither).
+  Outcome SaveMessage(std::string_view document_text,
+                      std::vector<CDocumentWriter::Attachment> attachments, uint64_t position);
 
   // Logs the messages the date ranges skipped.
   void EndMessages();

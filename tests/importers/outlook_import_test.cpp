@@ -1,0 +1,401 @@
+// The Outlook import end to end through the exported interface: every file
+// of the corpus, the folder picked by the queue record, the queued size,
+// attachments and their log lines, the date ranges, and damaged files.
+//
+// OutlookCorpusAgreesWithPffexport holds the import against pffexport, an
+// independent reader of the same files (pff-tools): for each file the
+// number of messages and their subjects, folder by folder.  Skipped when
+// pffexport or the corpus is absent.  Expected differences, each with its
+// reason, are listed there.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/error_codes.h"
+#include "core/scoped_env.h"
+#include "import_fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kPffexport = "/usr/bin/pffexport";
+
+// A message as the import stored it: its folder and subject fields.
+struct StoredMessage {
+  std::string folder;
+  std::string subject;
+  bool operator<(const StoredMessage& other) const {
+    return std::tie(folder, subject) < std::tie(other.folder, other.subject);
+  }
+  bool operator==(const StoredMessage&) const = default;
+};
+
+std::string FieldValue(const std::string& text, const std::string& name) {
+  const std::string opener = name + "[ ";
+  size_t at = text.rfind(opener, 0) == 0 ? 0 : std::string::npos;
+  for (const std::string_view line_end : {"\r\n", "<br>"}) {
+    if (at != std::string::npos) break;
+    const size_t found = text.find(std::string(line_end) + opener);
+    if (found != std::string::npos) at = found + line_end.size();
+  }
+  if (at == std::string::npos) return {};
+  at += opener.size();
+  return text.substr(at, text.find(" ]", at) - at);
+}
+
+class OutlookImport : public ImportFixture {
+ protected:
+  struct Queued {
+    Queued(std::string file, std::string folder_path = "", int32_t save = 0,
+           std::string first_day = "")
+        : path(std::move(file)),
+          folder(std::move(folder_path)),
+          save_attachments(save),
+          message_date_from(std::move(first_day)) {}
+
+    std::string path;
+    std::string folder;  // empty: every folder
+    int32_t save_attachments = 0;
+    std::string message_date_from;
+  };
+
+  static uint32_t QueueOutlook(uint32_t handle, const Queued& q) {
+    return KSIMP_AddFileToImport(handle, q.path.c_str(), KSIMP_TYPE_OUTLOOK_FOLDER, 1, 0, nullptr,
+                                 0, nullptr, 0, 0, nullptr, 1, 0, nullptr, 0, 0, nullptr, 0,
+                                 q.message_date_from.c_str(), q.save_attachments, nullptr,
+                                 nullptr, 0, 0, nullptr, nullptr, nullptr, q.folder.c_str(),
+                                 nullptr, nullptr, nullptr, 0, 0);
+  }
+
+  ImportOutcome ImportOutlook(const Queued& q, uint32_t* total = nullptr) {
+    ImportOutcome outcome;
+    outcome.handle = KSIMP_InitImportUsingFileName(database_.c_str());
+    EXPECT_EQ(QueueOutlook(outcome.handle, q), 1u);
+    if (total != nullptr) *total = KSIMP_GetTotalBytes(outcome.handle);
+    outcome.result = KSIMP_Import(outcome.handle, 0, 0, nullptr, &outcome.documents_added);
+    outcome.error = KSIMP_GetLastImportError(outcome.handle);
+    std::vector<char> log(1 << 20);
+    if (KSIMP_GetLogData(outcome.handle, log.data(), static_cast<int32_t>(log.size())) != 0) {
+      outcome.log = log.data();
+    }
+    return outcome;
+  }
+
+  std::vector<StoredMessage> StoredMessages() const {
+    std::vector<StoredMessage> messages;
+    for (const std::string& text : Documents()) {
+      messages.push_back({FieldValue(text, "Folder"), FieldValue(text, "Subject")});
+    }
+    std::sort(messages.begin(), messages.end());
+    return messages;
+  }
+
+  static std::string CorpusFile(const std::string& name) {
+    const fs::path path = Corpus("pst") / name;
+    return fs::exists(path) ? path.string() : std::string();
+  }
+};
+
+#define NEED_CORPUS_FILE(path) \
+  if ((path).empty()) GTEST_SKIP() << "the corpus file is absent"
+
+TEST_F(OutlookImport, EveryCorpusFileImportsItsMessagesAndLeavesOutOtherItems) {
+  if (!fs::is_directory(Corpus("pst"))) GTEST_SKIP() << "no pst corpus";
+  for (const auto& entry : fs::directory_iterator(Corpus("pst"))) {
+    FreshDatabase();
+    const ImportOutcome outcome = ImportOutlook({entry.path().string()});
+    EXPECT_EQ(outcome.result, 1u) << entry.path() << "\n" << outcome.log;
+    EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << entry.path() << "\n" << outcome.log;
+    EXPECT_EQ(outcome.documents_added, Documents().size()) << entry.path();
+  }
+  FreshDatabase();
+  const std::string sample = CorpusFile("iped-test_sample.pst");
+  NEED_CORPUS_FILE(sample);
+  const ImportOutcome outcome = ImportOutlook({sample});
+  EXPECT_EQ(outcome.documents_added, 4u);
+  EXPECT_NE(outcome.log.find("not imported, as only messages become documents: 1 contact, "
+                             "6 appointments, 2 tasks."),
+            std::string::npos)
+      << outcome.log;
+}
+
+TEST_F(OutlookImport, TheDocumentFollowsTheOutlookLayout) {
+  const std::string file = CorpusFile("tika-variousBodyTypes.pst");
+  NEED_CORPUS_FILE(file);
+  ImportOutlook({file});
+  const std::vector<std::string> documents = Documents();
+  ASSERT_EQ(documents.size(), 4u);
+  // Outlook's order of the messages in the folder; two have HTML bodies.
+  const std::string& plain = documents[3];
+  EXPECT_EQ(plain.substr(0, plain.find("Message[")),
+            "Folder[ Inbox/tmp ]\r\nFrom[ Allison, Timothy B. ]\r\nTo[ Allison, Timothy B. ]\r\n"
+            "Subject[ FW: original email ]\r\nDate[ Wed, 30 Aug 2017 19:27:50 +0000 ]\r\n");
+  EXPECT_TRUE(plain.ends_with("Forwarded plain text\r\n \r\n]\r\n")) << plain;
+  const auto html = std::count_if(documents.begin(), documents.end(), [](const std::string& d) {
+    return d.starts_with("Folder[ Inbox/tmp ]<br>") && d.ends_with("<br>]<br>");
+  });
+  EXPECT_EQ(html, 2);
+}
+
+TEST_F(OutlookImport, TheQueuedFolderIsTheOneImportedAndSizesTheProgress) {
+  const std::string file = CorpusFile("tghanem-user1-password.pst");
+  NEED_CORPUS_FILE(file);
+  uint32_t total = 0;
+  ImportOutcome outcome = ImportOutlook({file, "FolderWithSampleMessages"}, &total);
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(total, 2u) << "the folder's items, not the file's bytes";
+  const std::vector<StoredMessage> picked = StoredMessages();
+  ASSERT_EQ(picked.size(), 2u);
+  EXPECT_EQ(picked[0].folder, "FolderWithSampleMessages");
+
+  // The full path from the file's root names the same folder.
+  FreshDatabase();
+  outcome = ImportOutlook({file, "Top of Outlook data file/FolderWithSampleMessages"});
+  EXPECT_EQ(StoredMessages(), picked);
+
+  // Without a folder, every one: the total is every item of the file.
+  FreshDatabase();
+  outcome = ImportOutlook({file}, &total);
+  EXPECT_EQ(outcome.documents_added, 6u);
+  EXPECT_GE(total, 6u);
+  EXPECT_LT(total, 100u);
+}
+
+TEST_F(OutlookImport, AFolderTheFileDoesNotHoldIsAnErrorThatListsItsFolders) {
+  const std::string file = CorpusFile("tika-variousBodyTypes.pst");
+  NEED_CORPUS_FILE(file);
+  uint32_t total = 0;
+  const ImportOutcome outcome = ImportOutlook({file, "Inbox/Nowhere"}, &total);
+  EXPECT_EQ(total, 2000u) << "a folder that cannot be counted is sized as always";
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, error_code::kCannotOpenFile);
+  EXPECT_EQ(outcome.documents_added, 0u);
+  EXPECT_NE(outcome.log.find("has no folder \"Inbox/Nowhere\"; its folders are "), std::string::npos)
+      << outcome.log;
+  EXPECT_NE(outcome.log.find("\"Inbox/tmp\""), std::string::npos) << outcome.log;
+}
+
+TEST_F(OutlookImport, SavedAttachmentsAreLoggedAndAttachedUnderTheirOwnName) {
+  const std::string file = CorpusFile("pstsdk-submessage.pst");
+  NEED_CORPUS_FILE(file);
+  const ImportOutcome outcome = ImportOutlook({file, "", 1});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_NE(outcome.log.find("Opened attachment file \"This is an embedded message.txt\" for "
+                             "message \"This is a message which has an embedded message "
+                             "attached\"\r\n"),
+            std::string::npos)
+      << outcome.log;
+  size_t attachments = 0;
+  ForEachDocument([&](uint32_t db, uint64_t id) {
+    attachments += EngGetAttachmentCount(db, id);
+    char name[256] = {};
+    uint64_t size = 0;
+    ASSERT_EQ(EngGetAttachmentInfo(db, id, 0, name, sizeof name, nullptr, &size), 1);
+    EXPECT_STREQ(name, "This is an embedded message.txt");
+    std::string content(size, '\0');
+    ASSERT_EQ(EngReadAttachment(db, id, 0, content.data(), size), 1);
+    // The attached message is kept as the document it would have made.
+    EXPECT_NE(content.find("Subject[ This is an embedded message ]"), std::string::npos)
+        << content;
+  });
+  EXPECT_EQ(attachments, 1u);
+
+  // Without the option nothing is read or logged.
+  FreshDatabase();
+  EXPECT_EQ(ImportOutlook({file}).log.find("Opened attachment file"), std::string::npos);
+}
+
+TEST_F(OutlookImport, TheDateRangesSelectByTheDayTheMessageWasSent) {
+  const std::string file = CorpusFile("tika-variousBodyTypes.pst");
+  NEED_CORPUS_FILE(file);
+  ImportOutcome outcome = ImportOutlook({file, "", 0, "08/31/2017"});
+  EXPECT_EQ(outcome.documents_added, 0u);
+  EXPECT_NE(outcome.log.find("4 messages outside the date range were skipped"), std::string::npos)
+      << outcome.log;
+  FreshDatabase();
+  outcome = ImportOutlook({file, "", 0, "08/30/2017"});
+  EXPECT_EQ(outcome.documents_added, 4u);
+}
+
+TEST_F(OutlookImport, AFileThatIsNoOutlookFileIsTheWrongType) {
+  const ImportOutcome outcome =
+      ImportOutlook({WriteFile(dir_, "notes.pst", std::string(2048, 'x'))});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, error_code::kWrongFileType);
+  EXPECT_NE(outcome.log.find("it is no Outlook personal folders file"), std::string::npos)
+      << outcome.log;
+}
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+TEST_F(OutlookImport, DamagedFilesGiveANumberedErrorAndKeepWhatCouldBeRead) {
+  const std::string file = CorpusFile("aspose-passwordprotected.pst");
+  NEED_CORPUS_FILE(file);
+  const std::string whole = ReadAll(file);
+
+  // Cut in half: the index at the end is gone.
+  ImportOutcome outcome = ImportOutlook({WriteFile(dir_, "cut.pst", whole.substr(0, whole.size() / 2))});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, error_code::kEndOfFile);
+  EXPECT_NE(outcome.log.find("the file is cut short"), std::string::npos) << outcome.log;
+
+  // Overwritten in the middle, where messages lie: the others are imported,
+  // and each one lost is named in the log.
+  size_t damaged_runs = 0;
+  for (const size_t at : {whole.size() / 4, whole.size() / 3, whole.size() / 2}) {
+    std::string broken = whole;
+    for (size_t i = at; i < at + 8192 && i < broken.size(); ++i) {
+      broken[i] = static_cast<char>(i * 7919);
+    }
+    FreshDatabase();
+    outcome = ImportOutlook({WriteFile(dir_, "broken.pst", broken)});
+    EXPECT_EQ(outcome.documents_added, Documents().size());
+    EXPECT_LE(outcome.documents_added, 18u);
+    if (outcome.result == 0) {
+      ++damaged_runs;
+      EXPECT_EQ(outcome.error, error_code::kCannotOpenFile);
+      EXPECT_NE(outcome.log.find("the Outlook file is damaged; "), std::string::npos)
+          << outcome.log;
+    }
+  }
+  EXPECT_GT(damaged_runs, 0u) << "no overwrite reached anything the import reads";
+}
+
+// pffexport's view of a file: each exported message's folder path (from
+// the root) and subject.
+std::vector<StoredMessage> PffexportMessages(const fs::path& file, const fs::path& work) {
+  const fs::path target = work / file.stem();
+  const std::string command = std::string(kPffexport) + " -q -m items -t '" + target.string() +
+                              "' '" + file.string() + "' >/dev/null 2>&1";
+  const int status = std::system(command.c_str());
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << command;
+  std::vector<StoredMessage> messages;
+  const fs::path root = target.string() + ".export";
+  for (const auto& entry : fs::recursive_directory_iterator(root)) {
+    if (!entry.is_directory() || !entry.path().filename().string().starts_with("Message")) continue;
+    // Messages attached to messages lie in their message's Attachments.
+    if (entry.path().parent_path().filename() == "Attachments" ||
+        entry.path().string().find("/Attachments/") != std::string::npos) {
+      continue;
+    }
+    StoredMessage message;
+    message.folder = fs::relative(entry.path().parent_path(), root).string();
+    std::ifstream headers(entry.path() / "OutlookHeaders.txt");
+    for (std::string line; std::getline(headers, line);) {
+      if (line.starts_with("Subject:")) {
+        message.subject = line.substr(line.find_first_not_of('\t', 8));
+        break;
+      }
+    }
+    messages.push_back(message);
+  }
+  return messages;
+}
+
+TEST_F(OutlookImport, OutlookCorpusAgreesWithPffexport) {
+  if (!fs::exists(kPffexport)) GTEST_SKIP() << "pffexport (pff-tools) is not installed";
+  if (!fs::is_directory(Corpus("pst"))) GTEST_SKIP() << "no pst corpus";
+  // Messages the import takes and pffexport leaves out: pffexport skips
+  // items of the class IPM.Post ("Skipped item ... of type: IPM.Post"),
+  // which are messages posted to a folder, with sender, subject and text.
+  const std::map<std::string, std::vector<std::string>> only_imported = {
+      {"pstsdk-test_ansi-password.pst", {"Post"}},
+  };
+  for (const auto& entry : fs::directory_iterator(Corpus("pst"))) {
+    const std::string name = entry.path().filename().string();
+    FreshDatabase();
+    ImportOutlook({entry.path().string()});
+    std::vector<StoredMessage> ours = StoredMessages();
+    std::vector<StoredMessage> theirs = PffexportMessages(entry.path(), dir_.path());
+    // Our folder names drop the top of the personal folders; pffexport's
+    // start at the root.
+    for (StoredMessage& message : theirs) {
+      const auto match = std::find_if(ours.begin(), ours.end(), [&](const StoredMessage& m) {
+        return m.subject == message.subject &&
+               (m.folder == message.folder || message.folder.ends_with("/" + m.folder));
+      });
+      if (match != ours.end()) message.folder = match->folder;
+    }
+    std::sort(theirs.begin(), theirs.end());
+    std::vector<std::string> extra;
+    for (const StoredMessage& message : ours) {
+      if (std::find(theirs.begin(), theirs.end(), message) == theirs.end()) {
+        extra.push_back(message.subject);
+      }
+    }
+    const auto expected = only_imported.find(name);
+    EXPECT_EQ(extra, expected == only_imported.end() ? std::vector<std::string>{} : expected->second)
+        << name;
+    for (const StoredMessage& message : theirs) {
+      EXPECT_NE(std::find(ours.begin(), ours.end(), message), ours.end())
+          << name << ": pffexport's message \"" << message.subject << "\" in \"" << message.folder
+          << "\" was not imported";
+    }
+  }
+}
+
+}  // namespace
+
+// Outlook profiles: the personal folders file is the profile's mail root,
+// its folders the FOLDER entries (or every one with ALL).
+class OutlookProfile : public OutlookImport {
+ protected:
+  struct Run {
+    uint32_t result = 0;
+    uint32_t added = 0;
+    std::string log;
+  };
+
+  Run RunProfile(const std::string& name) {
+    Run run;
+    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, name.c_str()), 1u);
+    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
+    char log[16384] = {};
+    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
+    return run;
+  }
+
+  TempDir config_;
+  ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
+};
+
+TEST_F(OutlookProfile, AProfileImportsItsFoldersOfTheFileAndKeepsThemInItsFile) {
+  const std::string file = CorpusFile("tghanem-user1-password.pst");
+  NEED_CORPUS_FILE(file);
+  const std::string text = "TYPE=1400\nNAME=Archive\nNAME_KESTRO=" + database_ + "\nMAILROOT=" +
+                           file + "\nFOLDER=FolderWithSampleMessages\nFOLDER=FolderWithSingleMessage\n";
+  ASSERT_EQ(KSIMP_SaveEmailProfile(text.c_str(), 0), 0u);
+  std::ifstream saved(config_.path() / "profiles" / "Archive.emw");
+  const std::string written((std::istreambuf_iterator<char>(saved)), std::istreambuf_iterator<char>());
+  // Outlook's list entries are a name and a text.
+  EXPECT_NE(written.find("FOLDER=FolderWithSampleMessages,\n"), std::string::npos) << written;
+
+  Run run = RunProfile("Archive");
+  EXPECT_EQ(run.result, 1u) << run.log;
+  EXPECT_EQ(run.added, 3u) << run.log;
+  const std::vector<StoredMessage> stored = StoredMessages();
+  ASSERT_EQ(stored.size(), 3u);
+  EXPECT_EQ(stored[0].folder, "FolderWithSampleMessages");
+  EXPECT_EQ(stored[2].folder, "FolderWithSingleMessage");
+
+  FreshDatabase();
+  const std::string all = "TYPE=1400\nNAME=Whole\nNAME_KESTRO=" + database_ + "\nMAILROOT=" + file +
+                          "\nALL=Yes\nTYPE_MSG=0\n";
+  ASSERT_EQ(KSIMP_SaveEmailProfile(all.c_str(), 0), 0u);
+  run = RunProfile("Whole");
+  EXPECT_EQ(run.added, 6u) << run.log;
+  // New messages since the run: the file's messages are all older.
+  run = RunProfile("Whole");
+  EXPECT_EQ(run.added, 0u) << run.log;
+}
