@@ -45,6 +45,7 @@ shared_folders() {
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
+    file_type_detection) echo refuse rtf pdf wpd html mbox eudora doc xls dbf paradox ;;
     *) ;;
   esac
 }
@@ -59,6 +60,7 @@ max_len() {
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
     access_database) echo 131072 ;;
+    file_type_detection) echo 16384 ;;  # the opening block, a table header, a small compound file
     *) echo 4096 ;;
   esac
 }
