@@ -91,7 +91,10 @@ int32_t CVerifyFiletype::DetectFileType(const std::string& path) {
 bool CVerifyFiletype::MayRead(const std::string& path) {
   // Never a folder, a device or a FIFO, which a reader could wait on.
   uint64_t size = 0;
-  if (!IsRegularFile(path, &size)) return false;
+  if (!IsRegularFile(path, &size)) {
+    sharing_failed_ = false;
+    return false;
+  }
   switch (ks::core::ProbeExclusiveReading(path)) {
     case ks::core::FileSharing::kFree:
       sharing_failed_ = false;
@@ -101,6 +104,7 @@ bool CVerifyFiletype::MayRead(const std::string& path) {
       if (show_messages_ && sink_) sink_(kSharingCaption, fmt::format(kSharingText, path));
       return false;
     case ks::core::FileSharing::kCannotOpen:
+      sharing_failed_ = false;
       break;
   }
   return false;
