@@ -454,6 +454,19 @@ KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uin
  * list does not offer (fixed width, mail sources) keeps every option. */
 KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type);
 
+/* The file type the file at `path` really is, told by its first bytes and,
+ * for databases, by opening it: a KSIMP_TYPE_ value, or 0 for a file that no
+ * importer reads (a picture, an archive, an empty file, one that does not
+ * open, anything but a regular file).  A host warns with 11020 when the type
+ * chosen for a file does not fit.  Delimited and fixed-width text are
+ * reported as KSIMP_TYPE_TEXT, and a file whose first 256 bytes hold no zero
+ * byte is KSIMP_TYPE_TEXT whatever else it might be.  A file another program
+ * holds locked is 0 too, and `message` (may be NULL) then receives "Please
+ * ensure another application does not have PATH opened"; otherwise it
+ * receives "" (text plus terminator strictly shorter than `size`, else
+ * nothing is written). */
+KSIMP_API int32_t KSIMP_DetectFileType(const char* path, char* message, int32_t size);
+
 /* The short names a host may let its user type instead of a file type's
  * number ("text", "csv", "fixed", ...), offered types first, in the order of
  * the list, then the others.  Call with `index` 0, 1, ... until it returns 0:

@@ -47,6 +47,7 @@ shared_folders() {
     access_database) echo mdb ;;
     dbx_folder) echo dbx ;;
     pst_file) echo pst ;;
+    file_type_detection) echo refuse rtf pdf wpd html mbox eudora doc xls dbf paradox ;;
     *) ;;
   esac
 }
@@ -65,6 +66,7 @@ max_len() {
     # messages.  Longer corpus folders are read cut, which is a case of its own.
     dbx_folder) echo 20480 ;;
     pst_file) echo 1048576 ;;  # the corpus files whole: the index lies at the end
+    file_type_detection) echo 16384 ;;  # the opening block, a table header, a small compound file
     *) echo 4096 ;;
   esac
 }

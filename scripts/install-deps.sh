@@ -15,6 +15,7 @@ packages=(
   libzip-dev libpugixml-dev            # database tables: Excel .xlsx
   libpff-dev libbfio-dev               # Outlook personal folders (.pst, .ost); libpff.h includes libbfio.h
   pff-tools                            # tests: pffexport, an independent reader of .pst files
+  libfontconfig-dev                    # link documents: the machine's typefaces in the rich-text header
   libsqliteodbc odbc-postgresql postgresql  # tests: real ODBC drivers and a real server
   python3-dbfread python3-xlrd python3-openpyxl mdbtools  # tests, benchmarks: independent readers
   libgtest-dev libgmock-dev

@@ -18,6 +18,7 @@
 #include "importers/text/first_row_names.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
+#include "registry/verify_filetype.h"
 
 namespace {
 
@@ -206,6 +207,18 @@ KSIMP_API uint32_t KSIMP_GetFileTypeInfo(uint32_t index, int32_t* file_type, uin
 
 KSIMP_API uint32_t KSIMP_GetFileTypeOptionMask(int32_t file_type) {
   return GuardExport([&] { return file_type_offers::OptionMaskOf(file_type); });
+}
+
+KSIMP_API int32_t KSIMP_DetectFileType(const char* path, char* message, int32_t size) {
+  return GuardExport([&]() -> int32_t {
+    if (path == nullptr) return 0;
+    std::string shown;
+    CVerifyFiletype verifier(/*show_messages=*/true,
+                             [&shown](const std::string&, const std::string& text) { shown = text; });
+    const int32_t type = verifier.DetectFileType(path);
+    if (message != nullptr) CopyTextStrictly(verifier.SharingFailed() ? shown : "", message, size);
+    return type;
+  });
 }
 
 KSIMP_API uint32_t KSIMP_GetFileTypeShortName(uint32_t index, int32_t* file_type, char* buffer,

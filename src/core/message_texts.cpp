@@ -82,11 +82,27 @@ constexpr MessageRow kMessages[] = {
     {14045,
      "You cannot set the Save Attachments option  when a document Delimiter is defined.\n\nSet "
      "the Document Delimiter to \"None\" before selecting the Save Attachments option."},
+    // 14046-14109 belong to the link-or-attach import: its type's name and
+    // description, its document texts (14048 the plain fallback, 14099 the
+    // field name, 14102 the paragraph style) and its attachment choice.
+    {14046, "Any File - Link or Attach Only (*.*)"},
+    {14047,
+     "All other file types.  Allows importing of the file(s) as attachments or provide a "
+     "hypertext link to the file(s)"},
+    {14048, "File%c %s]"},
     {14049, "Encryped PDF file encountered.  Unable to import the file."},
+    {14052,
+     "This option lets you save the original file you import as an attachment to your Kestro "
+     "document."},
     {14053,
      "You cannot define a Document Delimiter when the Save Attachments option is set to "
      "\"Yes\".\n\nSet the Save Attachments option to \"No\" before you set the Document "
      "Delimiter."},
+    {14094, "&Do not save file as an attachment"},
+    {14096, "&Save original file as an attachment"},
+    {14099, "File%c"},
+    {14102, "Normal"},
+    {14109, "Import Attachments into Document"},
     {14127, "Importing Attachment(s)"},
     // 14400-14412: e-mail profiles.  The run's messages go to the log, those
     // of 14404 and 14405 with their line end; 14406-14410 are shown in a box

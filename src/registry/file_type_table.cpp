@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "importers/documents/other_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
 #include "importers/mail/outlook_import.h"
@@ -110,7 +111,7 @@ constexpr FileTypeRow kRows[] = {
     {KSIMP_TYPE_ANY_FILE, "any", "Any File - Link or Attach Only (*.*)",
      "All other file types.  Allows importing of the file(s) as attachments or provide a "
      "hypertext link to the file(s)",
-     "*", kAnyFileOptions, kYes, false, "COtherImport", nullptr, false, 0},
+     "*", kAnyFileOptions, kYes, false, "COtherImport", Create<COtherImport>, false, 0},
     // ---- Reached by number ------------------------------------------------
     {KSIMP_TYPE_FIXED_WIDTH, "fixed", "", "", "", kEveryOption, kNo, false, "CIMPFixedImport",
      Create<CIMPFixedImport>, false, 0},

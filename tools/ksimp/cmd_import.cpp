@@ -20,6 +20,7 @@
 #include "ks_imp.h"
 #include "progress_display.h"
 #include "table_sources.h"
+#include "type_check.h"
 
 namespace ksimp {
 namespace {
@@ -264,6 +265,11 @@ struct ImportCommand {
       const std::string& file = files[i];
       const int32_t file_type = file_types[i];
       WarnAboutOptionsNotOffered(file, file_type, requested);
+      // As the import dialog does: the file is still imported as chosen.
+      if (file_type != KSIMP_TYPE_ODBC) {
+        const std::string warning = WrongTypeWarning(file, file_type);
+        if (!warning.empty()) fmt::print(stderr, "{}\n", warning);
+      }
       if (columns.header_row) request.date_from = first_row_headers[i];
       if (!Queue(handle, queued_names[i], file_type, request)) {
         const std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));

@@ -20,5 +20,6 @@ void AddShowCommand(CLI::App& parent);
 void AddSearchCommand(CLI::App& parent);
 void AddExportCommand(CLI::App& parent);
 void AddProfileCommand(CLI::App& parent);
+void AddDetectCommand(CLI::App& parent);
 
 }  // namespace ksimp

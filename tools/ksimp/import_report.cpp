@@ -55,6 +55,11 @@ std::string Reason(const FileReport& file, const FileReport* stopper, bool abort
                ? fmt::format("not imported: the import ended at {}", stopper->file)
                : std::string("not imported: the import ended before it");
   }
+  if (file.accepted_unread) {
+    return fmt::format("not imported: file type {} is accepted without an importer, so nothing of "
+                       "it was read",
+                       file.type);
+  }
   if (file.imported_whole) return {};
   if (file.error == KSIMP_ERR_UNSUPPORTED_TYPE) {
     return fmt::format("not imported: no importer is available for its file type {} (error {}: {})",
@@ -123,7 +128,9 @@ ImportReport ReadImportReport(uint32_t handle, const std::string& database,
     if (KSIMP_GetFileOutcome(handle, index, name.data(), static_cast<int32_t>(name.size()),
                              &file.type, &file.documents_added, &file.error, &whole)) {
       file.taken = true;
-      file.imported_whole = whole != 0;
+      file.accepted_unread = whole != 0 && (file.type == KSIMP_TYPE_ACCEPTED_1003 ||
+                                            file.type == KSIMP_TYPE_ACCEPTED_1007);
+      file.imported_whole = whole != 0 && !file.accepted_unread;
       file.log = FileLog(handle, index);
     }
     report.files.push_back(std::move(file));

@@ -16,6 +16,9 @@ struct FileReport {
   int32_t type = 0;
   bool taken = false;  // the run came to it (a type without an importer ends the run)
   bool imported_whole = false;
+  // Its type is one the library accepts without an importer: the run counts
+  // it as done, but nothing of it was read, so it is not imported whole.
+  bool accepted_unread = false;
   uint32_t documents_added = 0;
   uint32_t error = KSIMP_ERR_NONE;  // the first error recorded while it was imported
   std::string log;                  // the log texts written meanwhile

@@ -18,6 +18,7 @@ const ksimp::CommandSetup kCommands[] = {
     ksimp::AddSettingsCommand, ksimp::AddFormCommand,   ksimp::AddAddCommand,
     ksimp::AddDocsCommand,     ksimp::AddShowCommand,   ksimp::AddSearchCommand,
     ksimp::AddExportCommand,   ksimp::AddProfileCommand,
+    ksimp::AddDetectCommand,
 };
 
 }  // namespace

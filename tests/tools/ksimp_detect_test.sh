@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# ksimp detect, the warning of ksimp import when a file's chosen type does
+# not fit it (message 11020), ksimp import of any file as a link or
+# attachment, and the exit status of an import that did not import a file
+# whole.  Usage: ksimp_detect_test.sh KSIMP
+ksimp=$1
+. "$(dirname "$0")/ksimp_checks.sh"
+
+printf 'name,town\r\nAnn,Bern\r\n' >"$work/people.csv"
+printf 'From joe@example.com Mon Jan  1 00:00:00 2001\r\nSubject: hi\r\n\r\nbody\r\n' >"$work/box.txt"
+printf 'GIF89a\x01\x00\x01\x00\x00\x00\x00' >"$work/picture.txt"
+: >"$work/empty.txt"
+printf 'x' >"$work/report-2024.bin"
+
+# detect: one line a file; a missing file is reported and gives status 1.
+check detect 0 "$ksimp" detect "$work/people.csv" "$work/box.txt" "$work/picture.txt" "$work/empty.txt"
+contains detect-csv "$work/out" "$work/people.csv: 1000 (text)"
+contains detect-mbox "$work/out" "$work/box.txt: 1060 (mbx)"
+contains detect-picture "$work/out" "$work/picture.txt: 0 (no importable type)"
+contains detect-empty "$work/out" "$work/empty.txt: 0 (no importable type)"
+check detect-missing 1 "$ksimp" detect "$work/people.csv" "$work/gone.txt"
+contains detect-missing-named "$work/err" "$work/gone.txt: no such file"
+contains detect-missing-others "$work/out" "$work/people.csv: 1000 (text)"
+
+db=$work/d.kst
+check create 0 "$ksimp" create "$db"
+
+# A type that does not fit: warned with 11020 and the type found; the file
+# is imported as chosen all the same.
+check wrong-type 0 "$ksimp" import "$db" "$work/box.txt" --type text --quiet
+contains wrong-type-warned "$work/err" "warning: $work/box.txt: message 11020: You choose the wrong file type for this file.  Please try another file type."
+contains wrong-type-suggests "$work/err" "it looks like file type 1060 (mbx): try --type mbx."
+contains wrong-type-imported "$work/out" "1 document(s) added"
+check nothing-fits 0 "$ksimp" import "$db" "$work/picture.txt" --type text --quiet
+contains nothing-fits-warned "$work/err" "no importer reads what it holds."
+
+# Types that fit draw no warning: delimited text is plain text to the
+# library, and any file can be linked.
+check fits-csv 0 "$ksimp" import "$db" "$work/people.csv" --type csv --quiet
+lacks fits-csv-quiet "$work/err" "11020"
+check fits-any 0 "$ksimp" import "$db" "$work/picture.txt" --type any --quiet
+lacks fits-any-quiet "$work/err" "11020"
+
+# Any file: one document linking to it; with --save-attachments the file
+# goes with it.
+adb=$work/a.kst
+check create-any 0 "$ksimp" create "$adb"
+check any-link 0 "$ksimp" import "$adb" "$work/report-2024.bin" --type any --quiet
+contains any-link-count "$work/out" "1 document(s) added"
+check any-attach 0 "$ksimp" import "$adb" "$work/report-2024.bin" --type any --save-attachments --quiet
+check any-shown 0 "$ksimp" show "$adb" 2
+contains any-shown-attachment "$work/out" "\\type23\\file "
+contains any-shown-title "$work/out" "\\title report\\_2024.bin;}}"
+
+# Honest exit status: 1 whenever a file was not imported whole.
+check missing 1 "$ksimp" import "$adb" "$work/gone.bin" --type any --quiet
+contains missing-named "$work/err" "$work/gone.bin: not imported"
+check accepted-unread 1 "$ksimp" import "$adb" "$work/people.csv" --type 1003 --quiet
+contains accepted-unread-named "$work/err" "$work/people.csv: not imported: file type 1003 is accepted without an importer"
+check whole 0 "$ksimp" import "$adb" "$work/people.csv" --type csv --quiet
+finish
