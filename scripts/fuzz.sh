@@ -45,6 +45,8 @@ shared_folders() {
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
+    pdf_text) echo pdf ;;
+    wordperfect_text) echo wpd ;;
     *) ;;
   esac
 }
@@ -59,6 +61,8 @@ max_len() {
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
     access_database) echo 131072 ;;
+    pdf_text) echo 65536 ;;  # small corpus PDFs whole, the first pages of the others
+    wordperfect_text) echo 20480 ;;  # the corpus documents whole
     *) echo 4096 ;;
   esac
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "importers/documents/pdf_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
@@ -101,7 +102,7 @@ constexpr FileTypeRow kRows[] = {
      "This are Microsoft FoxPro and Visual FoxPro data base files.", "dbf dbc", kRecordOptions,
      kWhenFoxProDriverIs, false, "CImpADO", Create<CImpADO>, false, 0},
     {KSIMP_TYPE_PDF, "pdf", "Adobe Acrobat (*.pdf)", "These are Adobe Acrobat files.", "pdf",
-     kPdfOptions, kYes, false, "CPDFImport", nullptr, false, 0},
+     kPdfOptions, kYes, false, "CPDFImport", Create<CPDFImport>, false, 0},
     {KSIMP_TYPE_OUTLOOK_EXPRESS, "dbx", "Outlook Express (*.dbx)",
      "These are Microsoft Outlook Express 5.x mailbox files.", "dbx", kMailOptions, kYes, false,
      "COutlookExpress", nullptr, false, 0},
