@@ -28,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string text;
   int pages_done = 0;
   const ks::pdf::ExtractError error = ks::pdf::ExtractText(
-      document.get(), no_abort, [&](int done, int total) {
+      document.get(), no_abort,
+      [&](int done, int total) {
         FUZZ_CHECK(done == pages_done + 1 && done <= total);
         pages_done = done;
       },
