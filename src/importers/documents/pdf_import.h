@@ -12,9 +12,10 @@
 //    14049 "Encryped PDF file encountered.  Unable to import the file.",
 //    the one message for every library error; the file fails and the files
 //    before it stay imported;
-//  - the import was aborted: the file stops without a document and without
-//    an error, as an abort is not a failure anywhere in this library (the
-//    library reports the stop as an error of its own, which is not shown);
+//  - the import was aborted during the extraction: the library stops
+//    before its next page and reports the stop as an error of its own,
+//    which is not shown: the file ends without a document and without an
+//    error, as an abort is not a failure anywhere in this library;
 //  - the module is not installed (or lacks an operation): 12003 "The file is
 //    of an unsupported type.", with the loader's reason in the log.  No
 //    message of its own says that the PDF library is missing, and 12003 is
