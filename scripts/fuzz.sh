@@ -48,6 +48,8 @@ shared_folders() {
     dbx_folder) echo dbx ;;
     pst_file) echo pst ;;
     file_type_detection) echo refuse rtf pdf wpd html mbox eudora doc xls dbf paradox ;;
+    pdf_text) echo pdf ;;
+    wordperfect_text) echo wpd ;;
     *) ;;
   esac
 }
@@ -67,6 +69,8 @@ max_len() {
     dbx_folder) echo 20480 ;;
     pst_file) echo 1048576 ;;  # the corpus files whole: the index lies at the end
     file_type_detection) echo 16384 ;;  # the opening block, a table header, a small compound file
+    pdf_text) echo 65536 ;;  # small corpus PDFs whole, the first pages of the others
+    wordperfect_text) echo 20480 ;;  # the corpus documents whole
     *) echo 4096 ;;
   esac
 }

@@ -23,6 +23,9 @@ packages=(
   python3
   python3-pytest python3-pip python3-setuptools python3-wheel python3-venv  # the Python package and its tests
   clang-14 libclang-rt-14-dev llvm-14   # the fuzz targets: libFuzzer, sanitizer runtimes, symbolizer
+  libpoppler-cpp-dev poppler-utils     # the PDF module; pdftotext for its tests and benchmark
+  libwpd-dev librevenge-dev libwpd-tools  # the WordPerfect module; wpd2text for its tests
+  enscript ghostscript                 # benchmarks: the PDF generator of the bench data
 )
 
 missing=()

@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "importers/documents/other_import.h"
+#include "importers/documents/pdf_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
 #include "importers/mail/outlook_import.h"
@@ -104,7 +105,7 @@ constexpr FileTypeRow kRows[] = {
      "This are Microsoft FoxPro and Visual FoxPro data base files.", "dbf dbc", kRecordOptions,
      kWhenFoxProDriverIs, false, "CImpADO", Create<CImpADO>, false, 0},
     {KSIMP_TYPE_PDF, "pdf", "Adobe Acrobat (*.pdf)", "These are Adobe Acrobat files.", "pdf",
-     kPdfOptions, kYes, false, "CPDFImport", nullptr, false, 0},
+     kPdfOptions, kYes, false, "CPDFImport", Create<CPDFImport>, false, 0},
     {KSIMP_TYPE_OUTLOOK_EXPRESS, "dbx", "Outlook Express (*.dbx)",
      "These are Microsoft Outlook Express 5.x mailbox files.", "dbx", kMailOptions, kYes, false,
      "COutlookExpress", Create<COutlookExpress>, false, 0},

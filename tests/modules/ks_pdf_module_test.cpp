@@ -1,0 +1,256 @@
+// KS_Pdf as a host loads it: by name, through LoadableModule, its operations
+// called as the PDF import calls them.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "api/write_file.h"
+#include "core/loadable_module.h"
+#include "core/scoped_env.h"
+#include "ks_pdf/ks_pdf.h"
+#include "modules/simple_pdf.h"
+#include "modules/tool_output.h"
+#include "temp_dir.h"
+
+namespace {
+
+using ks::core::LoadableModule;
+
+std::filesystem::path CorpusPdfs() {
+  return std::filesystem::path(KS_SHARED_DIR) / "corpus" / "pdf";
+}
+
+class KsPdfModule : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string why;
+    module_ = LoadableModule::Load("KS_Pdf", &why);
+    ASSERT_TRUE(module_) << why;
+    is_valid_ = module_->Find<int(const char*)>("IsValidPDFFile");
+    get_data_ = module_->Find<int(const char*, void**, unsigned long*)>("GetPDFData");
+    free_data_ = module_->Find<void(void*)>("PDFFreeData");
+    bytes_processed_ = module_->Find<int()>("PDFGetBytesProcessed");
+    abort_ = module_->Find<int()>("PDFAbort");
+    last_error_ = module_->Find<int()>("PDFGetLastError");
+    ASSERT_TRUE(is_valid_ && get_data_ && free_data_ && bytes_processed_ && abort_ && last_error_);
+  }
+
+  // GetPDFData's result, its text (the block freed) and PDFGetLastError.
+  struct Extraction {
+    int returned = -1;
+    int last_error = -1;
+    bool block = false;
+    std::string text;
+  };
+  Extraction Extract(const std::string& path) {
+    Extraction e;
+    void* block = reinterpret_cast<void*>(1);
+    unsigned long size = 99;
+    e.returned = get_data_(path.c_str(), &block, &size);
+    e.last_error = last_error_();
+    e.block = block != nullptr;
+    if (block != nullptr) {
+      e.text.assign(static_cast<const char*>(block), size);
+      EXPECT_EQ(static_cast<const char*>(block)[size], '\0') << "a NUL follows the text";
+      free_data_(block);
+    } else {
+      EXPECT_EQ(size, 0u);
+    }
+    return e;
+  }
+
+  std::unique_ptr<LoadableModule> module_;
+  int (*is_valid_)(const char*) = nullptr;
+  int (*get_data_)(const char*, void**, unsigned long*) = nullptr;
+  void (*free_data_)(void*) = nullptr;
+  int (*bytes_processed_)() = nullptr;
+  int (*abort_)() = nullptr;
+  int (*last_error_)() = nullptr;
+  TempDir dir_;
+};
+
+TEST_F(KsPdfModule, ExportsTheFiveOperationsAndItsFree) {
+  // SetUp found them all; nothing ran yet in this process.
+  EXPECT_EQ(last_error_(), KS_PDF_OK);
+  EXPECT_EQ(abort_(), 1) << "harmless when nothing runs";
+  free_data_(nullptr);
+}
+
+TEST_F(KsPdfModule, ExtractsEachPageFollowedByAFormFeed) {
+  const std::string path = WriteFile(dir_, "two.pdf", SimplePdf(2, 3));
+  EXPECT_EQ(is_valid_(path.c_str()), 1);
+  const Extraction e = Extract(path);
+  ASSERT_EQ(e.returned, KS_PDF_OK);
+  EXPECT_EQ(e.last_error, KS_PDF_OK);
+  std::string expected;
+  for (int page = 1; page <= 2; ++page) {
+    for (int line = 1; line <= 3; ++line) expected += SimplePdfLine(page, line) + "\n";
+    expected += "\n\f";  // pdftotext ends a page's last paragraph with a blank line
+  }
+  EXPECT_EQ(e.text, expected);
+  EXPECT_EQ(bytes_processed_(), static_cast<int>(std::filesystem::file_size(path)))
+      << "the whole file once the extraction is over";
+}
+
+TEST_F(KsPdfModule, SeveralThreadsGiveTheTextOfOne) {
+  const std::string path = WriteFile(dir_, "long.pdf", SimplePdf(120, 12));
+  std::string texts[3];
+  const char* workers[3] = {"1", "3", nullptr};  // nullptr: the module's own choice
+  for (int i = 0; i < 3; ++i) {
+    ScopedEnv chosen("KESTRO_PDF_WORKERS",
+                     workers[i] ? std::optional<std::string>(workers[i]) : std::nullopt);
+    const Extraction e = Extract(path);
+    ASSERT_EQ(e.returned, KS_PDF_OK);
+    texts[i] = e.text;
+    EXPECT_EQ(bytes_processed_(), static_cast<int>(std::filesystem::file_size(path)));
+  }
+  EXPECT_EQ(texts[1], texts[0]);
+  EXPECT_EQ(texts[2], texts[0]);
+  std::string expected;
+  for (int page = 1; page <= 120; ++page) {
+    for (int line = 1; line <= 12; ++line) expected += SimplePdfLine(page, line) + "\n";
+    expected += "\n\f";
+  }
+  EXPECT_EQ(texts[0], expected);
+}
+
+TEST_F(KsPdfModule, APdfWithoutTextGivesOnlyItsPageBreaks) {
+  const std::string path = WriteFile(dir_, "blank.pdf", SimplePdf(3, 0));
+  const Extraction e = Extract(path);
+  EXPECT_EQ(e.returned, KS_PDF_OK);
+  EXPECT_TRUE(e.block);
+  EXPECT_EQ(e.text, "\f\f\f");
+}
+
+TEST_F(KsPdfModule, GivesByteForByteWhatPdftotextPrints) {
+  if (!HaveTool("pdftotext")) GTEST_SKIP() << "pdftotext (poppler-utils) is not installed";
+  if (!std::filesystem::is_directory(CorpusPdfs())) GTEST_SKIP() << "no shared corpus";
+  int compared = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(CorpusPdfs())) {
+    const std::string path = entry.path().string();
+    const ToolOutput reference = RunTool("pdftotext", "-q -enc UTF-8", path, "-");
+    ASSERT_TRUE(reference.ran);
+    const Extraction e = Extract(path);
+    if (reference.status != 0) {
+      // pdftotext refuses the locked and the truncated files; so does the
+      // module, and says so.
+      EXPECT_NE(e.returned, KS_PDF_OK) << path;
+      EXPECT_EQ(e.returned, e.last_error) << path;
+      EXPECT_FALSE(e.block) << path;
+      EXPECT_EQ(is_valid_(path.c_str()), 0) << path;
+      continue;
+    }
+    // Both read through poppler's TextOutputDev with the same settings: no
+    // difference is expected, not even in white space.
+    EXPECT_EQ(e.returned, KS_PDF_OK) << path;
+    EXPECT_EQ(e.text, reference.output) << path;
+    EXPECT_EQ(Words(e.text), Words(reference.output)) << path;
+    EXPECT_EQ(is_valid_(path.c_str()), 1) << path;
+    ++compared;
+  }
+  EXPECT_GE(compared, 10);
+}
+
+TEST_F(KsPdfModule, ALockedFileIsAnErrorNotACrash) {
+  for (const char* name : {"libreoffice-writer-password.pdf", "r2-user-password.pdf"}) {
+    const std::filesystem::path path = CorpusPdfs() / name;
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared corpus";
+    const Extraction e = Extract(path.string());
+    EXPECT_EQ(e.returned, KS_PDF_ERROR_LOCKED) << name;
+    EXPECT_EQ(e.last_error, KS_PDF_ERROR_LOCKED) << name;
+    EXPECT_EQ(is_valid_(path.c_str()), 0) << name;
+  }
+}
+
+TEST_F(KsPdfModule, EncryptedFilesWithAnEmptyUserPasswordAreRead) {
+  for (const char* name : {"encrypted_doc_no_id.pdf", "r6-aes256-empty-user-password.pdf"}) {
+    const std::filesystem::path path = CorpusPdfs() / name;
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared corpus";
+    EXPECT_EQ(Extract(path.string()).returned, KS_PDF_OK) << name;
+  }
+}
+
+TEST_F(KsPdfModule, DamagedAndForeignFilesAreErrorsNotCrashes) {
+  const std::vector<std::pair<std::string, std::string>> files = {
+      {"empty.pdf", ""},
+      {"header-only.pdf", "%PDF-1.4\n"},
+      {"text.pdf", "not a PDF at all\n"},
+      {"cut.pdf", SimplePdf(3, 5).substr(0, 700)},
+  };
+  for (const auto& [name, content] : files) {
+    const Extraction e = Extract(WriteFile(dir_, name, content));
+    EXPECT_EQ(e.returned, KS_PDF_ERROR_OPEN) << name;
+    EXPECT_EQ(e.last_error, KS_PDF_ERROR_OPEN) << name;
+    EXPECT_FALSE(e.block) << name;
+  }
+  EXPECT_EQ(Extract(dir_.file("missing.pdf")).returned, KS_PDF_ERROR_OPEN);
+  EXPECT_EQ(is_valid_(dir_.file("missing.pdf").c_str()), 0);
+  const std::filesystem::path truncated = CorpusPdfs() / "truncated-pdflatex-outline.pdf";
+  if (std::filesystem::exists(truncated)) {
+    EXPECT_EQ(Extract(truncated.string()).returned, KS_PDF_ERROR_OPEN);
+  }
+}
+
+TEST_F(KsPdfModule, NullArgumentsAreRefused) {
+  void* block = nullptr;
+  unsigned long size = 0;
+  EXPECT_EQ(get_data_(nullptr, &block, &size), KS_PDF_ERROR_ARGUMENT);
+  EXPECT_EQ(last_error_(), KS_PDF_ERROR_ARGUMENT);
+  const std::string path = WriteFile(dir_, "one.pdf", SimplePdf(1, 1));
+  EXPECT_EQ(get_data_(path.c_str(), nullptr, &size), KS_PDF_ERROR_ARGUMENT);
+  EXPECT_EQ(get_data_(path.c_str(), &block, nullptr), KS_PDF_ERROR_ARGUMENT);
+  EXPECT_EQ(is_valid_(nullptr), 0);
+}
+
+TEST_F(KsPdfModule, AnEarlierAbortDoesNotStopTheNextExtraction) {
+  abort_();
+  const std::string path = WriteFile(dir_, "one.pdf", SimplePdf(1, 1));
+  EXPECT_EQ(Extract(path).returned, KS_PDF_OK);
+}
+
+TEST_F(KsPdfModule, AbortFromAnotherThreadStopsBetweenPages) {
+  constexpr int kPages = 1500;
+  const std::string path = WriteFile(dir_, "long.pdf", SimplePdf(kPages, 40));
+  const int file_size = static_cast<int>(std::filesystem::file_size(path));
+  // A failed extraction leaves the progress at 0, where this one starts.
+  ASSERT_EQ(Extract(dir_.file("missing.pdf")).returned, KS_PDF_ERROR_OPEN);
+  ASSERT_EQ(bytes_processed_(), 0);
+  std::atomic<bool> done{false};
+  std::vector<int> seen;  // the progress the other thread read, in order
+  int at_abort = 0;
+  std::thread watcher([&] {
+    // Progress moves while the extraction runs; abort once it has.
+    while (!done.load()) {
+      const int now = bytes_processed_();
+      if (seen.empty() || seen.back() != now) seen.push_back(now);
+      if (now > 0) {
+        at_abort = now;
+        abort_();
+        return;
+      }
+      std::this_thread::yield();
+    }
+  });
+  const Extraction e = Extract(path);
+  done.store(true);
+  watcher.join();
+  ASSERT_GT(at_abort, 0) << "the extraction ended before its progress was seen";
+  EXPECT_EQ(e.returned, KS_PDF_ERROR_ABORTED);
+  EXPECT_EQ(e.last_error, KS_PDF_ERROR_ABORTED);
+  EXPECT_FALSE(e.block) << "nothing of an aborted file is handed out";
+  const int stopped_at = bytes_processed_();
+  EXPECT_LT(stopped_at, file_size) << "the extraction stopped part way";
+  // Between pages: a page is file_size / kPages bytes; the abort was seen
+  // within a few pages of being asked.
+  EXPECT_LE(stopped_at - at_abort, 5 * (file_size / kPages + 1));
+  for (size_t i = 1; i < seen.size(); ++i) EXPECT_GT(seen[i], seen[i - 1]) << "never backwards";
+}
+
+}  // namespace
