@@ -20,6 +20,7 @@ packages=(
   python3
   python3-pytest python3-pip python3-setuptools python3-wheel python3-venv  # the Python package and its tests
   clang-14 libclang-rt-14-dev llvm-14   # the fuzz targets: libFuzzer, sanitizer runtimes, symbolizer
+  antiword catdoc                      # tests, benchmarks: independent readers of Word .doc files
 )
 
 missing=()
