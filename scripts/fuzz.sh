@@ -45,6 +45,7 @@ shared_folders() {
     paradox_table) echo paradox ;;
     excel_workbook) echo xls xlsx ;;
     access_database) echo mdb ;;
+    word_document) echo doc docx wpd ;;
     *) ;;
   esac
 }
@@ -59,6 +60,7 @@ max_len() {
     excel_workbook) echo 40960 ;;  # the corpus workbooks whole
     # A whole small database: Jet 3 pages are 2 KB, later ones 4 KB.
     access_database) echo 131072 ;;
+    word_document) echo 65536 ;;  # the small corpus documents whole
     *) echo 4096 ;;
   esac
 }

@@ -2,6 +2,8 @@
 // later) or Write document and writes its text as a UTF-8 copy in the
 // temporary import folder; the import library loads the module by name,
 // calls ConvertWord and reads the copy.  Nothing is thrown past it.
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -30,7 +32,11 @@ void WriteReason(char* out, const std::string& why) {
 extern "C" __attribute__((visibility("default"))) int ConvertWord(const char* in, char* out) {
   if (in == nullptr || out == nullptr) return -1;
   try {
-    const std::string text = ks::word::ReadWordFileText(in);
+    std::string text = ks::word::ReadWordFileText(in);
+    // A document of blank lines only (an empty document still has its last
+    // paragraph mark) holds no text: its copy is empty, and no document is
+    // made of it.
+    if (text.find_first_not_of(" \t\r\n") == std::string::npos) text.clear();
     const std::string path = ks::word::WriteConvertedCopy(text);
     if (path.size() >= kOutputSize) {
       std::remove(path.c_str());
