@@ -203,12 +203,17 @@ TEST(ConvertedCopyFile, IsPrivateAndInTheTemporaryImportFolder) {
   const std::string saved = old != nullptr ? old : "";
   setenv("TMPDIR", dir.path().c_str(), 1);
   const std::string path = ks::word::WriteConvertedCopy("text");
-  if (old != nullptr) setenv("TMPDIR", saved.c_str(), 1); else unsetenv("TMPDIR");
+  const std::string second = ks::word::WriteConvertedCopy("text");
+  if (old != nullptr) {
+    setenv("TMPDIR", saved.c_str(), 1);
+  } else {
+    unsetenv("TMPDIR");
+  }
   EXPECT_EQ(fs::path(path).parent_path(), dir.path() / "KSTmpImp");
   struct stat info {};
   ASSERT_EQ(stat(path.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600u);
-  EXPECT_NE(path, ks::word::WriteConvertedCopy("text")) << "every copy has a name of its own";
+  EXPECT_NE(path, second) << "every copy has a name of its own";
 }
 
 // ---- Compared with other readers -------------------------------------------
