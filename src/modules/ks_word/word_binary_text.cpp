@@ -42,11 +42,11 @@ class CharacterReader {
       : main_(main), code_page_(code_page), budget_(main.Size() * 2 + 4096) {}
 
   void AddEightBit(uint64_t offset, uint64_t count, WordTextBuilder& builder) {
-    Read(offset, count, builder);
+    Read(offset, count);
     AddCodePageText(buffer_, code_page_, builder);
   }
   void AddUtf16(uint64_t offset, uint64_t count, WordTextBuilder& builder) {
-    Read(offset, count * 2, builder);
+    Read(offset, count * 2);
     units_.resize(count);
     for (size_t i = 0; i < count; ++i) {
       units_[i] = static_cast<uint16_t>(static_cast<unsigned char>(buffer_[2 * i]) |
@@ -56,7 +56,7 @@ class CharacterReader {
   }
 
  private:
-  void Read(uint64_t offset, uint64_t size, WordTextBuilder&) {
+  void Read(uint64_t offset, uint64_t size) {
     if (size > budget_) throw WordError("the document's text is larger than its file");
     budget_ -= size;
     buffer_.resize(static_cast<size_t>(size));

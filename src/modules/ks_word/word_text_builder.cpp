@@ -39,6 +39,10 @@ void AppendUtf8(std::string& out, char32_t c) {
 }  // namespace
 
 void WordTextBuilder::Add(char32_t c) {
+  if (high_surrogate_ != 0) {  // a UTF-16 piece ended on half a character
+    high_surrogate_ = 0;
+    Add(0xFFFD);
+  }
   switch (c) {
     case kFieldBegin:
       if (fields_.size() < kDeepestField) {
