@@ -18,7 +18,9 @@
 #include "converted_copy_file.h"
 #include "docx_document.h"
 #include "doc_file.h"
+#include "formats/stream_bytes.h"
 #include "temp_dir.h"
+#include "word_binary_text.h"
 #include "word_converter.h"
 #include "word_error.h"
 #include "word_text_builder.h"
@@ -160,6 +162,59 @@ TEST(Word2Document, PlainTextIsReadInTheDocumentsCodePage) {
   cut[0x34] = '\xFF';
   cut[0x35] = '\xFF';
   EXPECT_EQ(ks::word::ReadWord2Text(cut), "abc\r\n");
+}
+
+// A Word 6.0 main stream of a fast-saved file: its pieces stored in
+// another order than they are read, and a formatting run before them.
+std::string Word6FastSaved() {
+  std::string stream(0x400, '\0');
+  auto put16 = [&](size_t at, uint16_t v) {
+    stream[at] = static_cast<char>(v);
+    stream[at + 1] = static_cast<char>(v >> 8);
+  };
+  auto put32 = [&](size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) stream[at + i] = static_cast<char>(v >> (8 * i));
+  };
+  put16(0x00, 0xA5DC);
+  put16(0x02, 101);
+  put16(0x06, 0x0419);  // Russian: code page 1251
+  put16(0x0A, 0x0004);  // complex
+  const std::string first = "\xcf\xf0\xe8\xe2\xe5\xf2 ";  // "Привет " in 1251
+  const std::string second = "world\r";
+  put32(0x34, static_cast<uint32_t>(first.size() + second.size()));
+  std::string clx = std::string("\x01\x02\x00\x00\x00\x02", 6);
+  std::string plc(3 * 4 + 2 * 8, '\0');
+  auto plc32 = [&](size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) plc[at + i] = static_cast<char>(v >> (8 * i));
+  };
+  plc32(4, static_cast<uint32_t>(first.size()));
+  plc32(8, static_cast<uint32_t>(first.size() + second.size()));
+  plc32(12 + 2, 0x380);  // the first piece is stored after the second
+  plc32(20 + 2, 0x300);
+  std::string length(4, '\0');
+  for (int i = 0; i < 4; ++i) length[i] = static_cast<char>(plc.size() >> (8 * i));
+  clx += length + plc;
+  put32(0x160, 0x200);
+  put32(0x164, static_cast<uint32_t>(clx.size()));
+  stream.replace(0x200, clx.size(), clx);
+  stream.replace(0x300, second.size(), second);
+  stream.replace(0x380, first.size(), first);
+  return stream;
+}
+
+TEST(WordBinaryText, FastSavedWord6PiecesAreReadInTheirOrder) {
+  const std::string stream = Word6FastSaved();
+  const ks::word::WordFib fib = ks::word::ReadWordFib(stream);
+  EXPECT_EQ(fib.version, ks::word::WordVersion::kWord6);
+  ks::formats::MemoryStreamBytes bytes(stream);
+  EXPECT_EQ(ks::word::ReadWordBinaryText(fib, bytes, bytes), "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82 world\r\n");
+
+  // A piece table naming text beyond the stream is a damaged document.
+  std::string damaged = stream;
+  damaged[0x200 + 10 + 12 + 2 + 1] = '\x7F';
+  ks::formats::MemoryStreamBytes damaged_bytes(damaged);
+  EXPECT_THROW(ks::word::ReadWordBinaryText(ks::word::ReadWordFib(damaged), damaged_bytes, damaged_bytes),
+               ks::word::WordError);
 }
 
 TEST(DocxDocument, BodyRunsTablesAndRevisions) {
