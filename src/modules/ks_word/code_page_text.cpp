@@ -77,7 +77,8 @@ void AddCodePageText(std::string_view bytes, int code_page, WordTextBuilder& bui
     const size_t produced = out.size() - out_left;
     for (size_t i = 0; i + 3 < produced; i += 4) {
       const auto* u = reinterpret_cast<const unsigned char*>(out.data() + i);
-      builder.Add(static_cast<char32_t>(u[0] | u[1] << 8 | u[2] << 16 | static_cast<char32_t>(u[3]) << 24));
+      builder.Add(static_cast<char32_t>(u[0]) | static_cast<char32_t>(u[1]) << 8 |
+                  static_cast<char32_t>(u[2]) << 16 | static_cast<char32_t>(u[3]) << 24);
     }
     if (done == static_cast<size_t>(-1)) {
       if (errno == E2BIG) continue;
