@@ -96,7 +96,7 @@ extern "C" {
 #define KSIMP_TYPE_ANY_FILE 1061        /* any file, as a link or attachment */
 /* Reached by number only: */
 #define KSIMP_TYPE_FIXED_WIDTH 9999    /* fixed-width text (the delimited wizard's other half) */
-#define KSIMP_TYPE_WFW 7               /* Word for Windows converter (no importer) */
+#define KSIMP_TYPE_WFW 7               /* Word for Windows 2.0, 6.0/95 (and any Word file) */
 #define KSIMP_TYPE_EXCEL 21            /* Excel table */
 #define KSIMP_TYPE_PARADOX 703         /* Paradox table */
 #define KSIMP_TYPE_DBASE 770           /* dBase table */
@@ -104,7 +104,7 @@ extern "C" {
 #define KSIMP_TYPE_ACCEPTED_1003 1003  /* accepted without an importer: counts as imported */
 #define KSIMP_TYPE_ACCEPTED_1007 1007  /* accepted without an importer: counts as imported */
 #define KSIMP_TYPE_OUTLOOK_FOLDER 1008 /* Outlook .pst/.ost file; queued size is its item count */
-#define KSIMP_TYPE_WIN_THREE 1009      /* no importer */
+#define KSIMP_TYPE_WIN_THREE 1009      /* Windows 3.x Write (.wri) */
 #define KSIMP_TYPE_IMAP_SERVER 1062    /* queued size is a message count */
 /* Imported as another type: */
 #define KSIMP_TYPE_DBASE_ALIAS 1099   /* as KSIMP_TYPE_DBASE */

@@ -50,6 +50,7 @@ shared_folders() {
     file_type_detection) echo refuse rtf pdf wpd html mbox eudora doc xls dbf paradox ;;
     pdf_text) echo pdf ;;
     wordperfect_text) echo wpd ;;
+    word_document) echo doc docx wpd ;;
     *) ;;
   esac
 }
@@ -71,6 +72,7 @@ max_len() {
     file_type_detection) echo 16384 ;;  # the opening block, a table header, a small compound file
     pdf_text) echo 65536 ;;  # small corpus PDFs whole, the first pages of the others
     wordperfect_text) echo 20480 ;;  # the corpus documents whole
+    word_document) echo 65536 ;;  # the small corpus documents whole
     *) echo 4096 ;;
   esac
 }

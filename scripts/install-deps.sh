@@ -26,6 +26,7 @@ packages=(
   libpoppler-cpp-dev poppler-utils     # the PDF module; pdftotext for its tests and benchmark
   libwpd-dev librevenge-dev libwpd-tools  # the WordPerfect module; wpd2text for its tests
   enscript ghostscript                 # benchmarks: the PDF generator of the bench data
+  antiword catdoc                      # tests, benchmarks: independent readers of Word .doc files
 )
 
 missing=()

@@ -5,6 +5,10 @@
 
 #include "importers/documents/other_import.h"
 #include "importers/documents/pdf_import.h"
+#include "importers/documents/wfw_import.h"
+#include "importers/documents/win_three_import.h"
+#include "importers/documents/word8_import.h"
+#include "importers/documents/wordperfect_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
 #include "importers/mail/outlook_import.h"
@@ -91,10 +95,10 @@ constexpr FileTypeRow kRows[] = {
      "htm html", kDocumentOptions, kYes, true, "CIMPHtmlImport", Create<CIMPHtmlImport>, false, 0},
     {KSIMP_TYPE_WORD, "doc", "Microsoft Word 95, 97, 2000, 2002 (*.doc)",
      "These are Word files. This includes Word for  Windows 95, Word 97, and Word 2000.  ", "doc",
-     kDocumentOptions, kYes, false, "CIMPWord8Import", nullptr, false, 0},
+     kDocumentOptions, kYes, false, "CIMPWord8Import", Create<CIMPWord8Import>, false, 0},
     {KSIMP_TYPE_WORDPERFECT, "wpd", "Corel WordPerfect (*.wpd)",
      "These are Corel WordPerfect for Windows files.", "wpd", kDocumentOptions, kYes, false,
-     "CIMPWordPerfectImport", nullptr, false, 0},
+     "CIMPWordPerfectImport", Create<CIMPWordPerfectImport>, false, 0},
     {KSIMP_TYPE_RTF, "rtf", "Rich Text Format (*.rtf)",
      "Thses are Rich Text Formatted files.  This is a generic word processing format.  These "
      "files could contain formatted text, graphics, tables, etc.",
@@ -116,7 +120,8 @@ constexpr FileTypeRow kRows[] = {
     // ---- Reached by number ------------------------------------------------
     {KSIMP_TYPE_FIXED_WIDTH, "fixed", "", "", "", kEveryOption, kNo, false, "CIMPFixedImport",
      Create<CIMPFixedImport>, false, 0},
-    {KSIMP_TYPE_WFW, "", "", "", "", kEveryOption, kNo, false, "CIMPWFWImport", nullptr, false, 0},
+    {KSIMP_TYPE_WFW, "wfw", "", "", "", kEveryOption, kNo, false, "CIMPWFWImport",
+     Create<CIMPWFWImport>, false, 0},
     {KSIMP_TYPE_ACCESS, "access", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
      false, 0},
     {KSIMP_TYPE_EXCEL, "excel", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
@@ -129,8 +134,8 @@ constexpr FileTypeRow kRows[] = {
     {KSIMP_TYPE_ACCEPTED_1007, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, true, 0},
     {KSIMP_TYPE_OUTLOOK_FOLDER, "outlook", "", "", "", kEveryOption, kNo, false,
      "CIMPOutlookImport", Create<CIMPOutlookImport>, false, 0},
-    {KSIMP_TYPE_WIN_THREE, "", "", "", "", kEveryOption, kNo, false, "CIMPWinThree", nullptr, false,
-     0},
+    {KSIMP_TYPE_WIN_THREE, "write", "", "", "", kEveryOption, kNo, false, "CIMPWinThree",
+     Create<CIMPWinThree>, false, 0},
     {KSIMP_TYPE_IMAP_SERVER, "", "", "", "", kEveryOption, kNo, false, "CImapEmail", nullptr, false,
      0},
     // Picked from the lists of database tables; each imports as its family.

@@ -22,10 +22,11 @@ printf 'x' >"$work/letter.doc"
 check unsupported 1 "$ksimp" import "$db" "$work/three.txt" "$work/folder.dbx" "$work/letter.doc" \
   --delimiter pagebreak --quiet
 contains unsupported-count "$work/out" "3 document(s) added"
-contains unsupported-named "$work/err" "$work/folder.dbx: not imported: no importer is available for its file type 1059 (error 12003: The file is of an unsupported type.)"
-contains unsupported-after "$work/err" "$work/letter.doc: not imported: the import ended at $work/folder.dbx"
-check unsupported-doc 1 "$ksimp" import "$db" "$work/letter.doc" --quiet
-contains unsupported-doc-named "$work/err" "$work/letter.doc: not imported: no importer"
+contains unsupported-named "$work/err" "$work/paper.pdf: not imported: no importer is available for its file type 1058 (error 12003: The file is of an unsupported type.)"
+contains unsupported-after "$work/err" "$work/letter.doc: not imported: the import ended at $work/paper.pdf"
+# A .doc that is no Word document fails its file type's signature test.
+check wrong-doc 1 "$ksimp" import "$db" "$work/letter.doc" --quiet
+contains wrong-doc-named "$work/err" "$work/letter.doc: not imported: error 11020"
 
 # A record over 64 MB stops a delimited file: exit 1, the file named with where.
 { printf 'first,row\r\n"'; head -c $((64 * 1024 * 1024 + 1)) /dev/zero | tr '\0' x; } >"$work/big.csv"

@@ -8,9 +8,12 @@
 #include <string>
 #include <string_view>
 
-#include "importers/tables/stream_bytes.h"
+#include "formats/stream_bytes.h"
 
 namespace ks::tables {
+
+using formats::MemoryStreamBytes;
+using formats::StreamBytes;
 
 namespace biff {
 inline constexpr uint16_t kBof = 0x0809;

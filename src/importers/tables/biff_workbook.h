@@ -8,11 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "importers/tables/stream_bytes.h"
+#include "formats/stream_bytes.h"
 #include "importers/tables/xlsx_sheet_rows.h"
 #include "importers/tables/xlsx_styles.h"
 
 namespace ks::tables {
+
+using formats::MemoryStreamBytes;
+using formats::StreamBytes;
 
 struct BiffSheet {
   std::string name;

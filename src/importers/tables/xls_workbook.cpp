@@ -1,8 +1,8 @@
 #include "importers/tables/xls_workbook.h"
 
+#include "formats/compound_file.h"
 #include "importers/tables/biff_sheet_rows.h"
 #include "importers/tables/biff_workbook.h"
-#include "importers/tables/compound_file.h"
 #include "importers/tables/sheet_cursor.h"
 
 namespace ks::tables {
@@ -68,23 +68,35 @@ class XlsConnection : public TableConnection {
   std::shared_ptr<const BiffWorkbook> book_;
 };
 
+// The workbook stream of the compound file at `path`.
+std::unique_ptr<TableConnection> OpenBiffWorkbook(const std::string& path) {
+  const formats::CompoundFile file(path);
+  // A password-protected .xlsx is stored as an encrypted package inside a
+  // compound file.
+  if (file.OpenStream("EncryptedPackage")) {
+    throw TableError(TableError::Kind::kPasswordProtected, "the workbook is encrypted (protected by a password)");
+  }
+  std::shared_ptr<StreamBytes> stream = file.OpenStream("Workbook");
+  if (!stream) stream = file.OpenStream("Book");  // Excel 5 and 95
+  if (!stream) {
+    throw TableError(TableError::Kind::kDamaged, "the compound file holds no workbook stream (not an .xls file)");
+  }
+  auto book = std::make_shared<const BiffWorkbook>(ReadBiffWorkbook(*stream));
+  return std::make_unique<XlsConnection>(path, std::move(stream), std::move(book));
+}
+
 }  // namespace
 
 std::unique_ptr<TableConnection> OpenXlsWorkbook(const std::string& path) {
   return WithPath(path, [&]() -> std::unique_ptr<TableConnection> {
-    const CompoundFile file(path);
-    // A password-protected .xlsx is stored as an encrypted package inside a
-    // compound file.
-    if (file.OpenStream("EncryptedPackage")) {
-      throw TableError(TableError::Kind::kPasswordProtected, "the workbook is encrypted (protected by a password)");
+    try {
+      return OpenBiffWorkbook(path);
+    } catch (const formats::CompoundFileError& error) {
+      // The container's failures are the workbook's.
+      throw TableError(error.kind() == formats::CompoundFileError::Kind::kCannotOpen ? TableError::Kind::kNotFound
+                                                                                     : TableError::Kind::kDamaged,
+                       error.what());
     }
-    std::shared_ptr<StreamBytes> stream = file.OpenStream("Workbook");
-    if (!stream) stream = file.OpenStream("Book");  // Excel 5 and 95
-    if (!stream) {
-      throw TableError(TableError::Kind::kDamaged, "the compound file holds no workbook stream (not an .xls file)");
-    }
-    auto book = std::make_shared<const BiffWorkbook>(ReadBiffWorkbook(*stream));
-    return std::make_unique<XlsConnection>(path, std::move(stream), std::move(book));
   });
 }
 

@@ -1,5 +1,5 @@
-// StreamBytes: the bytes of one stream read at any offset, as the .xls
-// reader wants its workbook stream: a sheet is read from its own offset
+// StreamBytes: the bytes of one stream read at any offset, so that a reader
+// (a workbook's sheet, a document's text pieces) starts where it needs to
 // without the stream held in memory.
 #pragma once
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace ks::tables {
+namespace ks::formats {
 
 class StreamBytes {
  public:
@@ -35,4 +35,4 @@ class MemoryStreamBytes : public StreamBytes {
   std::string bytes_;
 };
 
-}  // namespace ks::tables
+}  // namespace ks::formats

@@ -1,11 +1,9 @@
-#include "importers/tables/compound_file.h"
+#include "formats/compound_file.h"
 
 #include <algorithm>
 #include <cctype>
 
-#include "importers/tables/table_source.h"
-
-namespace ks::tables {
+namespace ks::formats {
 namespace {
 
 constexpr unsigned char kMagic[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
@@ -27,7 +25,7 @@ uint32_t Le32(const unsigned char* at) {
 }
 
 [[noreturn]] void Damaged(const std::string& what) {
-  throw TableError(TableError::Kind::kDamaged, "a damaged compound file: " + what);
+  throw CompoundFileError(CompoundFileError::Kind::kDamaged, "a damaged compound file: " + what);
 }
 
 // A stream stored in whole sectors of the file, in chain order.
@@ -65,7 +63,7 @@ class SectorStream : public StreamBytes {
 
 CompoundFile::CompoundFile(const std::string& path) {
   file_ = std::make_shared<std::ifstream>(path, std::ios::binary | std::ios::ate);
-  if (!*file_) throw TableError(TableError::Kind::kNotFound, path + ": cannot open the file");
+  if (!*file_) throw CompoundFileError(CompoundFileError::Kind::kCannotOpen, path + ": cannot open the file");
   file_size_ = static_cast<uint64_t>(file_->tellg());
   file_->seekg(0);
   unsigned char header[512];
@@ -209,4 +207,4 @@ std::unique_ptr<StreamBytes> CompoundFile::OpenStream(std::string_view name) con
   return std::make_unique<MemoryStreamBytes>(std::move(bytes));
 }
 
-}  // namespace ks::tables
+}  // namespace ks::formats

@@ -1,9 +1,9 @@
 // CompoundFile: a read-only reader of OLE2 compound files, the container of
-// an .xls workbook.  It reads the header, the FAT (with its DIFAT), the
-// directory and the mini stream, and hands out one stream by name.  Every
-// sector index, chain and size is checked against the file: a chain that
-// loops or leaves the file, or a stream larger than the file, is a damaged
-// file (TableError kDamaged), never a read outside it.
+// .xls workbooks and .doc documents.  It reads the header, the FAT (with its
+// DIFAT), the directory and the mini stream, and hands out one stream by
+// name.  Every sector index, chain and size is checked against the file: a
+// chain that loops or leaves the file, or a stream larger than the file, is a
+// damaged file (CompoundFileError kDamaged), never a read outside it.
 #pragma once
 
 #include <cstdint>
@@ -13,14 +13,31 @@
 #include <string_view>
 #include <vector>
 
-#include "importers/tables/stream_bytes.h"
+#include <stdexcept>
 
-namespace ks::tables {
+#include "formats/stream_bytes.h"
+
+namespace ks::formats {
+
+// Why a compound file cannot be read.
+class CompoundFileError : public std::runtime_error {
+ public:
+  enum class Kind {
+    kCannotOpen,  // the file is not there or cannot be read
+    kDamaged,     // the bytes do not make a compound file
+  };
+  CompoundFileError(Kind kind, const std::string& message) : std::runtime_error(message), kind_(kind) {}
+  Kind kind() const { return kind_; }
+
+ private:
+  Kind kind_;
+};
+
 
 class CompoundFile {
  public:
-  // Opens the file and reads its FAT and directory.  Throws TableError:
-  // kNotFound when the file cannot be opened, kDamaged when it is no sound
+  // Opens the file and reads its FAT and directory.  Throws CompoundFileError:
+  // kCannotOpen when the file cannot be opened, kDamaged when it is no sound
   // compound file.
   explicit CompoundFile(const std::string& path);
 
@@ -51,4 +68,4 @@ class CompoundFile {
   std::vector<Entry> entries_;
 };
 
-}  // namespace ks::tables
+}  // namespace ks::formats
