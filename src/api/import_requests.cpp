@@ -21,6 +21,7 @@
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
 #include "core/source_decoding.h"
+#include "importers/mail/maildir_tree.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -126,6 +127,9 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
     struct stat info {};
     if (::stat(name.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
       size += static_cast<uint64_t>(info.st_size);
+    } else if (record.file_type == KSIMP_TYPE_MAILDIR) {
+      // A Maildir is a folder: its size is that of its messages.
+      size += MaildirTree::MessageBytes(name);
     }
   }
   handles_.AddTotalBytes(handle, size);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "importers/mail/eml_import.h"
+#include "importers/mail/maildir_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
@@ -139,6 +141,14 @@ constexpr FileTypeRow kRows[] = {
     // ---- Added by this library ----------------------------------------------
     {KSIMP_TYPE_ODBC, "odbc", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
      false, 0},
+    // Mail kept one message to a file: a Maildir folder (cur/, new/ and its
+    // Maildir++ sub-folders) and a single saved message (".eml").  Left out
+    // of the list the user is offered, which stays as users have always
+    // known it; hosts name them.
+    {KSIMP_TYPE_MAILDIR, "maildir", "", "", "", kEveryOption, kNo, false, "CIMPMaildirImport",
+     Create<CIMPMaildirImport>, false, 0},
+    {KSIMP_TYPE_EML, "eml", "", "", "", kEveryOption, kNo, false, "CIMPEmlImport",
+     Create<CIMPEmlImport>, false, 0},
 };
 
 bool SameIgnoringCase(std::string_view a, std::string_view b) {
