@@ -182,6 +182,29 @@ TEST_F(MaildirImportTest, SingleMessagesOneDocumentEachAndJunkRefused) {
       << "the files after a refused one are imported";
 }
 
+TEST_F(MaildirImportTest, AMessageReadMeanwhileIsFoundInCurUnderItsNewName) {
+  Deliver(maildir_ / "new" / "1300000000.M1P2.host", Message("moved"));
+  std::string why;
+  const std::optional<MaildirTree> tree = MaildirTree::Open(maildir_.string(), &why);
+  ASSERT_TRUE(tree) << why;
+  const std::optional<MaildirFolder> folder = tree->OpenFolder("", &why);
+  ASSERT_TRUE(folder) << why;
+  ASSERT_EQ(folder->messages().size(), 1u);
+  const MaildirMessage& listed = folder->messages()[0];
+  fs::rename(maildir_ / "new" / "1300000000.M1P2.host",
+             maildir_ / "cur" / "1300000000.M1P2.host:2,S");
+
+  std::string bytes;
+  EXPECT_EQ(folder->Read(listed, 1 << 20, &bytes, &why), MaildirFolder::ReadResult::kGone);
+  const std::optional<MaildirMessage> moved = folder->MovedToCur(listed);
+  ASSERT_TRUE(moved);
+  EXPECT_EQ(moved->file_name, "1300000000.M1P2.host:2,S");
+  EXPECT_EQ(folder->Read(*moved, 1 << 20, &bytes, &why), MaildirFolder::ReadResult::kRead);
+  EXPECT_EQ(bytes, Message("moved"));
+  EXPECT_EQ(folder->Read(*moved, 10, &bytes, &why), MaildirFolder::ReadResult::kTooLarge);
+  EXPECT_NE(why.find("more than the 10 a message may hold"), std::string::npos) << why;
+}
+
 // Every file of the shared corpus: nothing crashes, every message is found.
 TEST_F(MaildirImportTest, EveryCorpusMessageImports) {
   const fs::path maildir = Corpus("maildir");

@@ -82,6 +82,7 @@ def compare(label, ours, theirs, failures):
     if len(ours) != len(theirs):
         failures.append("%s: %d messages stored, Python reads %d" % (label, len(ours), len(theirs)))
         return
+    print("%s: %d messages stored, as many as Python reads" % (label, len(ours)))
     for index, (mine, python) in enumerate(zip(ours, theirs)):
         if mine.strip() == python.strip():
             continue

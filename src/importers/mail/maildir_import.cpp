@@ -51,8 +51,14 @@ int CIMPMaildirImport::ImportSource() {
         SetProgress(position);
         continue;
       }
-      const MaildirFolder::ReadResult read =
+      MaildirFolder::ReadResult read =
           folder->Read(file, message_file::kLargestMessage, &bytes, &why);
+      if (read == MaildirFolder::ReadResult::kGone) {
+        // Read by a mail program meanwhile: new/ to cur/, flags added.
+        if (const std::optional<MaildirMessage> moved = folder->MovedToCur(file)) {
+          read = folder->Read(*moved, message_file::kLargestMessage, &bytes, &why);
+        }
+      }
       if (read != MaildirFolder::ReadResult::kRead) {
         Log(why);
         ++skipped;
@@ -61,15 +67,13 @@ int CIMPMaildirImport::ImportSource() {
         SetProgress(position);
         continue;
       }
-      const std::string shown =
-          fmt::format("{}/{}/{}", relative.empty() ? path : path + "/" + relative,
-                      file.in_new ? "new" : "cur", file.file_name);
       const message_file::Verdict verdict = message_file::Examine(bytes);
       if (verdict != message_file::Verdict::kMessage) {
-        Log(fmt::format("{}: skipped, {}.", shown,
-                        verdict == message_file::Verdict::kEmpty
-                            ? "it is empty"
-                            : "it does not read as a mail message"));
+        const std::string folder_path = relative.empty() ? path : path + "/" + relative;
+        Log(fmt::format(
+            "{}/{}/{}: skipped, {}.", folder_path, file.in_new ? "new" : "cur", file.file_name,
+            verdict == message_file::Verdict::kEmpty ? "it is empty"
+                                                     : "it does not read as a mail message"));
         ++skipped;
         SetProgress(position);
         continue;
@@ -82,6 +86,9 @@ int CIMPMaildirImport::ImportSource() {
     }
   }
   EndMessages();
+  if (messages == 0 && skipped == 0 && !WasAborted() && first_second == 0) {
+    Log(fmt::format("{}: the Maildir holds no message.", path));
+  }
   if (skipped > 0) {
     Log(fmt::format("{}: {} file(s) of the Maildir were not imported (see above).", path, skipped));
   }

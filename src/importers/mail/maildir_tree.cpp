@@ -235,6 +235,20 @@ MaildirFolder::ReadResult MaildirFolder::Read(const MaildirMessage& message, uin
   return ReadResult::kRead;
 }
 
+std::optional<MaildirMessage> MaildirFolder::MovedToCur(const MaildirMessage& message) const {
+  if (!message.in_new || !cur_.valid()) return std::nullopt;
+  std::vector<MaildirMessage> listed;
+  std::vector<std::string> ignored;
+  ListMessages(cur_.fd(), false, path_ + "/cur", &listed, &ignored);
+  for (MaildirMessage& candidate : listed) {
+    if (candidate.unique == message.unique) {
+      candidate.delivered = message.delivered;
+      return std::move(candidate);
+    }
+  }
+  return std::nullopt;
+}
+
 uint64_t MaildirTree::MessageBytes(const std::string& path) {
   std::string ignored;
   const std::optional<MaildirTree> tree = Open(path, &ignored);

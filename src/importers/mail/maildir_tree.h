@@ -62,6 +62,11 @@ class MaildirFolder {
   ReadResult Read(const MaildirMessage& message, uint64_t limit, std::string* bytes,
                   std::string* why) const;
 
+  // Where a message of new/ went when a mail program read it meanwhile: the
+  // file of cur/ with the same unique name (its flags added); nothing when
+  // there is none.
+  std::optional<MaildirMessage> MovedToCur(const MaildirMessage& message) const;
+
  private:
   friend class MaildirTree;
   std::string relative_;
