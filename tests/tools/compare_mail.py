@@ -73,7 +73,8 @@ def ksimp_import(ksimp, database, file_type, paths):
     run = subprocess.run([ksimp, "import", database, "--type", file_type, "--quiet"] + paths,
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if run.returncode != 0:
-        print("ksimp import --type %s failed:\n%s" % (file_type, run.stdout.decode(errors="replace")))
+        print("ksimp import --type %s failed:\n%s"
+              % (file_type, run.stdout.decode(errors="replace")))
         return False
     return True
 
@@ -106,7 +107,8 @@ def main():
 
         database = os.path.join(work, "maildir.kst")
         if ksimp_import(ksimp, database, "maildir", [maildir]):
-            theirs = [python_subject(m) for m in mailbox.Maildir(maildir, factory=None, create=False)]
+            messages = mailbox.Maildir(maildir, factory=None, create=False)
+            theirs = [python_subject(message) for message in messages]
             compare("maildir", sorted(stored_subjects(ksimp, database)), sorted(theirs), failures)
         else:
             failures.append("maildir: not imported")
