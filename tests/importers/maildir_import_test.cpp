@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "importers/import_fixture.h"
+#include "importers/mail/maildir_checkpoint.h"
 #include "importers/mail/maildir_tree.h"
 
 namespace {
@@ -203,6 +204,35 @@ TEST_F(MaildirImportTest, AMessageReadMeanwhileIsFoundInCurUnderItsNewName) {
   EXPECT_EQ(bytes, Message("moved"));
   EXPECT_EQ(folder->Read(*moved, 10, &bytes, &why), MaildirFolder::ReadResult::kTooLarge);
   EXPECT_NE(why.find("more than the 10 a message may hold"), std::string::npos) << why;
+}
+
+TEST_F(MaildirImportTest, CheckpointIsTheSecondAfterTheLatestDeliveryOfThisVeryFolder) {
+  const std::string path = maildir_.string();
+  Deliver(maildir_ / "cur" / "1000.a.host:2,S", Message("old"));
+  MakeMaildir(maildir_ / ".Sent");
+  Deliver(maildir_ / ".Sent" / "cur" / "2000.a.host:2,S", Message("latest, in a sub-folder"));
+  const std::optional<MailboxCheckpoint> taken = TakeMaildirCheckpoint(path, 5000);
+  ASSERT_TRUE(taken);
+  EXPECT_EQ(taken->offset, 2001u);
+  // A delivery in the second of the listing: that second is read again.
+  Deliver(maildir_ / "new" / "5000.b.host", Message("now"));
+  EXPECT_EQ(TakeMaildirCheckpoint(path, 5000)->offset, 5000u);
+  EXPECT_FALSE(TakeMaildirCheckpoint((dir_.path() / "none").string(), 5000));
+
+  MailboxCheckpoints checkpoints;
+  checkpoints.Set(*taken);
+  ResumePoint resume = MaildirResumePoint(checkpoints, path);
+  EXPECT_EQ(resume.kind, ResumePoint::Kind::kFromOffset);
+  EXPECT_EQ(resume.offset, 2001u);
+  // Read back from its text form, as the profile keeps it.
+  resume = MaildirResumePoint(MailboxCheckpoints::Parse(checkpoints.Serialize()), path);
+  EXPECT_EQ(resume.offset, 2001u);
+
+  // Replaced by another folder of the same name: read whole again.
+  fs::rename(maildir_, dir_.path() / "Old");
+  MakeMaildir(maildir_);
+  EXPECT_EQ(MaildirResumePoint(checkpoints, path).kind, ResumePoint::Kind::kFromStart);
+  EXPECT_EQ(MaildirResumePoint(MailboxCheckpoints(), path).kind, ResumePoint::Kind::kFromStart);
 }
 
 // Every file of the shared corpus: nothing crashes, every message is found.
