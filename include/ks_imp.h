@@ -113,6 +113,11 @@ extern "C" {
 /* Added by this library: */
 #define KSIMP_TYPE_ODBC 2000 /* any ODBC data source: the name is a connection
                               * string, or a table settings string */
+#define KSIMP_TYPE_MAILDIR 1200 /* a Maildir folder (cur/, new/ and its Maildir++
+                                 * sub-folders ".Name"): the name is the folder;
+                                 * one document per message, in delivery order;
+                                 * the queued size is the bytes of its messages */
+#define KSIMP_TYPE_EML 1201     /* one mail message in a file of its own (.eml) */
 
 /* ---- Import locations (argument 4 of KSIMP_AddFileToImport) ------------ */
 #define KSIMP_LOC_END 1            /* end of the database */
@@ -597,7 +602,8 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * Each profile imports into the database it names: the host's own database
  * (given here or with KSIMP_AddKSFileHandle) when it is the same file, else
  * the library opens and closes it.  Eudora profiles read their mailboxes as
- * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX;
+ * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX,
+ * Maildir profiles their folders as KSIMP_TYPE_MAILDIR;
  * Outlook profiles read the folders of their .pst/.ost file (MAILROOT: the
  * file; FOLDER=Inbox/Projects per folder, or ALL=Yes for every one) as
  * KSIMP_TYPE_OUTLOOK_FOLDER, new messages by the start date alone;
@@ -611,7 +617,8 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * none).  After each successful run its start date becomes the day of that
  * run, and the library remembers beside the profile how far each mailbox was
  * read: the next run reads only what was appended since, even on the same
- * day.  A mailbox that was rewritten in the meantime (compacted, replaced)
+ * day (for a Maildir: the messages delivered since the second the last
+ * run began in).  A mailbox that was rewritten in the meantime (compacted, replaced)
  * is read again from its start, taking the messages dated on or after the
  * start date.  A run that fails leaves the start date as it was. */
 
@@ -622,6 +629,10 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
 #define KSIMP_MAIL_EUDORA 1403
 #define KSIMP_MAIL_POCOMAIL 1404
 #define KSIMP_MAIL_IMAP 1405
+/* Added by this library: */
+#define KSIMP_MAIL_MAILDIR 1406 /* Maildir folders: each MAILBOX (or FOLDER) entry
+                                 * is a Maildir, ALL=Yes is the Maildir MAILROOT;
+                                 * Maildir++ sub-folders are imported with it */
 
 /* Message selections (a profile's TYPE_MSG). */
 #define KSIMP_SELECT_NEW 0     /* new messages since DATE_START */

@@ -39,6 +39,7 @@ shared_folders() {
     source_text) echo csv fixed html rtf ;;
     mailbox_reader) echo mbox eudora ;;
     mail_message) echo eml eudora maildir ;;
+    maildir_message) echo eml maildir ;;
     mime_message) echo eml mbox eudora maildir ;;
     mime_decoding) echo eml ;;
     dbase_table) echo dbf ;;

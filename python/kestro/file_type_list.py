@@ -107,14 +107,23 @@ _TABLE_TYPES = {"mdb": c.TYPE_ACCESS, "accdb": c.TYPE_ACCESS, "xls": c.TYPE_EXCE
                 "xlsx": c.TYPE_EXCEL, "dbf": c.TYPE_DBASE, "db": c.TYPE_PARADOX}
 
 
+# Mail kept one message to a file, which the offered list leaves out too.
+_MAIL_TYPES = {"eml": c.TYPE_EML}
+
+
 def type_for_path(path):
-    """The first offered type whose extensions hold the file's, else the
-    table type of a table file's extension; plain text when none fits."""
-    extension = os.path.splitext(os.fspath(path))[1].lower().lstrip(".")
+    """A Maildir for a folder holding cur/ or new/; else the first offered
+    type whose extensions hold the file's, else the table or mail type of
+    its extension; plain text when none fits."""
+    path = os.fspath(path)
+    if os.path.isdir(path) and any(os.path.isdir(os.path.join(path, sub))
+                                   for sub in ("cur", "new")):
+        return c.TYPE_MAILDIR
+    extension = os.path.splitext(path)[1].lower().lstrip(".")
     for file_type in file_types():
         if extension in (e.lower() for e in file_type.extensions):
             return file_type.number
-    return _TABLE_TYPES.get(extension, c.TYPE_TEXT)
+    return _TABLE_TYPES.get(extension, _MAIL_TYPES.get(extension, c.TYPE_TEXT))
 
 
 def option_mask(file_type):

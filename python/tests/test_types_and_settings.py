@@ -19,6 +19,15 @@ def test_the_type_list_gives_numbers_names_extensions_and_options():
     assert kestro.TYPE_FIXED_WIDTH not in types
 
 
+def test_mail_kept_one_message_to_a_file_is_found_by_itself(tmp_path):
+    from kestro.file_type_list import type_for_path
+    (tmp_path / "Maildir" / "cur").mkdir(parents=True)
+    assert type_for_path(tmp_path / "Maildir") == kestro.TYPE_MAILDIR
+    assert type_for_path(tmp_path / "saved.EML") == kestro.TYPE_EML
+    assert type_for_path(tmp_path) == kestro.TYPE_TEXT
+    assert kestro.short_names()["maildir"] == kestro.TYPE_MAILDIR
+
+
 def test_a_settings_file_round_trips_and_imports_fields(db, tmp_path):
     settings = tmp_path / "people.ksi"
     kestro.write_settings(settings, names="Name,Skip,Home Phone")

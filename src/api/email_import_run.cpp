@@ -22,6 +22,8 @@
 #include "importers/mail/email_profiles.h"
 #include "importers/mail/mailbox_checkpoints.h"
 #include "importers/mail/outlook_import.h"
+#include "importers/mail/maildir_checkpoint.h"
+#include "importers/mail/maildir_tree.h"
 #include "importers/mail/private_file.h"
 #include "ks_eng5.h"
 
@@ -55,6 +57,8 @@ uint64_t MailboxBytes(const EmailProfile& profile) {
     struct stat info {};
     if (::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
       total += static_cast<uint64_t>(info.st_size);
+    } else if (profile.type == mail_application::kMaildir) {
+      total += MaildirTree::MessageBytes(file);
     }
   }
   return total;
@@ -268,6 +272,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   const CEmailProfiles profiles(email_profile_requests::ProfileFolder());
   const bool new_only = profile.selection == message_selection::kNewMessages;
   const bool eudora = file_type == KSIMP_TYPE_EUDORA;
+  // A Maildir is a folder of message files, read from a second on rather
+  // than from an offset (maildir_checkpoint.h).
+  const bool maildir = file_type == KSIMP_TYPE_MAILDIR;
   const fs::path state_file = profiles.StateFileOf(name);
   std::string why;
   MailboxCheckpoints checkpoints;
@@ -288,7 +295,8 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   }
   for (const auto& [file, folder] : sources) {
     struct stat info {};
-    if (::stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (::stat(file.c_str(), &info) != 0 ||
+        !(maildir ? S_ISDIR(info.st_mode) : S_ISREG(info.st_mode))) {
       RecordError(handle, error_code::kCannotOpenFile);
       AddLogText(handle,
                  AsLogLine(ProfileMessage(error_code::kProfileCannotOpenMailbox, name, file)));
@@ -305,7 +313,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     record.import_attachments = profile.option_import_attach;
     record.imap_mailbox = folder;
     if (new_only) {
-      const ResumePoint resume = outlook ? ResumePoint{} : checkpoints.ResumeAt(file, eudora);
+      const ResumePoint resume = outlook   ? ResumePoint{}
+                                 : maildir ? MaildirResumePoint(checkpoints, file)
+                                           : checkpoints.ResumeAt(file, eudora);
       if (resume.kind == ResumePoint::Kind::kNothingNew) continue;
       if (resume.kind == ResumePoint::Kind::kFromOffset) {
         record.start_offset = resume.offset;
@@ -316,19 +326,21 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       record.message_date_from = profile.date_start ? FormatProfileDate(*profile.date_start) : "";
       record.message_date_to = profile.date_end ? FormatProfileDate(*profile.date_end) : "";
     }
-    if (info.st_size == 0) {
+    const auto take_checkpoint = [&] {
+      return maildir ? TakeMaildirCheckpoint(file, static_cast<uint64_t>(std::time(nullptr)))
+                     : MailboxCheckpoints::Take(file);
+    };
+    if ((maildir ? MaildirTree::MessageBytes(file) : static_cast<uint64_t>(info.st_size)) == 0) {
       AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, file)));
       if (new_only && !outlook) {
-        if (auto now = MailboxCheckpoints::Take(file)) {
+        if (auto now = take_checkpoint()) {
           checkpoints.Set(std::move(*now));
           checkpoints_moved = true;
         }
       }
       continue;
     }
-    if (auto now = outlook ? std::nullopt : MailboxCheckpoints::Take(file)) {
-      reached[file] = std::move(*now);
-    }
+    if (auto now = outlook ? std::nullopt : take_checkpoint()) reached[file] = std::move(*now);
     std::string warning;
     file_type_offers::ApplyFileTypeOptions(record, &warning);
     if (!warning.empty()) AddLogText(handle, warning + "\r\n");

@@ -24,6 +24,7 @@
 #include "core/message_texts.h"
 #include "core/source_decoding.h"
 #include "importers/mail/outlook_import.h"
+#include "importers/mail/maildir_tree.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -153,10 +154,14 @@ void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
     }
     struct stat info {};
     if (::stat(name.c_str(), &info) != 0) continue;
-    if (S_ISREG(info.st_mode)) size += static_cast<uint64_t>(info.st_size);
-    // An Outlook Express store folder is read folder file by folder file.
-    if (S_ISDIR(info.st_mode) && record.file_type == KSIMP_TYPE_OUTLOOK_EXPRESS) {
+    if (S_ISREG(info.st_mode)) {
+      size += static_cast<uint64_t>(info.st_size);
+    } else if (S_ISDIR(info.st_mode) && record.file_type == KSIMP_TYPE_OUTLOOK_EXPRESS) {
+      // An Outlook Express store folder is read folder file by folder file.
       size += SizeOfFilesIn(name, ".dbx");
+    } else if (S_ISDIR(info.st_mode) && record.file_type == KSIMP_TYPE_MAILDIR) {
+      // A Maildir is a folder: its size is that of its messages.
+      size += MaildirTree::MessageBytes(name);
     }
   }
   handles_.AddTotalBytes(handle, size);

@@ -9,6 +9,8 @@
 #include "importers/documents/win_three_import.h"
 #include "importers/documents/word8_import.h"
 #include "importers/documents/wordperfect_import.h"
+#include "importers/mail/eml_import.h"
+#include "importers/mail/maildir_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
 #include "importers/mail/outlook_import.h"
@@ -148,6 +150,14 @@ constexpr FileTypeRow kRows[] = {
     // ---- Added by this library ----------------------------------------------
     {KSIMP_TYPE_ODBC, "odbc", "", "", "", kEveryOption, kNo, false, "CImpADO", Create<CImpADO>,
      false, 0},
+    // Mail kept one message to a file: a Maildir folder (cur/, new/ and its
+    // Maildir++ sub-folders) and a single saved message (".eml").  Left out
+    // of the list the user is offered, which stays as users have always
+    // known it; hosts name them.
+    {KSIMP_TYPE_MAILDIR, "maildir", "", "", "", kEveryOption, kNo, false, "CIMPMaildirImport",
+     Create<CIMPMaildirImport>, false, 0},
+    {KSIMP_TYPE_EML, "eml", "", "", "", kEveryOption, kNo, false, "CIMPEmlImport",
+     Create<CIMPEmlImport>, false, 0},
 };
 
 bool SameIgnoringCase(std::string_view a, std::string_view b) {

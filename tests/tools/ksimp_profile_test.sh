@@ -59,6 +59,38 @@ contains lost-date-kept "$work/out" "DATE_START=02/03/2020"
 check run-unknown 1 "$ksimp" profile run Nobody --quiet
 contains run-unknown-said "$work/err" 'cannot run profile "Nobody"'
 
+# A Maildir profile of new messages: each message once, however often it
+# runs.  Deliveries here are a second older than the run that reads them (a
+# run keeps reading the second it listed in, maildir_checkpoint.h).
+deliver() {  # deliver SUBJECT: one message in new/, named as a delivery agent names it
+  printf 'Subject: %s
+From: a@example.com
+
+Text of %s.
+' "$1" "$1" \
+    >"$work/Maildir/new/$(date +%s).P$$Q$1.host"
+}
+mkdir -p "$work/Maildir/cur" "$work/Maildir/new" "$work/Maildir/tmp"
+deliver one
+deliver two
+mdb=$work/maildir.kst
+check create-maildir-db 0 "$ksimp" create "$mdb"
+check create-maildir 0 "$ksimp" profile create Home --mail-program maildir \
+  --mailbox "$work/Maildir" --database "$mdb" --select new
+contains create-maildir-type "$KESTRO_CONFIG_DIR/profiles/Home.emw" "TYPE=1406"
+sleep 1.1
+check run-maildir 0 "$ksimp" profile run Home --quiet
+contains run-maildir-count "$work/out" "2 document(s) added"
+check run-maildir-again 0 "$ksimp" profile run Home --quiet
+contains run-maildir-again-said "$work/out" '"Home" Profile - No new messages since last import.'
+deliver three
+sleep 1.1
+check run-maildir-new 0 "$ksimp" profile run Home --quiet
+contains run-maildir-new-count "$work/out" "1 document(s) added"
+# The same Maildir imported by hand: found to be one by itself.
+check import-maildir 0 "$ksimp" import "$mdb" "$work/Maildir" --quiet
+contains import-maildir-count "$work/out" "3 document(s) added"
+
 check delete 0 "$ksimp" profile delete Lost
 check delete-again 1 "$ksimp" profile delete Lost
 check list-after 0 "$ksimp" profile list

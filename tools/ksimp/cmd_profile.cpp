@@ -70,6 +70,27 @@ std::string LogText(uint32_t handle) {
   return buffer.data();
 }
 
+// The mail programs a profile may read, by the name --mail-program takes,
+// with their KSIMP_MAIL_ codes; what --mailbox and --mailroot name differs:
+// mailbox files for most, Maildir folders for "maildir".  Outlook (.pst),
+// Outlook Express (.dbx) and IMAP join this table, with the options they
+// need (an IMAP server and its user), when their sources are built.
+struct MailProgram {
+  const char* name;
+  int32_t code;
+};
+constexpr MailProgram kMailPrograms[] = {
+    {"eudora", KSIMP_MAIL_EUDORA},     {"mbox", KSIMP_MAIL_POCOMAIL},
+    {"netscape", KSIMP_MAIL_NETSCAPE}, {"pocomail", KSIMP_MAIL_POCOMAIL},
+    {"maildir", KSIMP_MAIL_MAILDIR},   {"outlook", KSIMP_MAIL_OUTLOOK},
+};
+
+std::vector<std::string> MailProgramNames() {
+  std::vector<std::string> names;
+  for (const MailProgram& program : kMailPrograms) names.emplace_back(program.name);
+  return names;
+}
+
 // The profile's settings from the options.
 struct CreateCommand {
   std::string name;
@@ -94,11 +115,10 @@ struct CreateCommand {
 
   std::string KeyValues() const {
     int32_t type = 0;
-    if (program == "eudora") type = KSIMP_MAIL_EUDORA;
-    if (program == "netscape") type = KSIMP_MAIL_NETSCAPE;
-    if (program == "pocomail" || program == "mbox") type = KSIMP_MAIL_POCOMAIL;
+    for (const MailProgram& known : kMailPrograms) {
+      if (program == known.name) type = known.code;
+    }
     const bool outlook = program == "outlook";
-    if (outlook) type = KSIMP_MAIL_OUTLOOK;
     int32_t selection = KSIMP_SELECT_ALL;
     if (select == "new") selection = KSIMP_SELECT_NEW;
     if (select == "between") selection = KSIMP_SELECT_BETWEEN;
@@ -205,12 +225,15 @@ void AddProfileCommand(CLI::App& parent) {
   create_cmd->add_option("NAME", create->name, "The profile's name")->required();
   create_cmd->add_option("--mail-program", create->program, "Where the mail comes from")
       ->required()
-      ->check(CLI::IsMember({"eudora", "mbox", "netscape", "outlook", "pocomail"}));
-  create_cmd->add_option("--mailbox", create->mailboxes, "A mailbox file to import (repeatable)");
+      ->check(CLI::IsMember(MailProgramNames()));
+  create_cmd->add_option("--mailbox", create->mailboxes,
+                         "A mailbox file to import (repeatable); for maildir, a Maildir folder");
   create_cmd->add_option("--folder", create->folders,
                          "Outlook: a folder of the --mailroot file, by its path below the top of "
                          "the personal folders, \"Inbox/Projects\" (repeatable)");
-  create_cmd->add_flag("--all", create->all, "Every mailbox under --mailroot (Outlook: every folder)");
+  create_cmd->add_flag("--all", create->all,
+                       "Every mailbox under --mailroot (Outlook: every folder; maildir: the "
+                       "Maildir --mailroot)");
   create_cmd->add_option("--mailroot", create->mail_root,
                          "The mail program's mail folder; for Outlook, the .pst or .ost file");
   create_cmd->add_option("--database", create->database, "The database to import into")->required();

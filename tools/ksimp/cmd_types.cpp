@@ -2,6 +2,7 @@
 // number, short name, extensions, description and the options it offers.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -61,7 +62,8 @@ void AddTypesCommand(CLI::App& parent) {
   CLI::App* cmd = parent.add_subcommand("types", "List the file types that can be imported");
   cmd->add_flag("--json", *json, "One JSON object per type and line");
   cmd->callback([json] {
-    for (const FileType& t : OfferedTypes()) {
+    const std::vector<FileType> types = OfferedTypes();
+    for (const FileType& t : types) {
       const std::string short_name = FileTypeShortName(t.number);
       if (*json) {
         std::string options;
@@ -80,6 +82,18 @@ void AddTypesCommand(CLI::App& parent) {
       for (const auto& o : t.options) options += (options.empty() ? "" : ", ") + o;
       fmt::print("       options: {}\n\n", options);
     }
+    if (*json) return;
+    // Types outside the list, which a host names: table files, fixed-width
+    // text, Maildir folders, single messages.
+    std::string others;
+    char name[256];
+    int32_t number = 0;
+    for (uint32_t i = 0; KSIMP_GetFileTypeShortName(i, &number, name, sizeof name) != 0; ++i) {
+      const bool listed = std::any_of(types.begin(), types.end(),
+                                      [number](const FileType& t) { return t.number == number; });
+      if (!listed) others += fmt::format("{}{} ({})", others.empty() ? "" : ", ", name, number);
+    }
+    if (!others.empty()) fmt::print("Also imported when named with --type: {}\n", others);
   });
 }
 

@@ -75,7 +75,18 @@ std::string FileTypeShortName(int32_t type) {
 }
 
 int32_t FileTypeForPath(const std::string& path) {
-  std::string extension = Lower(std::filesystem::path(path).extension().string());
+  // Mail kept one message to a file, which the offered list leaves out: a
+  // folder holding cur/ or new/ is a Maildir, an ".eml" file one message.
+  std::error_code ec;
+  const std::filesystem::path given(path);
+  if (std::filesystem::is_directory(given, ec)) {
+    if (std::filesystem::is_directory(given / "cur", ec) ||
+        std::filesystem::is_directory(given / "new", ec)) {
+      return KSIMP_TYPE_MAILDIR;
+    }
+  }
+  std::string extension = Lower(given.extension().string());
+  if (extension == ".eml") return KSIMP_TYPE_EML;
   if (!extension.empty()) extension.erase(0, 1);
   const uint32_t count = KSIMP_GetFileTypeCount();
   for (uint32_t i = 0; i < count; ++i) {

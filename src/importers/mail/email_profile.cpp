@@ -15,6 +15,10 @@ int32_t MailboxFileType(int32_t application) {
     case kNetscape:
     case kPocoMail:
       return KSIMP_TYPE_MBX;
+    case kMaildir:
+      return KSIMP_TYPE_MAILDIR;
+    // Outlook (.pst), Outlook Express (.dbx) and IMAP profiles get their
+    // file types here once their sources are built.
     default:
       return 0;
   }
@@ -34,6 +38,8 @@ std::string_view Name(int32_t application) {
       return "PocoMail";
     case kImap:
       return "IMAP";
+    case kMaildir:
+      return "Maildir";
     default:
       return {};
   }

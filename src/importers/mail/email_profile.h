@@ -22,9 +22,10 @@ inline constexpr int32_t kNetscape = KSIMP_MAIL_NETSCAPE;
 inline constexpr int32_t kEudora = KSIMP_MAIL_EUDORA;
 inline constexpr int32_t kPocoMail = KSIMP_MAIL_POCOMAIL;
 inline constexpr int32_t kImap = KSIMP_MAIL_IMAP;
+inline constexpr int32_t kMaildir = KSIMP_MAIL_MAILDIR;
 
-// The file type the application's mailboxes (or Outlook's folders) import
-// as, or 0 for an application this library cannot read.
+// The file type the application's mailboxes (files, folders, or Outlook's
+// folders) import as, or 0 for an application this library cannot read yet.
 int32_t MailboxFileType(int32_t application);
 // "Eudora", "IMAP", ...; empty for an unknown code.
 std::string_view Name(int32_t application);

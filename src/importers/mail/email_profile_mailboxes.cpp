@@ -77,6 +77,11 @@ std::vector<std::string> SelectedMailboxFiles(const EmailProfile& profile) {
   const bool eudora = profile.type == mail_application::kEudora;
   std::vector<std::string> files;
   const auto add_folder = [&](const std::string& folder) {
+    // A Maildir is a mailbox itself, whose importer walks its sub-folders.
+    if (profile.type == mail_application::kMaildir) {
+      files.push_back(folder);
+      return;
+    }
     if (!MailboxesIn(folder, eudora, &files)) files.push_back(folder);
   };
   if (profile.all) {

@@ -1,6 +1,8 @@
 // The mailbox files an e-mail profile selects: each MAILBOX entry, the
 // mailboxes found in each FOLDER entry, or with ALL every mailbox of the mail
-// store (MAILROOT).  Entries that are not absolute paths lie under MAILROOT.
+// store (MAILROOT).  For a Maildir profile every entry, and MAILROOT with
+// ALL, is a Maildir folder, listed as it is.  Entries that are not absolute
+// paths lie under MAILROOT.
 #pragma once
 
 #include <string>

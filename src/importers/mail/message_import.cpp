@@ -37,7 +37,7 @@ MessageDayRange CIMPMessageImport::DayRange(const std::string& from, const std::
     if (!parsed) {
       Log(fmt::format("{}: the date \"{}\" of the date range is not a day written MM/DD/YYYY; "
                       "that end of the range is left open.",
-                      Source().path(), text));
+                      Options().file_name, text));
     }
     return parsed;
   };
@@ -138,7 +138,7 @@ CIMPMessageImport::Outcome CIMPMessageImport::SaveMessage(
 
 void CIMPMessageImport::EndMessages() {
   if (skipped_ > 0) {
-    Log(fmt::format("{}: {} messages outside the date range were skipped.", Source().path(),
+    Log(fmt::format("{}: {} messages outside the date range were skipped.", Options().file_name,
                     skipped_));
   }
 }
