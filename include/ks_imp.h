@@ -70,6 +70,16 @@ extern "C" {
 #define KSIMP_ERR_OPEN_FILE 11024u        /* a source file could not be opened */
 #define KSIMP_ERR_UNKNOWN_CHARSET 11030u  /* no character set of that name */
 #define KSIMP_ERR_UNSUPPORTED_TYPE 12003u /* file of an unsupported type */
+/* IMAP servers (KSIMP_TYPE_IMAP_SERVER, IMAP profiles); the log names the
+ * server and gives libcurl's or the server's own words. */
+#define KSIMP_ERR_IMAP_CONNECT 14600u         /* no connection: refused, unknown host, firewall */
+#define KSIMP_ERR_IMAP_LOGIN 14601u           /* user name or password refused */
+#define KSIMP_ERR_IMAP_TIMEOUT 14602u         /* no answer in time */
+#define KSIMP_ERR_IMAP_CONNECTION_LOST 14603u /* the connection ended in the middle */
+#define KSIMP_ERR_IMAP_CERTIFICATE 14604u     /* the server's certificate is not trusted */
+#define KSIMP_ERR_IMAP_NO_TLS 14605u          /* no STARTTLS offered */
+#define KSIMP_ERR_IMAP_MAILBOX 14606u         /* the mailbox cannot be opened */
+#define KSIMP_ERR_IMAP_BAD_REPLY 14607u       /* a reply that cannot be read */
 
 /* Results of KSIMP_GetLogData. */
 #define KSIMP_LOG_NONE 0u      /* no log text for the handle */
@@ -145,12 +155,13 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
 /* Queues one source (or several names separated by "|"; blanks after a bar
  * are dropped) for the import handle.  Returns 1 when queued, else 0 with:
  *   95    `file_name` is NULL or empty;
- *   11005 the handle is unknown, or the file type is KSIMP_TYPE_IMAP_SERVER
- *         (IMAP servers are not supported yet).
+ *   11005 the handle is unknown;
+ *   14600-14607 an IMAP server (KSIMP_TYPE_IMAP_SERVER) could not be read.
  * The handle's total bytes grow by the source's size: the file length of
  * each name (a file that cannot be examined counts 0 and its cause is added
  * to the log; it is queued anyway, and the import reports it), or 2000 for
- * an Outlook folder (KSIMP_TYPE_OUTLOOK_FOLDER).  NULL strings are kept as
+ * an Outlook folder (KSIMP_TYPE_OUTLOOK_FOLDER), or the messages of an IMAP
+ * mailbox (see "IMAP servers" below).  NULL strings are kept as
  * empty strings.
  *
  * Arguments, in order:
@@ -260,6 +271,34 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
  * error 11030 recorded against the handle and a log line naming it, for a
  * character set nobody knows; the sources then keep the previous setting. */
 KSIMP_API uint32_t KSIMP_SetSourceCharset(uint32_t handle, const char* charset);
+
+/* ---- IMAP servers (KSIMP_TYPE_IMAP_SERVER) ------------------------------ */
+/* An IMAP source is queued with KSIMP_AddFileToImport: the file name only
+ * names it for the host (non-empty); arguments 25 to 33 say where it is:
+ *   25 the server: "host", "host:port", "imap://host[:port]" or
+ *      "imaps://host[:port]".  imaps (or port 993) speaks TLS from the
+ *      start; otherwise the connection must switch to TLS with STARTTLS
+ *      before the login (a server that does not offer it is refused);
+ *   26, 27 the user name and password; 28 the mailbox (NULL or "": INBOX);
+ *   29 the firewall (proxy) "host[:port]", 30 and 31 its user name and
+ *      password, 32 its type: KSIMP_FIREWALL_ below;
+ *   33 the port (0: the server text's, else 143, or 993 for imaps).
+ * Queuing connects, logs in and counts the mailbox's messages, which the
+ * total bytes grow by; when that fails nothing is queued and 0 is returned
+ * with one of the KSIMP_ERR_IMAP_ codes recorded and a log line saying why.
+ * The import fetches the messages without changing anything on the server
+ * (none is marked read); a connection that fails in the middle ends it with
+ * its error, keeping every message imported before. */
+#define KSIMP_FIREWALL_NONE 0
+#define KSIMP_FIREWALL_HTTP_TUNNEL 1 /* an HTTP proxy, through CONNECT */
+#define KSIMP_FIREWALL_SOCKS4 2
+#define KSIMP_FIREWALL_SOCKS5 3
+
+/* Whether the IMAP sources queued after this call check their server's TLS
+ * certificate (check non-zero, the default) or accept any certificate
+ * (0: for a server whose certificate is of its own making, on a network the
+ * user trusts).  Returns 1, or 0 for an unknown handle. */
+KSIMP_API uint32_t KSIMP_SetImapCertificateCheck(uint32_t handle, int32_t check);
 
 /* ---- Attachment files named in messages -------------------------------- */
 /* A mail message may name files the mail program saved (its attachments);

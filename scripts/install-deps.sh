@@ -13,6 +13,8 @@ packages=(
   unixodbc-dev odbcinst                # database tables: any ODBC data source, the driver list
   mdbtools-dev                         # database tables: Access .mdb/.accdb (libmdb)
   libzip-dev libpugixml-dev            # database tables: Excel .xlsx
+  libcurl4-openssl-dev                 # IMAP servers
+  dovecot-imapd openssl                # tests, benchmarks: a real IMAP server, its certificate
   libsqliteodbc odbc-postgresql postgresql  # tests: real ODBC drivers and a real server
   python3-dbfread python3-xlrd python3-openpyxl mdbtools  # tests, benchmarks: independent readers
   libgtest-dev libgmock-dev

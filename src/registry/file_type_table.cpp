@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "importers/mail/imap_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
@@ -127,8 +128,8 @@ constexpr FileTypeRow kRows[] = {
      nullptr, false, 0},
     {KSIMP_TYPE_WIN_THREE, "", "", "", "", kEveryOption, kNo, false, "CIMPWinThree", nullptr, false,
      0},
-    {KSIMP_TYPE_IMAP_SERVER, "", "", "", "", kEveryOption, kNo, false, "CImapEmail", nullptr, false,
-     0},
+    {KSIMP_TYPE_IMAP_SERVER, "imap", "", "", "", kEveryOption, kNo, false, "CImapEmail",
+     Create<CImapEmail>, false, 0},
     // Picked from the lists of database tables; each imports as its family.
     {KSIMP_TYPE_DBASE_ALIAS, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, false,
      KSIMP_TYPE_DBASE},
