@@ -618,9 +618,10 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * Each profile imports into the database it names: the host's own database
  * (given here or with KSIMP_AddKSFileHandle) when it is the same file, else
  * the library opens and closes it.  Eudora profiles read their mailboxes as
- * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX;
- * Outlook, Outlook Express and IMAP profiles cannot be run by this build
- * (error 12003 and a log line).  Per profile the log of `h` says what
+ * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX,
+ * IMAP profiles their server's mailboxes as KSIMP_TYPE_IMAP_SERVER; Outlook
+ * and Outlook Express profiles cannot be run by this build (error 12003 and
+ * a log line).  Per profile the log of `h` says what
  * happened in the profile messages below (a profile's name in place of the
  * first %s) and how many documents it added.
  *
@@ -628,8 +629,8 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * message dated on or after its start date (every message when it has
  * none).  After each successful run its start date becomes the day of that
  * run, and the library remembers beside the profile how far each mailbox was
- * read: the next run reads only what was appended since, even on the same
- * day.  A mailbox that was rewritten in the meantime (compacted, replaced)
+ * read (for an IMAP mailbox, the last UID taken): the next run reads only
+ * what was appended since, even on the same day.  A mailbox that was rewritten in the meantime (compacted, replaced)
  * is read again from its start, taking the messages dated on or after the
  * start date.  A run that fails leaves the start date as it was. */
 
@@ -737,7 +738,10 @@ KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle);
  *   MAILBOX=<mailbox file> or FOLDER=<folder of mailboxes> line each
  *   (paths relative to MAILROOT when not absolute); for IMAP:
  *   IMAP_SERVER, IMAP_USER, IMAP_PASSWORD, TYPE_FIREWALL, FIREWALL_PORT,
- *   FIREWALL_SERVER, FIREWALL_USER, FIREWALL_PASSWORD, FIREWALL_DATA.
+ *   FIREWALL_SERVER, FIREWALL_USER, FIREWALL_PASSWORD, FIREWALL_DATA,
+ *   IMAP_VERIFY_CERTIFICATE=<Yes or No> (No: accept any certificate); the
+ *   server text and firewall types as for KSIMP_TYPE_IMAP_SERVER, the
+ *   server's mailboxes as MAILBOX lines (none: INBOX).
  * Passwords are given in plain text; the file keeps them scrambled.  With
  * `replace` non-zero a profile of the same name is overwritten, keeping its
  * place in the list (and what its runs remembered); otherwise the profile
