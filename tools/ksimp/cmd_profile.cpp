@@ -15,6 +15,7 @@
 
 #include "commands.h"
 #include "database.h"
+#include "imap_source.h"
 #include "ks_imp.h"
 #include "progress_display.h"
 
@@ -86,6 +87,10 @@ struct CreateCommand {
   bool import_attachments = false;
   std::string location = "end";
   bool replace = false;
+  // IMAP servers.
+  std::string server;
+  std::string password_file;
+  bool no_certificate_check = false;
 
   static std::string Absolute(const std::string& path) {
     return std::filesystem::absolute(path).lexically_normal().string();
@@ -96,6 +101,7 @@ struct CreateCommand {
     if (program == "eudora") type = KSIMP_MAIL_EUDORA;
     if (program == "netscape") type = KSIMP_MAIL_NETSCAPE;
     if (program == "pocomail" || program == "mbox") type = KSIMP_MAIL_POCOMAIL;
+    if (program == "imap") type = KSIMP_MAIL_IMAP;
     int32_t selection = KSIMP_SELECT_ALL;
     if (select == "new") selection = KSIMP_SELECT_NEW;
     if (select == "between") selection = KSIMP_SELECT_BETWEEN;
@@ -105,11 +111,19 @@ struct CreateCommand {
     if (selection == KSIMP_SELECT_ALL && (!from.empty() || !to.empty())) {
       throw HostError("--from and --to go with --select new or between", 2);
     }
-    if (all == !mailboxes.empty()) throw HostError("give --mailbox FILE... or --all", 2);
+    const bool imap = type == KSIMP_MAIL_IMAP;
+    if (imap && (all || !mail_root.empty())) {
+      throw HostError("an IMAP profile names its server's mailboxes with --mailbox", 2);
+    }
+    if (!imap && all == !mailboxes.empty()) throw HostError("give --mailbox FILE... or --all", 2);
     if (all && mail_root.empty()) throw HostError("--all needs --mailroot DIR", 2);
+    if (imap != !server.empty()) {
+      throw HostError("--server imap[s]://USER@HOST[:PORT] goes with --mail-program imap", 2);
+    }
 
     std::string text = fmt::format("TYPE={}\nNAME={}\nNAME_KESTRO={}\nTYPE_MSG={}\n", type, name,
                                    Absolute(database), selection);
+    if (imap) text += ImapKeyValues();
     if (!from.empty()) text += fmt::format("DATE_START={}\n", from);
     if (!to.empty()) text += fmt::format("DATE_END={}\n", to);
     text += fmt::format(
@@ -120,9 +134,28 @@ struct CreateCommand {
     if (!mail_root.empty()) text += fmt::format("MAILROOT={}\n", Absolute(mail_root));
     if (all) text += "ALL=Yes\n";
     for (const std::string& mailbox : mailboxes) {
-      text += fmt::format("MAILBOX={}\n", Absolute(mailbox));
+      text += fmt::format("MAILBOX={}\n", imap ? mailbox : Absolute(mailbox));
     }
     return text;
+  }
+
+  // The server, its login and the certificate check; the password is read
+  // from the file or the terminal, never from the command line.
+  std::string ImapKeyValues() const {
+    const ImapSource source = ParseImapUrl(IsImapUrl(server) ? server : "imap://" + server);
+    if (source.mailbox != "INBOX") {
+      throw HostError("the server's mailboxes are named with --mailbox, not in --server", 2);
+    }
+    const std::string password = ReadImapPassword(
+        password_file, fmt::format("Password of {} on {}: ", source.user, source.server));
+    for (const std::string* value : {&source.server, &source.user, &password}) {
+      if (value->find_first_of("\r\n") != std::string::npos) {
+        throw HostError("the server, user and password are each one line", 2);
+      }
+    }
+    return fmt::format("IMAP_SERVER={}\nIMAP_USER={}\nIMAP_PASSWORD={}\n{}", source.server,
+                       source.user, password,
+                       no_certificate_check ? "IMAP_VERIFY_CERTIFICATE=No\n" : "");
   }
 
   void Run() const {
@@ -193,8 +226,18 @@ void AddProfileCommand(CLI::App& parent) {
   create_cmd->add_option("NAME", create->name, "The profile's name")->required();
   create_cmd->add_option("--mail-program", create->program, "Where the mail comes from")
       ->required()
-      ->check(CLI::IsMember({"eudora", "mbox", "netscape", "pocomail"}));
-  create_cmd->add_option("--mailbox", create->mailboxes, "A mailbox file to import (repeatable)");
+      ->check(CLI::IsMember({"eudora", "mbox", "netscape", "pocomail", "imap"}));
+  create_cmd->add_option("--mailbox", create->mailboxes,
+                         "A mailbox file to import, or a mailbox of the IMAP server (repeatable; "
+                         "an IMAP profile without one reads INBOX)");
+  create_cmd->add_option("--server", create->server,
+                         "IMAP: the server as imap://USER@HOST[:PORT] (STARTTLS) or "
+                         "imaps://USER@HOST[:PORT]");
+  create_cmd->add_option("--password-file", create->password_file,
+                         "IMAP: read the password from the first line of this file (without it, "
+                         "it is asked for at the terminal); the profile keeps it scrambled");
+  create_cmd->add_flag("--no-certificate-check", create->no_certificate_check,
+                       "IMAP: accept any certificate of the server (one of its own making)");
   create_cmd->add_flag("--all", create->all, "Every mailbox under --mailroot");
   create_cmd->add_option("--mailroot", create->mail_root, "The mail program's mail folder");
   create_cmd->add_option("--database", create->database, "The database to import into")->required();
