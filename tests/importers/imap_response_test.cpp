@@ -22,7 +22,7 @@ std::vector<ImapResponse> ReadAll(ImapResponseReader& reader) {
 
 // A FETCH whose literal holds lines that look like responses of their own.
 const std::string kFetchWithTrickyBody =
-    "* 1 FETCH (FLAGS (\\Seen) UID 7 BODY[] {40}\r\n"
+    "* 1 FETCH (FLAGS (\\Seen) UID 7 BODY[] {37}\r\n"
     "K2 OK not the end\r\n"
     "* 9 EXISTS\r\n"
     "{99}\r\n"

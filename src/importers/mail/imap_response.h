@@ -30,7 +30,8 @@ struct ImapResponse {
 
 class ImapResponseReader {
  public:
-  static constexpr size_t kLongestLine = size_t{1} << 20;
+  // A SEARCH of every UID of a mailbox of millions of messages is one line.
+  static constexpr size_t kLongestLine = size_t{64} << 20;
   static constexpr size_t kLargestLiteral = size_t{512} << 20;
 
   explicit ImapResponseReader(size_t longest_line = kLongestLine,
