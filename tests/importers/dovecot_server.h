@@ -15,6 +15,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <grp.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
@@ -212,8 +213,10 @@ class DovecotServer {
       user_lines = "default_login_user = dovenull\ndefault_internal_user = dovecot\n";
     } else {
       const passwd* me = ::getpwuid(::getuid());
+      const group* mine = ::getgrgid(::getgid());
       const std::string name = me != nullptr ? me->pw_name : "nobody";
-      user_lines = "default_login_user = " + name + "\ndefault_internal_user = " + name + "\n";
+      user_lines = "default_login_user = " + name + "\ndefault_internal_user = " + name +
+                   "\ndefault_internal_group = " + (mine != nullptr ? mine->gr_name : name) + "\n";
     }
     const std::string dir = dir_.path().string();
     std::ofstream(dir_.file("passwd"));

@@ -192,7 +192,7 @@ bool ImapConnection::Send(std::string_view command, std::string* tag) {
 }
 
 std::optional<ImapResponse> ImapConnection::Receive() {
-  std::string block(kReceiveBlock, '\0');
+  if (block_.size() != kReceiveBlock) block_.resize(kReceiveBlock);
   while (curl_ != nullptr) {
     if (std::optional<ImapResponse> response = reader_.Next()) return response;
     if (reader_.Failed()) {
@@ -200,7 +200,7 @@ std::optional<ImapResponse> ImapConnection::Receive() {
       return std::nullopt;
     }
     size_t got = 0;
-    const CURLcode code = curl_easy_recv(Handle(curl_), block.data(), block.size(), &got);
+    const CURLcode code = curl_easy_recv(Handle(curl_), block_.data(), block_.size(), &got);
     if (code == CURLE_AGAIN) {
       if (!Wait(/*for_writing=*/false)) return std::nullopt;
       continue;
@@ -213,7 +213,7 @@ std::optional<ImapResponse> ImapConnection::Receive() {
       Fail(ImapFailure::Kind::kLost, "the server closed the connection");
       return std::nullopt;
     }
-    reader_.Feed(std::string_view(block.data(), got));
+    reader_.Feed(std::string_view(block_.data(), got));
   }
   return std::nullopt;
 }

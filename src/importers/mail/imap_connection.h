@@ -84,6 +84,7 @@ class ImapConnection {
   StopTest stop_;
   void* curl_ = nullptr;  // CURL*, kept out of this header
   ImapResponseReader reader_;
+  std::vector<char> block_;  // what one read from the connection takes
   uint32_t next_tag_ = 1;
   ImapFailure failure_;
 };
