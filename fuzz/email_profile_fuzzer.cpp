@@ -44,6 +44,7 @@ EmailProfile AsWritten(EmailProfile p) {
     p.firewall_user.clear();
     p.firewall_password.clear();
     p.firewall_data.clear();
+    p.imap_verify_certificate = true;
   }
   if (p.selection != message_selection::kBetweenDates) {
     p.date_start_comp.reset();

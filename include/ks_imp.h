@@ -71,6 +71,16 @@ extern "C" {
 #define KSIMP_ERR_OPEN_FILE 11024u        /* a source file could not be opened */
 #define KSIMP_ERR_UNKNOWN_CHARSET 11030u  /* no character set of that name */
 #define KSIMP_ERR_UNSUPPORTED_TYPE 12003u /* file of an unsupported type */
+/* IMAP servers (KSIMP_TYPE_IMAP_SERVER, IMAP profiles); the log names the
+ * server and gives libcurl's or the server's own words. */
+#define KSIMP_ERR_IMAP_CONNECT 14600u         /* no connection: refused, unknown host, firewall */
+#define KSIMP_ERR_IMAP_LOGIN 14601u           /* user name or password refused */
+#define KSIMP_ERR_IMAP_TIMEOUT 14602u         /* no answer in time */
+#define KSIMP_ERR_IMAP_CONNECTION_LOST 14603u /* the connection ended in the middle */
+#define KSIMP_ERR_IMAP_CERTIFICATE 14604u     /* the server's certificate is not trusted */
+#define KSIMP_ERR_IMAP_NO_TLS 14605u          /* no STARTTLS offered */
+#define KSIMP_ERR_IMAP_MAILBOX 14606u         /* the mailbox cannot be opened */
+#define KSIMP_ERR_IMAP_BAD_REPLY 14607u       /* a reply that cannot be read */
 
 /* Results of KSIMP_GetLogData. */
 #define KSIMP_LOG_NONE 0u      /* no log text for the handle */
@@ -151,14 +161,15 @@ KSIMP_API uint32_t KSIMP_InitImportUsingFileHandle(uint32_t database);
 /* Queues one source (or several names separated by "|"; blanks after a bar
  * are dropped) for the import handle.  Returns 1 when queued, else 0 with:
  *   95    `file_name` is NULL or empty;
- *   11005 the handle is unknown, or the file type is KSIMP_TYPE_IMAP_SERVER
- *         (IMAP servers are not supported yet).
+ *   11005 the handle is unknown;
+ *   14600-14607 an IMAP server (KSIMP_TYPE_IMAP_SERVER) could not be read.
  * The handle's total bytes grow by the source's size: the file length of
  * each name (a file that cannot be examined counts 0 and its cause is added
  * to the log; it is queued anyway, and the import reports it), or for an
  * Outlook file (KSIMP_TYPE_OUTLOOK_FOLDER) the number of items of the folder
- * it names (2000 when the file or folder cannot be read).  NULL strings are
- * kept as empty strings.
+ * it names (2000 when the file or folder cannot be read), or the messages of
+ * an IMAP mailbox (see "IMAP servers" below).  NULL strings are kept as
+ * empty strings.
  *
  * Arguments, in order:
  *  1 handle                import handle
@@ -270,6 +281,34 @@ KSIMP_API uint32_t KSIMP_AddFileToImport(
  * error 11030 recorded against the handle and a log line naming it, for a
  * character set nobody knows; the sources then keep the previous setting. */
 KSIMP_API uint32_t KSIMP_SetSourceCharset(uint32_t handle, const char* charset);
+
+/* ---- IMAP servers (KSIMP_TYPE_IMAP_SERVER) ------------------------------ */
+/* An IMAP source is queued with KSIMP_AddFileToImport: the file name only
+ * names it for the host (non-empty); arguments 25 to 33 say where it is:
+ *   25 the server: "host", "host:port", "imap://host[:port]" or
+ *      "imaps://host[:port]".  imaps (or port 993) speaks TLS from the
+ *      start; otherwise the connection must switch to TLS with STARTTLS
+ *      before the login (a server that does not offer it is refused);
+ *   26, 27 the user name and password; 28 the mailbox (NULL or "": INBOX);
+ *   29 the firewall (proxy) "host[:port]", 30 and 31 its user name and
+ *      password, 32 its type: KSIMP_FIREWALL_ below;
+ *   33 the port (0: the server text's, else 143, or 993 for imaps).
+ * Queuing connects, logs in and counts the mailbox's messages, which the
+ * total bytes grow by; when that fails nothing is queued and 0 is returned
+ * with one of the KSIMP_ERR_IMAP_ codes recorded and a log line saying why.
+ * The import fetches the messages without changing anything on the server
+ * (none is marked read); a connection that fails in the middle ends it with
+ * its error, keeping every message imported before. */
+#define KSIMP_FIREWALL_NONE 0
+#define KSIMP_FIREWALL_HTTP_TUNNEL 1 /* an HTTP proxy, through CONNECT */
+#define KSIMP_FIREWALL_SOCKS4 2
+#define KSIMP_FIREWALL_SOCKS5 3
+
+/* Whether the IMAP sources queued after this call check their server's TLS
+ * certificate (check non-zero, the default) or accept any certificate
+ * (0: for a server whose certificate is of its own making, on a network the
+ * user trusts).  Returns 1, or 0 for an unknown handle. */
+KSIMP_API uint32_t KSIMP_SetImapCertificateCheck(uint32_t handle, int32_t check);
 
 /* ---- Attachment files named in messages -------------------------------- */
 /* A mail message may name files the mail program saved (its attachments);
@@ -603,11 +642,12 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * (given here or with KSIMP_AddKSFileHandle) when it is the same file, else
  * the library opens and closes it.  Eudora profiles read their mailboxes as
  * KSIMP_TYPE_EUDORA, Netscape and PocoMail profiles as KSIMP_TYPE_MBX,
- * Maildir profiles their folders as KSIMP_TYPE_MAILDIR;
+ * Maildir profiles their folders as KSIMP_TYPE_MAILDIR, IMAP profiles their
+ * server's mailboxes as KSIMP_TYPE_IMAP_SERVER;
  * Outlook profiles read the folders of their .pst/.ost file (MAILROOT: the
  * file; FOLDER=Inbox/Projects per folder, or ALL=Yes for every one) as
  * KSIMP_TYPE_OUTLOOK_FOLDER, new messages by the start date alone;
- * Outlook Express and IMAP profiles cannot be run by this build
+ * Outlook Express profiles cannot be run by this build
  * (error 12003 and a log line).  Per profile the log of `h` says what
  * happened in the profile messages below (a profile's name in place of the
  * first %s) and how many documents it added.
@@ -616,9 +656,10 @@ KSIMP_API uint32_t KSIMP_GetTableList(int32_t file_type, const char* connection,
  * message dated on or after its start date (every message when it has
  * none).  After each successful run its start date becomes the day of that
  * run, and the library remembers beside the profile how far each mailbox was
- * read: the next run reads only what was appended since, even on the same
- * day (for a Maildir: the messages delivered since the second the last
- * run began in).  A mailbox that was rewritten in the meantime (compacted, replaced)
+ * read (for an IMAP mailbox, the last UID taken): the next run reads only
+ * what was appended since, even on the same day (for a Maildir: the
+ * messages delivered since the second the last run began in).  A mailbox
+ * that was rewritten in the meantime (compacted, replaced)
  * is read again from its start, taking the messages dated on or after the
  * start date.  A run that fails leaves the start date as it was. */
 
@@ -730,7 +771,10 @@ KSIMP_API uint32_t KSIMP_GetEmailProfileCount(uint32_t handle);
  *   MAILBOX=<mailbox file> or FOLDER=<folder of mailboxes> line each
  *   (paths relative to MAILROOT when not absolute); for IMAP:
  *   IMAP_SERVER, IMAP_USER, IMAP_PASSWORD, TYPE_FIREWALL, FIREWALL_PORT,
- *   FIREWALL_SERVER, FIREWALL_USER, FIREWALL_PASSWORD, FIREWALL_DATA.
+ *   FIREWALL_SERVER, FIREWALL_USER, FIREWALL_PASSWORD, FIREWALL_DATA,
+ *   IMAP_VERIFY_CERTIFICATE=<Yes or No> (No: accept any certificate); the
+ *   server text and firewall types as for KSIMP_TYPE_IMAP_SERVER, the
+ *   server's mailboxes as MAILBOX lines (none: INBOX).
  * Passwords are given in plain text; the file keeps them scrambled.  With
  * `replace` non-zero a profile of the same name is overwritten, keeping its
  * place in the list (and what its runs remembered); otherwise the profile

@@ -16,6 +16,8 @@ packages=(
   libpff-dev libbfio-dev               # Outlook personal folders (.pst, .ost); libpff.h includes libbfio.h
   pff-tools                            # tests: pffexport, an independent reader of .pst files
   libfontconfig-dev                    # link documents: the machine's typefaces in the rich-text header
+  libcurl4-openssl-dev                 # IMAP servers
+  dovecot-imapd openssl                # tests, benchmarks: a real IMAP server, its certificate
   libsqliteodbc odbc-postgresql postgresql  # tests: real ODBC drivers and a real server
   python3-dbfread python3-xlrd python3-openpyxl mdbtools  # tests, benchmarks: independent readers
   libgtest-dev libgmock-dev

@@ -20,6 +20,8 @@
 #include "core/message_texts.h"
 #include "importers/mail/email_profile_mailboxes.h"
 #include "importers/mail/email_profiles.h"
+#include "importers/mail/imap_checkpoints.h"
+#include "importers/mail/imap_import.h"
 #include "importers/mail/mailbox_checkpoints.h"
 #include "importers/mail/outlook_import.h"
 #include "importers/mail/maildir_checkpoint.h"
@@ -94,9 +96,48 @@ bool IsRefusedForRights(uint32_t engine_error) {
          engine_error == KSENG_ERR_PASSWORD_REQUIRED || engine_error == KSENG_ERR_PASSWORD_WRONG;
 }
 
-MailboxCheckpoints ReadCheckpoints(const fs::path& file, std::string* why) {
-  const std::optional<std::string> text = ReadSmallFile(file, CEmailProfiles::kMaxFileBytes, why);
-  return text ? MailboxCheckpoints::Parse(*text) : MailboxCheckpoints();
+std::string ReadRunState(const fs::path& file, std::string* why) {
+  return ReadSmallFile(file, CEmailProfiles::kMaxFileBytes, why).value_or(std::string());
+}
+
+// The server mailboxes an IMAP profile names (MAILBOX and FOLDER entries
+// alike), INBOX when it names none.
+std::vector<std::string> ImapMailboxes(const EmailProfile& profile) {
+  std::vector<std::string> mailboxes;
+  for (const auto* entries : {&profile.mailboxes, &profile.folders}) {
+    for (const ProfileListEntry& entry : *entries) {
+      if (std::find(mailboxes.begin(), mailboxes.end(), entry.name) == mailboxes.end()) {
+        mailboxes.push_back(entry.name);
+      }
+    }
+  }
+  if (mailboxes.empty()) mailboxes.emplace_back("INBOX");
+  return mailboxes;
+}
+
+// One mailbox of an IMAP profile as a queued source.  Its name is the
+// mailbox's key in the profile's run state (user@host:port/mailbox).
+SETDATA ImapRecordOf(const EmailProfile& profile, const std::string& mailbox, uint32_t handle) {
+  SETDATA record;
+  record.import_handle = handle;
+  record.file_type = KSIMP_TYPE_IMAP_SERVER;
+  record.imap_server = profile.imap_server;
+  record.imap_user = profile.imap_user;
+  record.imap_password = profile.imap_password;
+  record.imap_mailbox = mailbox;
+  record.imap_verify_certificate = profile.imap_verify_certificate;
+  record.firewall_type = profile.firewall_type;
+  record.firewall_server = profile.firewall_server;
+  if (profile.firewall_port > 0 && !profile.firewall_server.empty()) {
+    record.firewall_server += fmt::format(":{}", profile.firewall_port);
+  }
+  record.firewall_user = profile.firewall_user;
+  record.firewall_password = profile.firewall_password;
+  std::string why;
+  const std::optional<ImapServer> server = ImapServerOf(record, &why);
+  record.file_name = ImapCheckpoints::KeyOf(profile.imap_user,
+                                            server ? server->Name() : profile.imap_server, mailbox);
+  return record;
 }
 
 }  // namespace
@@ -238,7 +279,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     return run;
   };
 
-  const int32_t file_type = mail_application::MailboxFileType(profile.type);
+  const bool imap = profile.type == mail_application::kImap;
+  const int32_t file_type =
+      imap ? KSIMP_TYPE_IMAP_SERVER : mail_application::MailboxFileType(profile.type);
   if (file_type == 0) {
     RecordError(handle, error_code::kUnsupportedFileType);
     AddLogText(handle, fmt::format("Email profile {}.  {} profiles cannot be run by this version "
@@ -278,19 +321,85 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   const fs::path state_file = profiles.StateFileOf(name);
   std::string why;
   MailboxCheckpoints checkpoints;
-  if (new_only && !state_file.empty()) checkpoints = ReadCheckpoints(state_file, &why);
+  ImapCheckpoints imap_checkpoints;
+  if (new_only && !state_file.empty()) {
+    const std::string state = ReadRunState(state_file, &why);
+    checkpoints = MailboxCheckpoints::Parse(state);
+    imap_checkpoints = ImapCheckpoints::Parse(state);
+  }
   if (!why.empty()) AddLogText(handle, fmt::format("Email profile {}.  {}.\r\n", name, why));
   bool checkpoints_moved = false;
 
   bool succeeded = true;
   std::map<std::string, MailboxCheckpoint> reached;  // where each queued mailbox ends now
+  std::map<std::string, ImapCheckpoint> imap_reached;  // likewise, each server mailbox
+  if (imap && profile.all) {
+    AddLogText(handle, fmt::format("Email profile {}.  ALL=Yes reads the mailbox INBOX of an IMAP "
+                                   "server; other mailboxes are named with MAILBOX lines.\r\n",
+                                   name));
+  }
+  for (const std::string& mailbox : imap ? ImapMailboxes(profile) : std::vector<std::string>()) {
+    SETDATA record = ImapRecordOf(profile, mailbox, handle);
+    record.import_location = profile.option_location;
+    record.full_header = profile.option_header;
+    record.save_attachments = profile.option_attach;
+    record.import_attachments = profile.option_import_attach;
+    // The run takes the messages there now; those that arrive meanwhile
+    // are the next run's.
+    const ImapMailboxLook look = LookAtImapMailbox(record);
+    if (!look.looked) {
+      RecordError(handle, look.error);
+      AddLogText(handle,
+                 AsLogLine(ProfileMessage(error_code::kProfileCannotOpenMailbox, name, mailbox)));
+      AddLogText(handle, AsLogLine(look.log_line));
+      succeeded = false;
+      continue;
+    }
+    const ImapCheckpoint now{record.file_name, look.state.uid_validity.value_or(0),
+                             look.last_uid.value_or(0)};
+    if (new_only) {
+      const ImapCheckpoint* before = imap_checkpoints.Find(record.file_name);
+      if (before != nullptr && before->uid_validity == now.uid_validity) {
+        if (now.last_uid <= before->last_uid) continue;  // nothing new
+        record.imap_after_uid = before->last_uid;
+      } else {
+        if (before != nullptr) {
+          AddLogText(handle, fmt::format("Email profile {}.  The mailbox {} was rebuilt on the "
+                                         "server (its UIDVALIDITY changed): it is read from its "
+                                         "start again.\r\n",
+                                         name, mailbox));
+        }
+        if (profile.date_start) record.message_date_from = FormatProfileDate(*profile.date_start);
+      }
+      record.imap_uid_validity = now.uid_validity;
+      record.imap_last_uid = now.last_uid;
+    } else if (profile.selection == message_selection::kBetweenDates) {
+      record.message_date_from = profile.date_start ? FormatProfileDate(*profile.date_start) : "";
+      record.message_date_to = profile.date_end ? FormatProfileDate(*profile.date_end) : "";
+    }
+    if (look.state.exists.value_or(0) == 0) {
+      AddLogText(handle,
+                 AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, mailbox)));
+      if (new_only) {
+        imap_checkpoints.Set(now);
+        checkpoints_moved = true;
+      }
+      continue;
+    }
+    handles_.AddTotalBytes(handle, look.state.exists.value_or(0));
+    imap_reached[record.file_name] = now;
+    std::string warning;
+    file_type_offers::ApplyFileTypeOptions(record, &warning);
+    if (!warning.empty()) AddLogText(handle, warning + "\r\n");
+    queue_.Append(std::move(record));
+  }
   // Outlook folders are sources of their own within one file, which no
   // byte offset can resume: they take new messages by the start date.
   const bool outlook = file_type == KSIMP_TYPE_OUTLOOK_FOLDER;
   std::vector<OutlookFolderSource> sources;
   if (outlook) {
     sources = SelectedOutlookFolders(profile);
-  } else {
+  } else if (!imap) {
     for (std::string& file : SelectedMailboxFiles(profile)) sources.push_back({std::move(file), ""});
   }
   for (const auto& [file, folder] : sources) {
@@ -363,6 +472,11 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
         checkpoints.Set(now->second);
         checkpoints_moved = true;
       }
+      const auto imap_now = imap_reached.find(queued->file_name);
+      if (code == 1 && !run.aborted && new_only && imap_now != imap_reached.end()) {
+        imap_checkpoints.Set(imap_now->second);
+        checkpoints_moved = true;
+      }
       if (run.aborted) break;
     }
   } catch (...) {
@@ -383,7 +497,8 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   run.documents = handles_.DocumentsAdded(handle);
 
   if (checkpoints_moved && !state_file.empty()) {
-    if (!WritePrivateFile(state_file, checkpoints.Serialize(), &why)) {
+    const std::string state = imap ? imap_checkpoints.Serialize() : checkpoints.Serialize();
+    if (!WritePrivateFile(state_file, state, &why)) {
       AddLogText(handle, fmt::format("Email profile {}.  {}.\r\n", name, why));
     }
   }

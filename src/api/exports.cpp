@@ -119,6 +119,14 @@ KSIMP_API uint32_t KSIMP_SetSourceCharset(uint32_t handle, const char* charset) 
   return GuardExport([&] { return Session().SetSourceCharset(handle, TextOrEmpty(charset)); });
 }
 
+KSIMP_API uint32_t KSIMP_SetImapCertificateCheck(uint32_t handle, int32_t check) {
+  return GuardExport([&] {
+    const bool known = Session().handles().Update(
+        handle, [check](ImportHandleRecord& r) { r.imap_verify_certificate = check != 0; });
+    return known ? 1u : 0u;
+  });
+}
+
 KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t /*host_value1*/,
                                    int32_t /*host_value2*/, int32_t /*host_value3*/,
                                    int32_t /*host_value4*/, uint32_t* result) {

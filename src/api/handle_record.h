@@ -43,4 +43,7 @@ struct ImportHandleRecord {
   uint64_t attachment_max_bytes = 0;
   // The character set of the sources queued from now on (SETDATA::charset).
   std::string source_charset;
+  // Whether IMAP sources queued from now on check their server's
+  // certificate (SETDATA::imap_verify_certificate).
+  bool imap_verify_certificate = true;
 };

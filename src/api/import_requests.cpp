@@ -25,6 +25,7 @@
 #include "core/source_decoding.h"
 #include "importers/mail/outlook_import.h"
 #include "importers/mail/maildir_tree.h"
+#include "importers/mail/imap_import.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -98,14 +99,22 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
     RecordError(handle, error_code::kNoFileNameToImport);
     return 0;
   }
-  if (record.file_type == KSIMP_TYPE_IMAP_SERVER) {
-    // Sizing an IMAP source needs a connection to its server, which this
-    // build cannot make yet; the source is refused as it is when the
-    // connection fails.
-    RecordError(handle, error_code::kCannotQueueImport);
-    return 0;
+  const std::optional<ImportHandleRecord> owner = handles_.Find(handle);
+  if (owner) {
+    record.charset = owner->source_charset;
+    record.imap_verify_certificate = owner->imap_verify_certificate;
   }
-  if (const auto owner = handles_.Find(handle)) record.charset = owner->source_charset;
+  if (record.file_type == KSIMP_TYPE_IMAP_SERVER && owner) {
+    // An IMAP source is sized by its messages, which only its server can
+    // count; a server that cannot be read is not queued.
+    const ImapMailboxLook look = LookAtImapMailbox(record);
+    if (!look.looked) {
+      RecordError(handle, look.error);
+      AddLogText(handle, look.log_line + "\r\n");
+      return 0;
+    }
+    handles_.AddTotalBytes(handle, look.state.exists.value_or(0));
+  }
   // An option the file type does not offer reaches the importer as its
   // default, never as whatever the caller happened to pass.
   std::string warning;
@@ -136,6 +145,7 @@ uint32_t CImportSession::SetSourceCharset(uint32_t handle, const std::string& ch
 // it reports why, once, when the import reaches it.
 void CImportSession::AddSourceSizeToTotal(const SETDATA& record) {
   const uint32_t handle = record.import_handle;
+  if (record.file_type == KSIMP_TYPE_IMAP_SERVER) return;  // counted when its server was read
   if (record.file_type == KSIMP_TYPE_OUTLOOK_FOLDER) {
     // The mailbox argument names the folder inside the file.
     uint64_t items = 0;

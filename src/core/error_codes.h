@@ -74,4 +74,16 @@ inline constexpr uint32_t kProfileConfirmDelete = KSIMP_MSG_PROFILE_DELETE;
 inline constexpr uint32_t kProfilesFailed = KSIMP_ERR_PROFILES_FAILED;
 inline constexpr uint32_t kProfileFileExists = 14412;  // the wizard's question before overwriting
 
+// IMAP servers: why a server could not be read.  The server's name fills
+// the placeholder in the log line; the log also holds libcurl's or the
+// server's own words.
+inline constexpr uint32_t kImapCannotConnect = KSIMP_ERR_IMAP_CONNECT;
+inline constexpr uint32_t kImapLoginRefused = KSIMP_ERR_IMAP_LOGIN;
+inline constexpr uint32_t kImapTimedOut = KSIMP_ERR_IMAP_TIMEOUT;
+inline constexpr uint32_t kImapConnectionLost = KSIMP_ERR_IMAP_CONNECTION_LOST;
+inline constexpr uint32_t kImapCertificate = KSIMP_ERR_IMAP_CERTIFICATE;
+inline constexpr uint32_t kImapNoTls = KSIMP_ERR_IMAP_NO_TLS;
+inline constexpr uint32_t kImapMailbox = KSIMP_ERR_IMAP_MAILBOX;
+inline constexpr uint32_t kImapBadReply = KSIMP_ERR_IMAP_BAD_REPLY;
+
 }  // namespace error_code

@@ -123,6 +123,14 @@ constexpr MessageRow kMessages[] = {
     {14412,
      "A profile configuration file named \"%s\" already exists.\n\nDo you want to overwrite this "
      "file."},
+    {14600, "Unable to connect to the mail server %s."},
+    {14601, "The mail server %s refused the user name or password."},
+    {14602, "The mail server %s did not answer in time."},
+    {14603, "The connection to the mail server %s was lost."},
+    {14604, "The certificate of the mail server %s could not be verified."},
+    {14605, "The mail server %s does not offer a secure connection (STARTTLS)."},
+    {14606, "The mailbox %s could not be opened on the mail server."},
+    {14607, "The mail server %s sent a reply that could not be read."},
 };
 
 // The titles of the messages that are shown in a message box.

@@ -47,6 +47,15 @@ struct SETDATA {
   // Not an argument: set by an e-mail profile run that imports only what
   // is new (ImportOptions::start_offset).
   uint64_t start_offset = 0;
+  // Not arguments: IMAP sources.  Whether the server's certificate is
+  // checked (KSIMP_SetImapCertificateCheck, or the profile); and for a
+  // profile that imports only what is new, the UIDs to take: above
+  // imap_after_uid up to imap_last_uid (0: to the end), of the mailbox
+  // whose UIDVALIDITY was imap_uid_validity when the run looked (0: any).
+  bool imap_verify_certificate = true;
+  uint32_t imap_uid_validity = 0;
+  uint32_t imap_after_uid = 0;
+  uint32_t imap_last_uid = 0;
   // Not an argument: the character set the host named for the sources it
   // queued after KSIMP_SetSourceCharset ("" reads by the origin, "auto"
   // detects it per file).

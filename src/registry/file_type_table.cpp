@@ -10,6 +10,7 @@
 #include "importers/documents/word8_import.h"
 #include "importers/documents/wordperfect_import.h"
 #include "importers/mail/eml_import.h"
+#include "importers/mail/imap_import.h"
 #include "importers/mail/maildir_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/mail/outlook_express_import.h"
@@ -138,8 +139,8 @@ constexpr FileTypeRow kRows[] = {
      "CIMPOutlookImport", Create<CIMPOutlookImport>, false, 0},
     {KSIMP_TYPE_WIN_THREE, "write", "", "", "", kEveryOption, kNo, false, "CIMPWinThree",
      Create<CIMPWinThree>, false, 0},
-    {KSIMP_TYPE_IMAP_SERVER, "", "", "", "", kEveryOption, kNo, false, "CImapEmail", nullptr, false,
-     0},
+    {KSIMP_TYPE_IMAP_SERVER, "imap", "", "", "", kEveryOption, kNo, false, "CImapEmail",
+     Create<CImapEmail>, false, 0},
     // Picked from the lists of database tables; each imports as its family.
     {KSIMP_TYPE_DBASE_ALIAS, "", "", "", "", kEveryOption, kNo, false, nullptr, nullptr, false,
      KSIMP_TYPE_DBASE},

@@ -51,8 +51,9 @@ TEST_F(AddFileToImportTest, SourcesWithoutARegularFileAreQueuedWithTheirFixedSiz
 }
 
 TEST_F(AddFileToImportTest, RefusedSourcesQueueNothingAndRecordTheirError) {
+  // An IMAP source without a server names nothing to connect to.
   EXPECT_EQ(AddFile(handle_, "INBOX", KSIMP_TYPE_IMAP_SERVER), 0u);
-  EXPECT_EQ(KSIMP_GetLastImportError(handle_), error_code::kCannotQueueImport);
+  EXPECT_EQ(KSIMP_GetLastImportError(handle_), error_code::kImapCannotConnect);
   const uint32_t other = KSIMP_InitImportUsingFileHandle(4242);  // only a first error is reported
   EXPECT_EQ(AddFile(other, ""), 0u);
   EXPECT_EQ(AddFile(other, nullptr), 0u);

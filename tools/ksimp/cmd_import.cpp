@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "commands.h"
 #include "database.h"
 #include "import_options.h"
+#include "imap_source.h"
 #include "import_report.h"
 #include "ks_imp.h"
 #include "progress_display.h"
@@ -33,7 +35,12 @@ void OnInterrupt(int) {
   signal(SIGINT, SIG_DFL);
 }
 
-uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const ImportRequest& r) {
+// An IMAP source takes its server, user, password and mailbox along.
+uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const ImportRequest& r,
+               const ImapSource* imap = nullptr) {
+  const auto text = [imap](const std::string ImapSource::*part) {
+    return imap != nullptr ? (imap->*part).c_str() : nullptr;
+  };
   return KSIMP_AddFileToImport(
       handle, file.c_str(), type, r.location, r.form.empty() ? 0 : 1, r.form.c_str(),
       r.named_document.empty() ? 0 : 1, r.named_document.c_str(), r.delimiter_flags,
@@ -41,8 +48,11 @@ uint32_t Queue(uint32_t handle, const std::string& file, int32_t type, const Imp
       r.date_from.c_str(), r.sort_descending, r.stored_settings ? 1 : 0, r.date_to.c_str(),
       r.full_header ? 1 : 0, r.message_date_from.c_str(), r.save_attachments ? 1 : 0,
       r.message_date_to.c_str(), r.filter.c_str(), r.delete_after ? 1 : 0,
-      r.import_attachments ? 1 : 0, nullptr, nullptr, nullptr,
-      r.folder.empty() ? nullptr : r.folder.c_str(), nullptr, nullptr, nullptr, 0, 0);
+      r.import_attachments ? 1 : 0, text(&ImapSource::server), text(&ImapSource::user),
+      text(&ImapSource::password),
+      // The mailbox argument names an IMAP mailbox, or a folder of an Outlook file.
+      imap != nullptr ? imap->mailbox.c_str() : (r.folder.empty() ? nullptr : r.folder.c_str()),
+      nullptr, nullptr, nullptr, 0, 0);
 }
 
 std::string OptionLabel(uint32_t option) {
@@ -139,6 +149,9 @@ struct ImportCommand {
   std::vector<std::string> tables;
   std::vector<std::string> field_names;
   std::vector<std::string> given;  // the options given, in command-line order
+  // IMAP servers given as imap[s]://user@host[:port]/Mailbox.
+  std::string password_file;
+  bool no_certificate_check = false;
 
   // A delimited or fixed-width layout travels as the import's stored
   // settings, as the column header string itself (a settings file is read
@@ -229,6 +242,19 @@ struct ImportCommand {
       }
     }
 
+    // Every server's password is had before anything is imported.
+    std::vector<std::optional<ImapSource>> imap_sources;
+    for (const std::string& file : files) {
+      if (!IsImapUrl(file)) {
+        imap_sources.emplace_back();
+        continue;
+      }
+      ImapSource source = ParseImapUrl(file);
+      source.password = ReadImapPassword(
+          password_file, fmt::format("Password of {} on {}: ", source.user, source.server));
+      imap_sources.push_back(std::move(source));
+    }
+
     const uint32_t handle = KSIMP_InitImportUsingFileName(path.c_str());
     if (handle == 0) {
       // The library's failed open ran on this thread, so the engine's reason
@@ -242,6 +268,7 @@ struct ImportCommand {
       KSIMP_AddAttachmentFolder(handle, folder.c_str());
     }
     if (attachment_max_mb > 0) KSIMP_SetAttachmentSizeLimit(handle, attachment_max_mb << 20);
+    if (no_certificate_check) KSIMP_SetImapCertificateCheck(handle, 0);
     if (!charset.empty() && KSIMP_SetSourceCharset(handle, charset.c_str()) == 0) {
       const uint32_t error = KSIMP_GetLastImportError(handle);
       KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
@@ -250,6 +277,10 @@ struct ImportCommand {
     }
     std::vector<int32_t> file_types;
     for (const std::string& file : files) {
+      if (IsImapUrl(file)) {
+        file_types.push_back(KSIMP_TYPE_IMAP_SERVER);
+        continue;
+      }
       int32_t file_type = request.file_type != 0 ? request.file_type : TableTypeForPath(file);
       if (file_type == 0) file_type = FileTypeForPath(file);
       file_types.push_back(file_type);
@@ -271,8 +302,16 @@ struct ImportCommand {
         if (!warning.empty()) fmt::print(stderr, "{}\n", warning);
       }
       if (columns.header_row) request.date_from = first_row_headers[i];
-      if (!Queue(handle, queued_names[i], file_type, request)) {
-        const std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
+      const ImapSource* imap = imap_sources[i] ? &*imap_sources[i] : nullptr;
+      if (!Queue(handle, queued_names[i], file_type, request, imap)) {
+        std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
+        // An IMAP server's log line says which server and why.
+        if (const std::string log = ImportLogText(handle); imap != nullptr && !log.empty()) {
+          reason = log;
+          while (!reason.empty() && (reason.back() == '\n' || reason.back() == '\r')) {
+            reason.pop_back();
+          }
+        }
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
         throw HostError(fmt::format("cannot queue {}: {}", file, reason));
       }
@@ -338,8 +377,16 @@ void AddImportCommand(CLI::App& parent) {
   CLI::App* cmd = parent.add_subcommand("import", "Import files into a database");
   cmd->add_option("DB.kst", command->path, "Database to import into")->required();
   cmd->add_option("FILE", command->files,
-                  "Files to import.  A name holding \"|\" is refused: the import library "
-                  "reads \"|\" as a separator between file names");
+                  "Files to import, or IMAP mailboxes as imap://USER@HOST[:PORT]/MAILBOX "
+                  "(imaps:// for TLS from the start; imap:// switches to TLS with STARTTLS).  A "
+                  "name holding \"|\" is refused: the import library reads \"|\" as a "
+                  "separator between file names");
+  cmd->add_option("--password-file", command->password_file,
+                  "IMAP: read the password from the first line of this file (without it, it is "
+                  "asked for at the terminal)");
+  cmd->add_flag("--no-certificate-check", command->no_certificate_check,
+                "IMAP: accept any certificate of the server (one of its own making); only on a "
+                "network you trust");
   ImportRequest& r = command->request;
   cmd->add_option("--type", command->type,
                   "File type: a number, or " + FileTypeNames() +

@@ -15,6 +15,7 @@
 
 #include "commands.h"
 #include "database.h"
+#include "imap_source.h"
 #include "ks_imp.h"
 #include "progress_display.h"
 
@@ -83,6 +84,7 @@ constexpr MailProgram kMailPrograms[] = {
     {"eudora", KSIMP_MAIL_EUDORA},     {"mbox", KSIMP_MAIL_POCOMAIL},
     {"netscape", KSIMP_MAIL_NETSCAPE}, {"pocomail", KSIMP_MAIL_POCOMAIL},
     {"maildir", KSIMP_MAIL_MAILDIR},   {"outlook", KSIMP_MAIL_OUTLOOK},
+    {"imap", KSIMP_MAIL_IMAP},
 };
 
 std::vector<std::string> MailProgramNames() {
@@ -108,6 +110,10 @@ struct CreateCommand {
   bool import_attachments = false;
   std::string location = "end";
   bool replace = false;
+  // IMAP servers.
+  std::string server;
+  std::string password_file;
+  bool no_certificate_check = false;
 
   static std::string Absolute(const std::string& path) {
     return std::filesystem::absolute(path).lexically_normal().string();
@@ -128,11 +134,20 @@ struct CreateCommand {
     if (selection == KSIMP_SELECT_ALL && (!from.empty() || !to.empty())) {
       throw HostError("--from and --to go with --select new or between", 2);
     }
+    const bool imap = type == KSIMP_MAIL_IMAP;
+    if (imap != !server.empty()) {
+      throw HostError("--server imap[s]://USER@HOST[:PORT] goes with --mail-program imap", 2);
+    }
     if (outlook) {
       // The folders lie in one file: the profile's mail root.
       if (mail_root.empty()) throw HostError("an Outlook profile needs --mailroot FILE.pst", 2);
       if (!mailboxes.empty()) throw HostError("an Outlook profile takes --folder, not --mailbox", 2);
       if (all == !folders.empty()) throw HostError("give --folder NAME... or --all", 2);
+    } else if (imap) {
+      if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
+      if (all || !mail_root.empty()) {
+        throw HostError("an IMAP profile names its server's mailboxes with --mailbox", 2);
+      }
     } else {
       if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
       if (all == !mailboxes.empty()) throw HostError("give --mailbox FILE... or --all", 2);
@@ -141,6 +156,7 @@ struct CreateCommand {
 
     std::string text = fmt::format("TYPE={}\nNAME={}\nNAME_KESTRO={}\nTYPE_MSG={}\n", type, name,
                                    Absolute(database), selection);
+    if (imap) text += ImapKeyValues();
     if (!from.empty()) text += fmt::format("DATE_START={}\n", from);
     if (!to.empty()) text += fmt::format("DATE_END={}\n", to);
     text += fmt::format(
@@ -151,10 +167,29 @@ struct CreateCommand {
     if (!mail_root.empty()) text += fmt::format("MAILROOT={}\n", Absolute(mail_root));
     if (all) text += "ALL=Yes\n";
     for (const std::string& mailbox : mailboxes) {
-      text += fmt::format("MAILBOX={}\n", Absolute(mailbox));
+      text += fmt::format("MAILBOX={}\n", imap ? mailbox : Absolute(mailbox));
     }
     for (const std::string& folder : folders) text += fmt::format("FOLDER={}\n", folder);
     return text;
+  }
+
+  // The server, its login and the certificate check; the password is read
+  // from the file or the terminal, never from the command line.
+  std::string ImapKeyValues() const {
+    const ImapSource source = ParseImapUrl(IsImapUrl(server) ? server : "imap://" + server);
+    if (source.mailbox != "INBOX") {
+      throw HostError("the server's mailboxes are named with --mailbox, not in --server", 2);
+    }
+    const std::string password = ReadImapPassword(
+        password_file, fmt::format("Password of {} on {}: ", source.user, source.server));
+    for (const std::string* value : {&source.server, &source.user, &password}) {
+      if (value->find_first_of("\r\n") != std::string::npos) {
+        throw HostError("the server, user and password are each one line", 2);
+      }
+    }
+    return fmt::format("IMAP_SERVER={}\nIMAP_USER={}\nIMAP_PASSWORD={}\n{}", source.server,
+                       source.user, password,
+                       no_certificate_check ? "IMAP_VERIFY_CERTIFICATE=No\n" : "");
   }
 
   void Run() const {
@@ -227,10 +262,19 @@ void AddProfileCommand(CLI::App& parent) {
       ->required()
       ->check(CLI::IsMember(MailProgramNames()));
   create_cmd->add_option("--mailbox", create->mailboxes,
-                         "A mailbox file to import (repeatable); for maildir, a Maildir folder");
+                         "A mailbox file to import (repeatable); for maildir, a Maildir folder; "
+                         "for imap, a mailbox of the server (without one, INBOX)");
   create_cmd->add_option("--folder", create->folders,
                          "Outlook: a folder of the --mailroot file, by its path below the top of "
                          "the personal folders, \"Inbox/Projects\" (repeatable)");
+  create_cmd->add_option("--server", create->server,
+                         "IMAP: the server as imap://USER@HOST[:PORT] (STARTTLS) or "
+                         "imaps://USER@HOST[:PORT]");
+  create_cmd->add_option("--password-file", create->password_file,
+                         "IMAP: read the password from the first line of this file (without it, "
+                         "it is asked for at the terminal); the profile keeps it scrambled");
+  create_cmd->add_flag("--no-certificate-check", create->no_certificate_check,
+                       "IMAP: accept any certificate of the server (one of its own making)");
   create_cmd->add_flag("--all", create->all,
                        "Every mailbox under --mailroot (Outlook: every folder; maildir: the "
                        "Maildir --mailroot)");

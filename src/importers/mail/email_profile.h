@@ -86,6 +86,9 @@ struct EmailProfile {
   std::string firewall_user;
   std::string firewall_password;
   std::string firewall_data;
+  // IMAP_VERIFY_CERTIFICATE: "No" accepts any certificate of the server, for
+  // one of its own making; written only then.
+  bool imap_verify_certificate = true;
 
   int32_t selection = message_selection::kAllMessages;  // TYPE_MSG
   std::optional<ProfileDate> date_start;

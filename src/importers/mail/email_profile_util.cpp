@@ -39,6 +39,7 @@ enum class Key {
   kAll,
   kMailbox,
   kFolder,
+  kImapVerifyCertificate,
 };
 
 struct KeyText {
@@ -75,6 +76,7 @@ constexpr KeyText kReadOrder[] = {
     {Key::kAll, "ALL="},
     {Key::kMailbox, "MAILBOX="},
     {Key::kFolder, "FOLDER="},
+    {Key::kImapVerifyCertificate, "IMAP_VERIFY_CERTIFICATE="},
 };
 
 // The key's name without its "=".
@@ -219,6 +221,9 @@ class ValueSetter {
       case Key::kFolder:
         raw_folders_.emplace_back(value);
         return true;
+      case Key::kImapVerifyCertificate:
+        p.imap_verify_certificate = value != "No";
+        return file_ || value == "Yes" || value == "No";
     }
     return false;
   }
@@ -343,6 +348,7 @@ std::string CEmailProfileUtil::Write(const EmailProfile& p) {
     out.Text(Key::kFirewallUser, p.firewall_user);
     out.Text(Key::kFirewallPassword, ScramblePassword(p.firewall_password));
     out.Text(Key::kFirewallData, p.firewall_data);
+    if (!p.imap_verify_certificate) out.Text(Key::kImapVerifyCertificate, "No");
   }
   out.Integer(Key::kTypeMsg, p.selection);
   if (p.selection == message_selection::kNewMessages) {
