@@ -43,4 +43,7 @@ struct ImportHandleRecord {
   uint64_t attachment_max_bytes = 0;
   // The character set of the sources queued from now on (SETDATA::charset).
   std::string source_charset;
+  // The credentials of the protected sources queued from now on
+  // (SETDATA::source_credentials).
+  std::string source_credentials;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "importers/kestro/kestro_import.h"
 #include "importers/mail/mailbox_import.h"
 #include "importers/tables/ado_import.h"
 #include "importers/text/delimited_import.h"
@@ -71,7 +72,7 @@ constexpr FileTypeRow kRows[] = {
     {KSIMP_TYPE_KESTRO_DOS, "dos", "Kestro DOS (*.txt) ", kKestroDosDescription, "txt",
      kRecordOptions, kYes, false, "CIMPKestroDos", Create<CIMPKestroDos>, false, 0},
     {KSIMP_TYPE_KESTRO, "kst", "Kestro 5 (*.kst)", "Kestro version 5.x file format", "kst",
-     kKestroOptions, kYes, false, "CIMPKestro4", nullptr, false, 0},
+     kKestroOptions, kYes, false, "CIMPKestro4", Create<CIMPKestro4>, false, 0},
     {KSIMP_TYPE_EUDORA, "eudora", "Eudora Light, Pro (*.mbx)",
      "These are the mailbox messages from Eudora E-Mail software.", "mbx", kMailOptions, kYes, true,
      "CIMPEudoraImport", Create<CIMPEudoraImport>, false, 0},
