@@ -18,6 +18,7 @@
 #include "import_options.h"
 #include "import_report.h"
 #include "ks_imp.h"
+#include "password_prompt.h"
 #include "progress_display.h"
 #include "table_sources.h"
 
@@ -138,6 +139,37 @@ struct ImportCommand {
   std::vector<std::string> tables;
   std::vector<std::string> field_names;
   std::vector<std::string> given;  // the options given, in command-line order
+  // A protected database and protected Kestro databases to import from.
+  CredentialOptions credentials;
+  CredentialOptions source_credentials;
+  PasswordPrompt prompt;
+
+  // Another Kestro database to import from is opened here first, on this
+  // thread, so that a protected one asks for its password (or says what is
+  // missing) before anything is imported; the credentials that opened it go
+  // with it to the import, which runs on another thread and never asks.
+  // One that does not open for another reason is left to the import, which
+  // reports it with the rest.
+  void UseSourceCredentials(uint32_t handle, const std::string& file, int32_t file_type) {
+    if (file_type != KSIMP_TYPE_KESTRO) {
+      KSIMP_SetSourceCredentials(handle, nullptr, nullptr);
+      return;
+    }
+    uint32_t error = 0;
+    const uint32_t source = KSIMP_OpenDatabase(file.c_str(), KSENG_ACCESS_READ,
+                                               KSENG_SHARE_READ, &error);
+    if (source != 0) EngCloseDatabase(source);
+    if (source == 0 &&
+        (error == KSENG_ERR_PASSWORD_REQUIRED || error == KSENG_ERR_PASSWORD_WRONG)) {
+      const std::string refusal = prompt.Refusal(file);
+      KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
+      throw HostError(fmt::format("cannot import {}: {}", file,
+                                  refusal.empty() ? EngineErrorText(error) : refusal));
+    }
+    auto [group, password] = prompt.LastAnswer(file);
+    KSIMP_SetSourceCredentials(handle, group.c_str(), password.c_str());
+    std::fill(password.begin(), password.end(), '\0');
+  }
 
   // A delimited or fixed-width layout travels as the import's stored
   // settings, as the column header string itself (a settings file is read
@@ -225,14 +257,18 @@ struct ImportCommand {
       }
     }
 
+    prompt.Give(path, credentials);
+    for (const std::string& file : files) prompt.Give(file, source_credentials, "source-");
+    prompt.Install();
     const uint32_t handle = KSIMP_InitImportUsingFileName(path.c_str());
     if (handle == 0) {
       // The library's failed open ran on this thread, so the engine's reason
       // is still there to say more than the library's own text.
       const uint32_t engine_error = EngLastError(0);
+      const std::string refusal = prompt.Refusal(path);
       throw HostError(fmt::format("cannot import into {}: {} ({})", path,
                                   ImportErrorText(KSIMP_GetLastImportError(0)),
-                                  EngineErrorText(engine_error)));
+                                  refusal.empty() ? EngineErrorText(engine_error) : refusal));
     }
     for (const std::string& folder : attachment_folders) {
       KSIMP_AddAttachmentFolder(handle, folder.c_str());
@@ -262,6 +298,7 @@ struct ImportCommand {
       const int32_t file_type = file_types[i];
       WarnAboutOptionsNotOffered(file, file_type, requested);
       if (columns.header_row) request.date_from = first_row_headers[i];
+      UseSourceCredentials(handle, file, file_type);
       if (!Queue(handle, queued_names[i], file_type, request)) {
         const std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
@@ -269,6 +306,8 @@ struct ImportCommand {
       }
     }
 
+    // The import runs on another thread, where no one is asked anything.
+    prompt.Remove();
     uint32_t added = 0;
     int64_t carry = 0;
     std::atomic<uint32_t> outcome{0};
@@ -375,6 +414,9 @@ void AddImportCommand(CLI::App& parent) {
                   "Table files and data sources: field names to use instead of the column "
                   "names, in column order")
       ->delimiter(',');
+  AddCredentialOptions(*cmd, command->credentials, "the database imported into");
+  AddCredentialOptions(*cmd, command->source_credentials, "the Kestro databases imported from",
+                       "source-");
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->add_flag("--json", command->json,
                 "Print one JSON object at the end and nothing else on stdout (no progress): "
