@@ -32,9 +32,13 @@
  *    until then only the same handle sees them.  A process killed during an
  *    import leaves a database that opens, holds every committed document and
  *    no half-written one.
- *  - Protection is access control, not encryption: a protected database is
+ *  - Protection is an access check, not encryption: a protected database is
  *    refused by EngOpenDatabase (error 4000) and opened by EngOpenDatabaseEx
- *    with the right login group and password.
+ *    with the right login group and password, but the documents are plain
+ *    text in the file for anyone who can read it, and deleting one row of
+ *    the file's settings (the password hash) with any SQLite tool removes
+ *    the check.  Keep a file whose contents must stay secret where only its
+ *    owner can read it, or on an encrypted disk.
  *
  * The ordinal in each comment is the function's number in the engine's
  * ordinal table; it is documentation only, the functions are linked by name.

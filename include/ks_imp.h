@@ -147,8 +147,10 @@ extern "C" {
 
 /* Opens the database at `path` for reading and writing and returns a new
  * import handle for it; the database is closed again when KSIMP_Import ends.
- * Returns 0 and records 91 (NULL path) or 92 (the engine could not open the
- * file) against handle 0. */
+ * A protected database is opened through the password prompt (see
+ * "Protected databases").  Returns 0 and records 91 (NULL path) or 92 (the
+ * engine could not open the file, or the prompt was cancelled) against
+ * handle 0; EngLastError(0) on the same thread then says why. */
 KSIMP_API uint32_t KSIMP_InitImportUsingFileName(const char* path);
 
 /* Returns a new import handle for a database the host has open; the database
@@ -809,6 +811,83 @@ KSIMP_API uint32_t KSIMP_GetEmailProfileDescription(const char* name, char* buff
  * remembered.  Returns 1, or 0 when there is no such profile or the list
  * cannot be written. */
 KSIMP_API uint32_t KSIMP_DeleteEmailProfile(const char* name);
+
+
+/* ---- Protected databases ---------------------------------------------- */
+/* A Kestro database may be protected by its owner with a login group and a
+ * password (ks_eng5.h).  The protection is an access check made by the
+ * engine when the file is opened, not encryption: the documents are plain
+ * text in the file, and removing one row of it with any SQLite tool removes
+ * the check.  Protect the file itself (file permissions, an encrypted disk)
+ * where its contents must stay secret.
+ *
+ * Wherever the library opens a database itself - KSIMP_InitImportUsingFileName,
+ * another Kestro database queued as a source (KSIMP_TYPE_KESTRO),
+ * KSIMP_OpenDatabase and KSIMP_GetEntryFormNames - and the engine answers
+ * that it is protected, the library asks the host's password prompt for the
+ * login group and password and opens it with them.  While the engine
+ * answers that they are wrong, it asks again, with the message "The
+ * password you have entered is invalid, please try again." (14085); there
+ * is no limit on the tries, the host cancels.  Once the database opens, the
+ * login group is remembered for the file in the user's configuration
+ * (value "Login Group" under "Software\Kestro\Windows\5.0\File Settings\"
+ * followed by the file's full path with every "/" and "\" made "*") and
+ * proposed the next time; "Default" is proposed for a file never opened.
+ * The password is never stored.  Without a prompt a protected database stays
+ * closed (engine error 4000). */
+
+/* The host's password prompt, called on the thread that opens the database:
+ *  host_data        the pointer given to KSIMP_SetPasswordPrompt
+ *  path             the database file
+ *  reason           4000 (KSENG_ERR_PASSWORD_REQUIRED) on the first ask for
+ *                   this open, 4001 (KSENG_ERR_PASSWORD_WRONG) when the
+ *                   previous answer was refused
+ *  message          text to show the user first, "" for none: 14085 when
+ *                   asking again, and for an entry-form list "A password is
+ *                   required to access the Entryform names in <path>.
+ *                   Please enter your password."
+ *  login_group      in: the group to propose, terminated; out: the answer
+ *  password         out: the answer (the buffer holds zero bytes on entry and
+ *                   is overwritten with zero bytes once read)
+ *  *_size           the buffers' sizes (1024); answers are read up to their
+ *                   terminator or the buffer's end
+ * Returns non-zero for OK, 0 to cancel: the database then stays closed. */
+typedef uint32_t (*KSIMP_PASSWORD_PROMPT)(void* host_data, const char* path, uint32_t reason,
+                                          const char* message, char* login_group,
+                                          int32_t login_group_size, char* password,
+                                          int32_t password_size);
+
+/* Sets the process's password prompt (NULL: none).  May be called at any
+ * time; an open already asking goes on with the prompt it started with. */
+KSIMP_API void KSIMP_SetPasswordPrompt(KSIMP_PASSWORD_PROMPT prompt, void* host_data);
+
+/* The login group and password of the protected Kestro databases queued
+ * with KSIMP_AddFileToImport after this call, until the next call (NULL or
+ * "" for both: none).  The source is opened with them; when the engine
+ * rejects them it is opened once more without them, and a source still
+ * refused for its protection goes to the password prompt, when there is
+ * one.  A source that stays closed is not imported: error 11026, and the
+ * import log says whether the password was missing or wrong.  Returns 1, or
+ * 0 for an unknown handle. */
+KSIMP_API uint32_t KSIMP_SetSourceCredentials(uint32_t handle, const char* login_group,
+                                              const char* password);
+
+/* Opens the database at `path` through the engine with the access and share
+ * modes of ks_eng5.h, asking the password prompt when it is protected.
+ * Returns the engine's database handle (the host closes it with
+ * EngCloseDatabase), or 0; `engine_error` (may be NULL) then receives why:
+ * the engine's error, 4000 when the prompt was cancelled or there is none. */
+KSIMP_API uint32_t KSIMP_OpenDatabase(const char* path, int32_t access_mode, int32_t share_mode,
+                                      uint32_t* engine_error);
+
+/* The names offered for the entry-form choice of an import into the database
+ * at `path`: first "No" (no entry form, message 42), then the database's
+ * entry forms in the order they were made, each line ended by LF.  The
+ * database is opened for reading and writing; when it is protected the
+ * prompt is shown with the message above.  A database that stays closed
+ * gives "No" alone.  Returns 1 when copied (text plus terminator strictly
+ * shorter than size), else 0. */
+KSIMP_API uint32_t KSIMP_GetEntryFormNames(const char* path, char* buffer, int32_t size);
 
 #ifdef __cplusplus
 }

@@ -127,6 +127,27 @@ KSIMP_API uint32_t KSIMP_SetImapCertificateCheck(uint32_t handle, int32_t check)
   });
 }
 
+KSIMP_API void KSIMP_SetPasswordPrompt(KSIMP_PASSWORD_PROMPT prompt, void* host_data) {
+  GuardExport([&] { Session().password_prompt().Set(prompt, host_data); });
+}
+
+KSIMP_API uint32_t KSIMP_SetSourceCredentials(uint32_t handle, const char* login_group,
+                                              const char* password) {
+  return GuardExport([&] {
+    return Session().SetSourceCredentials(handle, TextOrEmpty(login_group), TextOrEmpty(password));
+  });
+}
+
+KSIMP_API uint32_t KSIMP_OpenDatabase(const char* path, int32_t access_mode, int32_t share_mode,
+                                      uint32_t* engine_error) {
+  return GuardExport(
+      [&] { return Session().OpenDatabase(path, access_mode, share_mode, engine_error); });
+}
+
+KSIMP_API uint32_t KSIMP_GetEntryFormNames(const char* path, char* buffer, int32_t size) {
+  return GuardExport([&] { return Session().GetEntryFormNames(path, buffer, size); });
+}
+
 KSIMP_API uint32_t KSIMP_ImportDlg(uint32_t handle, void* parent_window, int32_t /*host_value1*/,
                                    int32_t /*host_value2*/, int32_t /*host_value3*/,
                                    int32_t /*host_value4*/, uint32_t* result) {

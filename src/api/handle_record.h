@@ -46,4 +46,7 @@ struct ImportHandleRecord {
   // Whether IMAP sources queued from now on check their server's
   // certificate (SETDATA::imap_verify_certificate).
   bool imap_verify_certificate = true;
+  // The credentials of the protected sources queued from now on
+  // (SETDATA::source_credentials).
+  std::string source_credentials;
 };

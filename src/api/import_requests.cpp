@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "api/entry_form_names.h"
 #include "api/file_names.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
@@ -22,10 +23,12 @@
 #include "core/error_codes.h"
 #include "core/file_error_text.h"
 #include "core/message_texts.h"
+#include "core/protected_database.h"
 #include "core/source_decoding.h"
 #include "importers/mail/outlook_import.h"
 #include "importers/mail/maildir_tree.h"
 #include "importers/mail/imap_import.h"
+#include "importers/kestro/kestro_source.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "registry/file_type_table.h"
@@ -77,12 +80,42 @@ uint32_t CImportSession::InitImportUsingFileName(const char* path) {
     RecordError(0, error_code::kNoDatabaseFileName);
     return 0;
   }
-  const uint32_t database = EngOpenDatabase(path, KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
-  if (database == 0) {
+  const ks::core::DatabaseOpening opened = ks::core::OpenAskingPassword(
+      path, KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE, password_prompt_.IfSet());
+  if (opened.database == 0) {
     RecordError(0, error_code::kCannotOpenDatabase);
     return 0;
   }
-  return handles_.Create(database, /*owns_database=*/true);
+  return handles_.Create(opened.database, /*owns_database=*/true);
+}
+
+uint32_t CImportSession::OpenDatabase(const char* path, int32_t access_mode, int32_t share_mode,
+                                      uint32_t* engine_error) {
+  ks::core::DatabaseOpening opened;
+  if (path == nullptr) {
+    opened.engine_error = KSENG_ERR_ARGUMENT;
+  } else {
+    opened = ks::core::OpenAskingPassword(path, access_mode, share_mode, password_prompt_.IfSet());
+  }
+  if (engine_error != nullptr) *engine_error = opened.engine_error;
+  return opened.database;
+}
+
+uint32_t CImportSession::GetEntryFormNames(const char* path, char* buffer, int32_t size) {
+  std::string lines;
+  const std::vector<std::string> names =
+      path != nullptr ? EntryFormNames(path, password_prompt_.IfSet())
+                      : std::vector<std::string>{std::string(MessageText(error_code::kNoEntryForm))};
+  for (const std::string& name : names) lines += name + "\n";
+  return CopyTextStrictly(lines, buffer, size);
+}
+
+uint32_t CImportSession::SetSourceCredentials(uint32_t handle, const std::string& login_group,
+                                              const std::string& password) {
+  const std::string joined = ks::kestro::JoinSourceCredentials(login_group, password);
+  const bool known =
+      handles_.Update(handle, [&joined](ImportHandleRecord& r) { r.source_credentials = joined; });
+  return known ? 1 : 0;
 }
 
 uint32_t CImportSession::InitImportUsingFileHandle(uint32_t database) {
@@ -114,6 +147,10 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
       return 0;
     }
     handles_.AddTotalBytes(handle, look.state.exists.value_or(0));
+  }
+  if (const auto owner = handles_.Find(handle)) {
+    record.charset = owner->source_charset;
+    record.source_credentials = owner->source_credentials;
   }
   // An option the file type does not offer reaches the importer as its
   // default, never as whatever the caller happened to pass.

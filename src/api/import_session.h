@@ -25,6 +25,7 @@
 #include "api/error_list.h"
 #include "api/file_outcomes.h"
 #include "api/handle_registry.h"
+#include "api/host_password_prompt.h"
 #include "api/import_attachment.h"
 #include "api/import_log.h"
 #include "api/import_queue.h"
@@ -83,6 +84,17 @@ class CImportSession {
   // the origin's rule, "auto" detects it per file); 11030 for a name no
   // one knows.
   uint32_t SetSourceCharset(uint32_t handle, const std::string& charset);
+  // The login group and password of the protected Kestro databases queued
+  // after it (both empty: none).
+  uint32_t SetSourceCredentials(uint32_t handle, const std::string& login_group,
+                                const std::string& password);
+  // Opens a database, asking the password prompt when it is protected.
+  uint32_t OpenDatabase(const char* path, int32_t access_mode, int32_t share_mode,
+                        uint32_t* engine_error);
+  // The entry-form choices of the database at `path`, one per line.
+  uint32_t GetEntryFormNames(const char* path, char* buffer, int32_t size);
+  // The host's password prompt (KSIMP_SetPasswordPrompt).
+  HostPasswordPrompt& password_prompt() { return password_prompt_; }
   // The code pages the user configured for undeclared 8-bit text.
   static ks::core::SourceCodePages ConfiguredCodePages();
   uint32_t ImportDlg(uint32_t handle, void* parent_window, uint32_t* result);
@@ -176,4 +188,5 @@ class CImportSession {
   std::atomic<void*> owner_window_{nullptr};  // owner of later status windows
 
   ImporterFactory importer_factory_;  // set before a run, read by the run only
+  HostPasswordPrompt password_prompt_;
 };

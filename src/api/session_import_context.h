@@ -30,6 +30,10 @@ class SessionImportContext final : public ImportContext {
   const AttachmentRules& attachment_rules() const override { return attachment_rules_; }
   const ks::core::SourceCodePages& code_pages() const override { return code_pages_; }
 
+  ks::core::PasswordPrompt* password_prompt() override {
+    return session_.password_prompt().IfSet();
+  }
+
   bool IsAborted() override { return session_.handles().IsAborted(handle_); }
   void RecordError(uint32_t code) override { session_.RecordError(handle_, code); }
   void Log(std::string_view line) override;

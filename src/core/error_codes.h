@@ -55,6 +55,17 @@ inline constexpr uint32_t kFileHasNoTable = 14004;
 inline constexpr uint32_t kEncryptedPdf = 14049;
 inline constexpr uint32_t kNoText40003 = 40003;  // has no text
 
+// Another Kestro database as a source: why it is not imported.
+inline constexpr uint32_t kNotAKestro5File = 130;
+inline constexpr uint32_t kKestroFileError = 131;
+inline constexpr uint32_t kKestroFileNeedsConversion = 14039;
+inline constexpr uint32_t kKestroBackupFailed = 14040;
+inline constexpr uint32_t kKestro4File = 14042;
+// Protected databases: a wrong login group or password, asked again.
+inline constexpr uint32_t kPasswordInvalid = 14085;
+// Not an error: the first name of an entry-form list, "No" entry form.
+inline constexpr uint32_t kNoEntryForm = 42;
+
 // Not an error: the progress text shown while attachments are read.
 inline constexpr uint32_t kImportingAttachments = 14127;
 

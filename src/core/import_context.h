@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/protected_database.h"
 #include "core/setdata.h"
 #include "core/source_decoding.h"
 
@@ -42,6 +43,11 @@ class ImportContext {
     static const ks::core::SourceCodePages kDefaults;
     return kDefaults;
   }
+
+  // Who asks a person for the login group and password of a protected
+  // database the importer opens (another Kestro database as a source);
+  // none when the host gave no way to ask.
+  virtual ks::core::PasswordPrompt* password_prompt() { return nullptr; }
 
   // Whether the host asked the import to stop.
   virtual bool IsAborted() = 0;

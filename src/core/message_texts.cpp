@@ -16,6 +16,8 @@ struct MessageRow {
 
 // Codes 1000, 12000 and 40003 are recorded but have no text on purpose.
 constexpr MessageRow kMessages[] = {
+    // 42 is the first name of an entry-form list: no entry form.
+    {42, "No"},
     {90, "There are no file sets to import."},
     {91, "You must supply an Kestro filename."},
     {92, "Unable to open Kestro file for importing."},
@@ -24,6 +26,9 @@ constexpr MessageRow kMessages[] = {
     {95, "You must supply a file name to import"},
     {97, "Unable to set Kestro import parameters."},
     {98, "Unable to save Kestro document."},
+    // 130 and 131 say why another Kestro database is not imported.
+    {130, "File: \"%1\" is not an Kestro 5 file, and will not be imported."},
+    {131, "Error: %1 in file %2, this file will not be imported."},
     {11000, "No error occurred."},
     {11001, "An internal error has occured"},
     {11002, "The handle does not exist in the import set."},
@@ -77,6 +82,16 @@ constexpr MessageRow kMessages[] = {
     {14001, "Could not open entry form."},
     {14003, "The %1 database contains no tables and will not be imported."},
     {14004, "This file contains no table and will not be imported."},
+    // 14039-14042: a Kestro database of an older version.  The two blanks
+    // after "format." in 14042 belong to the text.
+    {14039,
+     "This file needs to be converted to the Version 5 format before importing.\n\nConvert file"},
+    {14040, "Unable to save backup copy of the file"},
+    {14041, "Kestro 4 (*.kst)"},
+    {14042,
+     "This file is an Kestro 4 file, not an Kestro 5 file.  Before you can import this file into "
+     "Kestro 5, you need to choose FILE -> OPEN and open it in Kestro 5. This will convert the "
+     "file to Kestro 5 format."},
     // 14045 and 14053 refuse an option change in the import dialog (their
     // captions are below); the two blanks before "when" belong to the text.
     {14045,
@@ -98,6 +113,7 @@ constexpr MessageRow kMessages[] = {
      "You cannot define a Document Delimiter when the Save Attachments option is set to "
      "\"Yes\".\n\nSet the Save Attachments option to \"No\" before you set the Document "
      "Delimiter."},
+    {14085, "The password you have entered is invalid, please try again."},
     {14094, "&Do not save file as an attachment"},
     {14096, "&Save original file as an attachment"},
     {14099, "File%c"},

@@ -60,4 +60,9 @@ struct SETDATA {
   // queued after KSIMP_SetSourceCharset ("" reads by the origin, "auto"
   // detects it per file).
   std::string charset;
+  // Not an argument: the login group and password of a protected Kestro
+  // database the host named with KSIMP_SetSourceCredentials for the sources
+  // it queued after, joined by one CR in the order the engine's open takes
+  // them (password, CR, login group); empty when none.
+  std::string source_credentials;
 };

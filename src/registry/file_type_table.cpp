@@ -9,6 +9,7 @@
 #include "importers/documents/win_three_import.h"
 #include "importers/documents/word8_import.h"
 #include "importers/documents/wordperfect_import.h"
+#include "importers/kestro/kestro_import.h"
 #include "importers/mail/eml_import.h"
 #include "importers/mail/imap_import.h"
 #include "importers/mail/maildir_import.h"
@@ -82,7 +83,7 @@ constexpr FileTypeRow kRows[] = {
     {KSIMP_TYPE_KESTRO_DOS, "dos", "Kestro DOS (*.txt) ", kKestroDosDescription, "txt",
      kRecordOptions, kYes, false, "CIMPKestroDos", Create<CIMPKestroDos>, false, 0},
     {KSIMP_TYPE_KESTRO, "kst", "Kestro 5 (*.kst)", "Kestro version 5.x file format", "kst",
-     kKestroOptions, kYes, false, "CIMPKestro4", nullptr, false, 0},
+     kKestroOptions, kYes, false, "CIMPKestro4", Create<CIMPKestro4>, false, 0},
     {KSIMP_TYPE_EUDORA, "eudora", "Eudora Light, Pro (*.mbx)",
      "These are the mailbox messages from Eudora E-Mail software.", "mbx", kMailOptions, kYes, true,
      "CIMPEudoraImport", Create<CIMPEudoraImport>, false, 0},

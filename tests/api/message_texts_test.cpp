@@ -88,6 +88,20 @@ TEST(MessageTexts, EveryCodeHasItsExactText) {
        "the Document Delimiter to \"None\" before selecting the Save Attachments option."},
       {14049, "Encryped PDF file encountered.  Unable to import the file."},
       {14127, "Importing Attachment(s)"},
+      // Another Kestro database as a source, and protected databases.
+      {42, "No"},
+      {130, "File: \"%1\" is not an Kestro 5 file, and will not be imported."},
+      {131, "Error: %1 in file %2, this file will not be imported."},
+      {14039,
+       "This file needs to be converted to the Version 5 format before importing.\n\nConvert "
+       "file"},
+      {14040, "Unable to save backup copy of the file"},
+      {14041, "Kestro 4 (*.kst)"},
+      {14042,
+       "This file is an Kestro 4 file, not an Kestro 5 file.  Before you can import this file "
+       "into Kestro 5, you need to choose FILE -> OPEN and open it in Kestro 5. This will "
+       "convert the file to Kestro 5 format."},
+      {14085, "The password you have entered is invalid, please try again."},
   };
   for (const auto& [code, text] : golden) EXPECT_EQ(TextOf(code), text) << "code " << code;
 }

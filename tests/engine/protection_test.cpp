@@ -68,5 +68,28 @@ TEST_F(ProtectionTest, OnlyALoginGroupWithAPasswordProtectsADatabase) {
   EngCloseDatabase(db);
 }
 
+// What the documentation promises about protection is exactly this much: an
+// access check at opening, not encryption.  Anyone who can read the file
+// reads its text, and one deleted row of the settings removes the check.
+TEST_F(ProtectionTest, IsAnAccessCheckNotEncryption) {
+  uint32_t db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE,
+                                  kPassword, "Staff");
+  ASSERT_NE(db, 0u) << LastError();
+  ASSERT_NE(AddDocument(db, "payroll figures in the clear"), 0u);
+  ASSERT_EQ(EngCloseDatabase(db), 1);
+  EXPECT_NE(ReadFile(Path()).find("payroll figures in the clear"), std::string::npos);
+
+  sqlite3* raw = nullptr;
+  ASSERT_EQ(sqlite3_open(Path().c_str(), &raw), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(raw, "DELETE FROM settings WHERE key = 'password_hash'", nullptr,
+                         nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(raw);
+  db = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  ASSERT_NE(db, 0u) << "the check is gone with the row: " << LastError();
+  EXPECT_EQ(WalkTexts(db), std::vector<std::string>{"payroll figures in the clear"});
+  EngCloseDatabase(db);
+}
+
 }  // namespace
 }  // namespace ks::engine::test

@@ -54,14 +54,16 @@ void AddAddCommand(CLI::App& parent) {
   struct Options {
     std::string path;
     std::vector<std::string> files;
+    CredentialOptions credentials;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand(
       "add", "Add each file whole as one plain-text document, without import processing");
   cmd->add_option("DB.kst", options->path, "Database")->required();
   cmd->add_option("FILE", options->files, "Files to add")->required();
+  AddCredentialOptions(*cmd, options->credentials, "the database");
   cmd->callback([options] {
-    Database db(options->path, KSENG_ACCESS_READWRITE);
+    Database db(options->path, KSENG_ACCESS_READWRITE, options->credentials);
     char marker = '[';
     if (!EngBeginAdd(db.handle(), &marker)) {
       throw HostError(

@@ -86,17 +86,19 @@ void AddDocsCommand(CLI::App& parent) {
     std::string path;
     bool json = false;
     bool ids = false;
+    CredentialOptions credentials;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand(
       "docs", "List the documents in database order, numbered 1, 2, 3... as show, search and "
               "export number them");
   cmd->add_option("DB.kst", options->path, "Database")->required();
+  AddCredentialOptions(*cmd, options->credentials, "the database");
   cmd->add_flag("--json", options->json,
                 "One JSON object per document and line, with its number and identifier");
   cmd->add_flag("--ids", options->ids, kIdsHelp);
   cmd->callback([options] {
-    Database db(options->path, KSENG_ACCESS_READ);
+    Database db(options->path, KSENG_ACCESS_READ, options->credentials);
     const auto ids = db.Documents();
     size_t number = 0;
     for (uint64_t id : ids) {
@@ -116,15 +118,17 @@ void AddShowCommand(CLI::App& parent) {
     std::string path;
     uint64_t number = 0;
     bool by_id = false;
+    CredentialOptions credentials;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand("show", "Print one document's text exactly");
   cmd->add_option("DB.kst", options->path, "Database")->required();
+  AddCredentialOptions(*cmd, options->credentials, "the database");
   cmd->add_option("N", options->number, "Document number (as 'docs' lists it)")->required();
   cmd->add_flag("--ids", options->by_id,
                 "N is the engine's document identifier (as 'docs --ids' lists it)");
   cmd->callback([options] {
-    Database db(options->path, KSENG_ACCESS_READ);
+    Database db(options->path, KSENG_ACCESS_READ, options->credentials);
     const uint64_t id = options->by_id ? options->number : db.DocumentNumbered(options->number);
     if (id == 0 || EngGetDocumentKind(db.handle(), id) == 0) {
       throw HostError(fmt::format("{} has no document {}{}", options->path,
@@ -140,15 +144,17 @@ void AddSearchCommand(CLI::App& parent) {
     std::string path;
     std::string query;
     bool ids = false;
+    CredentialOptions credentials;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand(
       "search", "Full-text search: the documents found, by their numbers, in database order");
   cmd->add_option("DB.kst", options->path, "Database")->required();
+  AddCredentialOptions(*cmd, options->credentials, "the database");
   cmd->add_option("QUERY", options->query, "Words to find (full-text query syntax)")->required();
   cmd->add_flag("--ids", options->ids, kIdsHelp);
   cmd->callback([options] {
-    Database db(options->path, KSENG_ACCESS_READ);
+    Database db(options->path, KSENG_ACCESS_READ, options->credentials);
     const int64_t count = EngSearch(db.handle(), options->query.c_str(), nullptr, 0);
     if (count < 0) {
       throw HostError(fmt::format("search failed: {}", EngineErrorText(EngLastError(0))));

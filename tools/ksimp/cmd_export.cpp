@@ -101,10 +101,12 @@ void AddExportCommand(CLI::App& parent) {
     std::string path;
     std::string dir;
     std::vector<size_t> numbers;  // none: every document
+    CredentialOptions credentials;
   };
   auto options = std::make_shared<Options>();
   CLI::App* cmd = parent.add_subcommand("export", "Write each document's exact bytes to a folder");
   cmd->add_option("DB.kst", options->path, "Database")->required();
+  AddCredentialOptions(*cmd, options->credentials, "the database");
   cmd->add_option("DIR", options->dir,
                   "Folder to write into (created if missing): DIR/000001.txt, ..., each "
                   "document's attachments in DIR/000001.att/ under their base names, a name "
@@ -114,7 +116,7 @@ void AddExportCommand(CLI::App& parent) {
                   "Numbers of the documents to export (as 'docs' lists them); all without")
       ->check(CLI::PositiveNumber);
   cmd->callback([options] {
-    Database db(options->path, KSENG_ACCESS_READ);
+    Database db(options->path, KSENG_ACCESS_READ, options->credentials);
     const std::vector<uint64_t> ids = db.Documents();
     std::vector<size_t> numbers = options->numbers;
     if (numbers.empty()) {

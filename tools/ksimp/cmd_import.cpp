@@ -20,6 +20,7 @@
 #include "imap_source.h"
 #include "import_report.h"
 #include "ks_imp.h"
+#include "password_prompt.h"
 #include "progress_display.h"
 #include "table_sources.h"
 #include "type_check.h"
@@ -149,9 +150,40 @@ struct ImportCommand {
   std::vector<std::string> tables;
   std::vector<std::string> field_names;
   std::vector<std::string> given;  // the options given, in command-line order
-  // IMAP servers given as imap[s]://user@host[:port]/Mailbox.
-  std::string password_file;
+  // IMAP servers given as imap[s]://user@host[:port]/Mailbox: their
+  // password comes from --source-password-file or the terminal.
   bool no_certificate_check = false;
+  // A protected database and protected Kestro databases to import from.
+  CredentialOptions credentials;
+  CredentialOptions source_credentials;
+  PasswordPrompt prompt;
+
+  // Another Kestro database to import from is opened here first, on this
+  // thread, so that a protected one asks for its password (or says what is
+  // missing) before anything is imported; the credentials that opened it go
+  // with it to the import, which runs on another thread and never asks.
+  // One that does not open for another reason is left to the import, which
+  // reports it with the rest.
+  void UseSourceCredentials(uint32_t handle, const std::string& file, int32_t file_type) {
+    if (file_type != KSIMP_TYPE_KESTRO) {
+      KSIMP_SetSourceCredentials(handle, nullptr, nullptr);
+      return;
+    }
+    uint32_t error = 0;
+    const uint32_t source = KSIMP_OpenDatabase(file.c_str(), KSENG_ACCESS_READ,
+                                               KSENG_SHARE_READ, &error);
+    if (source != 0) EngCloseDatabase(source);
+    if (source == 0 &&
+        (error == KSENG_ERR_PASSWORD_REQUIRED || error == KSENG_ERR_PASSWORD_WRONG)) {
+      const std::string refusal = prompt.Refusal(file);
+      KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
+      throw HostError(fmt::format("cannot import {}: {}", file,
+                                  refusal.empty() ? EngineErrorText(error) : refusal));
+    }
+    auto [group, password] = prompt.LastAnswer(file);
+    KSIMP_SetSourceCredentials(handle, group.c_str(), password.c_str());
+    std::fill(password.begin(), password.end(), '\0');
+  }
 
   // A delimited or fixed-width layout travels as the import's stored
   // settings, as the column header string itself (a settings file is read
@@ -242,6 +274,9 @@ struct ImportCommand {
       }
     }
 
+    prompt.Give(path, credentials);
+    for (const std::string& file : files) prompt.Give(file, source_credentials, "source-");
+    prompt.Install();
     // Every server's password is had before anything is imported.
     std::vector<std::optional<ImapSource>> imap_sources;
     for (const std::string& file : files) {
@@ -251,7 +286,7 @@ struct ImportCommand {
       }
       ImapSource source = ParseImapUrl(file);
       source.password = ReadImapPassword(
-          password_file, fmt::format("Password of {} on {}: ", source.user, source.server));
+          source_credentials.password_file, fmt::format("Password of {} on {}: ", source.user, source.server));
       imap_sources.push_back(std::move(source));
     }
 
@@ -260,9 +295,10 @@ struct ImportCommand {
       // The library's failed open ran on this thread, so the engine's reason
       // is still there to say more than the library's own text.
       const uint32_t engine_error = EngLastError(0);
+      const std::string refusal = prompt.Refusal(path);
       throw HostError(fmt::format("cannot import into {}: {} ({})", path,
                                   ImportErrorText(KSIMP_GetLastImportError(0)),
-                                  EngineErrorText(engine_error)));
+                                  refusal.empty() ? EngineErrorText(engine_error) : refusal));
     }
     for (const std::string& folder : attachment_folders) {
       KSIMP_AddAttachmentFolder(handle, folder.c_str());
@@ -302,6 +338,7 @@ struct ImportCommand {
         if (!warning.empty()) fmt::print(stderr, "{}\n", warning);
       }
       if (columns.header_row) request.date_from = first_row_headers[i];
+      UseSourceCredentials(handle, file, file_type);
       const ImapSource* imap = imap_sources[i] ? &*imap_sources[i] : nullptr;
       if (!Queue(handle, queued_names[i], file_type, request, imap)) {
         std::string reason = ImportErrorText(KSIMP_GetLastImportError(handle));
@@ -317,6 +354,8 @@ struct ImportCommand {
       }
     }
 
+    // The import runs on another thread, where no one is asked anything.
+    prompt.Remove();
     uint32_t added = 0;
     int64_t carry = 0;
     std::atomic<uint32_t> outcome{0};
@@ -381,9 +420,6 @@ void AddImportCommand(CLI::App& parent) {
                   "(imaps:// for TLS from the start; imap:// switches to TLS with STARTTLS).  A "
                   "name holding \"|\" is refused: the import library reads \"|\" as a "
                   "separator between file names");
-  cmd->add_option("--password-file", command->password_file,
-                  "IMAP: read the password from the first line of this file (without it, it is "
-                  "asked for at the terminal)");
   cmd->add_flag("--no-certificate-check", command->no_certificate_check,
                 "IMAP: accept any certificate of the server (one of its own making); only on a "
                 "network you trust");
@@ -436,6 +472,9 @@ void AddImportCommand(CLI::App& parent) {
                   "by its path below the top of the personal folders (\"Inbox/Projects\"); "
                   "without it every folder is imported.  A folder the file does not hold is an "
                   "error whose log lists the folders it holds");
+  AddCredentialOptions(*cmd, command->credentials, "the database imported into");
+  AddCredentialOptions(*cmd, command->source_credentials, "the Kestro databases and IMAP servers imported from",
+                       "source-");
   cmd->add_flag("--quiet", command->quiet, "No progress display");
   cmd->add_flag("--json", command->json,
                 "Print one JSON object at the end and nothing else on stdout (no progress): "

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "ks_imp.h"
+
 namespace ksimp {
 
 std::string EngineErrorText(uint32_t code) {
@@ -46,10 +48,18 @@ std::string EngineErrorText(uint32_t code) {
   }
 }
 
-Database::Database(const std::string& path, int access_mode) : path_(path) {
-  handle_ = EngOpenDatabase(path.c_str(), access_mode, access_mode);
+Database::Database(const std::string& path, int access_mode, const CredentialOptions& credentials)
+    : path_(path) {
+  PasswordPrompt prompt;
+  prompt.Give(path, credentials);
+  prompt.Install();
+  uint32_t error = 0;
+  handle_ = KSIMP_OpenDatabase(path.c_str(), access_mode, access_mode, &error);
+  prompt.Remove();
   if (handle_ == 0) {
-    throw HostError(fmt::format("cannot open {}: {}", path, EngineErrorText(EngLastError(0))));
+    const std::string refusal = prompt.Refusal(path);
+    throw HostError(fmt::format("cannot open {}: {}", path,
+                                refusal.empty() ? EngineErrorText(error) : refusal));
   }
 }
 

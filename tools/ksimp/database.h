@@ -1,6 +1,7 @@
-// An open engine database for the host's commands: opens through the public
-// engine interface, closes on destruction, and turns engine failures into
-// plain-word errors.
+// An open engine database for the host's commands: opens through the import
+// library (which asks for the login group and password of a protected
+// database, password_prompt.h), closes on destruction, and turns engine
+// failures into plain-word errors.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "ks_eng5.h"
+#include "password_prompt.h"
 
 namespace ksimp {
 
@@ -24,7 +26,8 @@ std::string EngineErrorText(uint32_t code);
 
 class Database {
  public:
-  Database(const std::string& path, int access_mode);
+  // `credentials`: what the command line gave for a protected database.
+  Database(const std::string& path, int access_mode, const CredentialOptions& credentials = {});
   ~Database();
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;

@@ -1,0 +1,253 @@
+// Importing another Kestro database: every document copied in the source's
+// order with what belongs to it, protected sources opened with the
+// credentials the host gave or through its password prompt, and sources
+// that are no database refused with their message and nothing lost.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "core/scoped_env.h"
+#include "importers/import_fixture.h"
+#include "importers/kestro/kestro_import.h"
+#include "importers/kestro_test_support.h"
+
+namespace {
+
+constexpr const char* kGroup = "Staff";
+constexpr const char* kPassword = "s3cret pass";
+
+class KestroImportTest : public ImportFixture {
+ protected:
+  // A source database in the test's folder holding `texts`.
+  QueuedFile KestroSource(const std::string& name, const std::vector<std::string>& texts,
+                          const char* login_group = nullptr, const char* password = nullptr) {
+    const std::string path = dir_.file(name);
+    CreateSourceDatabase(path, texts, login_group, password);
+    return QueuedFile{path, KSIMP_TYPE_KESTRO};
+  }
+
+  // Imports `files`, each with the credentials given with it (none: "").
+  ImportOutcome ImportWithCredentials(
+      const std::vector<std::pair<QueuedFile, std::pair<std::string, std::string>>>& files) {
+    ImportOutcome outcome;
+    outcome.handle = KSIMP_InitImportUsingFileName(database_.c_str());
+    EXPECT_NE(outcome.handle, 0u);
+    for (const auto& [file, credentials] : files) {
+      EXPECT_EQ(KSIMP_SetSourceCredentials(outcome.handle, credentials.first.c_str(),
+                                           credentials.second.c_str()),
+                1u);
+      EXPECT_EQ(Queue(outcome.handle, file), 1u);
+    }
+    outcome.result = KSIMP_Import(outcome.handle, 0, 0, nullptr, &outcome.documents_added);
+    outcome.error = KSIMP_GetLastImportError(outcome.handle);
+    char log[4096] = {};
+    if (KSIMP_GetLogData(outcome.handle, log, sizeof log) != 0) outcome.log = log;
+    return outcome;
+  }
+
+  // The target holds `texts` before the import, to show that nothing is lost.
+  void TargetHolds(const std::vector<std::string>& texts) {
+    CreateSourceDatabase(database_, texts);
+  }
+
+  TempDir config_;
+  ScopedEnv config_dir_{"KESTRO_CONFIG_DIR", config_.path().string()};
+};
+
+TEST_F(KestroImportTest, CopiesEveryDocumentInTheSourcesOrderAfterWhatTheTargetHeld) {
+  TargetHolds({"already here"});
+  const QueuedFile first = KestroSource("first.kst", {"one", "two", "three"});
+  const QueuedFile second = KestroSource("second.kst", {"four"});
+  const ImportOutcome outcome = Import({first, second});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << "no error was to be recorded: " << outcome.log;
+  EXPECT_EQ(outcome.documents_added, 4u);
+  EXPECT_EQ(Documents(), (std::vector<std::string>{"already here", "one", "two", "three", "four"}));
+}
+
+TEST_F(KestroImportTest, AtTheTopTheCopiesKeepTheSourcesOrder) {
+  TargetHolds({"old"});
+  QueuedFile source = KestroSource("source.kst", {"a", "b", "c"});
+  source.location = KSIMP_LOC_TOP;
+  EXPECT_EQ(Import({source}).result, 1u);
+  EXPECT_EQ(Documents(), (std::vector<std::string>{"a", "b", "c", "old"}));
+}
+
+TEST_F(KestroImportTest, EntriesKeepTheirFormAndFieldsAndNamedDocumentsTheirNames) {
+  const std::string path = dir_.file("forms.kst");
+  ASSERT_NE(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 0);
+  const uint32_t db = EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db, 0u);
+  const char* fields[] = {"Name", "City"};
+  const uint64_t form = EngCreateForm(db, "Contacts", fields, 2);
+  ASSERT_NE(form, 0u);
+  uint64_t entry = 0;
+  ASSERT_NE(EngOp251(db, form, &entry, 0, "notes", KSENG_LOC_END, 0), 0);
+  KSENG_FIELD values[2] = {};
+  std::strcpy(values[0].name, "Name");
+  values[0].flags = KSENG_FIELD_FLAGS;
+  values[0].count = 1;
+  values[0].value = "Ada";
+  std::strcpy(values[1].name, "City");
+  values[1].flags = KSENG_FIELD_FLAGS;
+  values[1].count = 1;
+  values[1].value = "London";
+  ASSERT_NE(EngOp249(db, static_cast<uint32_t>(entry), static_cast<uint32_t>(entry >> 32), 1, 2,
+                     values),
+            0);
+  ASSERT_NE(EngSetDocumentName(db, entry, "first contact"), 0);
+  EngCloseDatabase(db);
+
+  EXPECT_EQ(Import({QueuedFile{path, KSIMP_TYPE_KESTRO}}).result, 1u);
+  const std::vector<StoredDocument> stored = StoredDocuments();
+  ASSERT_EQ(stored.size(), 1u);
+  EXPECT_EQ(stored[0].kind, KSENG_KIND_ENTRY);
+  EXPECT_EQ(stored[0].form, "Contacts");
+  EXPECT_EQ(stored[0].fields,
+            (std::vector<std::pair<std::string, std::string>>{{"Name", "Ada"}, {"City", "London"}}));
+  const uint32_t target = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
+  EXPECT_GT(EngFindDocument(target, KSENG_KIND_TEXT, "first contact"), 0);
+  EngCloseDatabase(target);
+}
+
+TEST_F(KestroImportTest, AnEmptySourceCopiesNothingAndSucceeds) {
+  const ImportOutcome outcome = Import({KestroSource("empty.kst", {})});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 0u);
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(KestroImportTest, TheCopyCountGrowsAcrossFilesAndImports) {
+  const uint64_t before = CIMPKestro4::CopyCount();
+  EXPECT_EQ(Import({KestroSource("a.kst", {"1", "2"}), KestroSource("b.kst", {"3"})}).result, 1u);
+  EXPECT_EQ(CIMPKestro4::CopyCount(), before + 3);
+  EXPECT_EQ(Import({KestroSource("c.kst", {"4", "5"})}).result, 1u);
+  EXPECT_EQ(CIMPKestro4::CopyCount(), before + 5) << "never reset between imports";
+}
+
+TEST_F(KestroImportTest, AProtectedSourceOpensWithTheRightCredentials) {
+  const QueuedFile source = KestroSource("locked.kst", {"private one", "private two"}, kGroup,
+                                         kPassword);
+  const ImportOutcome outcome = ImportWithCredentials({{source, {kGroup, kPassword}}});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(Documents(), (std::vector<std::string>{"private one", "private two"}));
+}
+
+TEST_F(KestroImportTest, AWrongPasswordImportsNothingAndSaysSoKeepingTheRest) {
+  TargetHolds({"kept"});
+  const QueuedFile locked = KestroSource("locked.kst", {"private"}, kGroup, kPassword);
+  const QueuedFile open = KestroSource("open.kst", {"public"});
+  const ImportOutcome outcome =
+      ImportWithCredentials({{locked, {kGroup, "wrong"}}, {open, {"", ""}}});
+  EXPECT_EQ(outcome.error, 11026u) << "the code a host tests for a protected source";
+  EXPECT_NE(outcome.log.find("Error: the login group or password is wrong in file " + locked.path +
+                             ", this file will not be imported."),
+            std::string::npos)
+      << outcome.log;
+  EXPECT_EQ(Documents(), (std::vector<std::string>{"kept", "public"}))
+      << "the next file is imported, nothing before is lost";
+}
+
+TEST_F(KestroImportTest, AProtectedSourceWithoutCredentialsOrPromptIsRefusedAsProtected) {
+  const QueuedFile locked = KestroSource("locked.kst", {"private"}, kGroup, kPassword);
+  const ImportOutcome outcome = Import({locked});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, 11026u);
+  EXPECT_NE(outcome.log.find("Error: the database is protected by a password in file"),
+            std::string::npos)
+      << outcome.log;
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(KestroImportTest, RejectedCredentialsFallBackToAPlainOpenWhichThePromptAnswers) {
+  const QueuedFile locked = KestroSource("locked.kst", {"private"}, kGroup, kPassword);
+  ScriptedPrompt prompt;
+  prompt.answers = {{"Default", "guess"}, {kGroup, kPassword}};
+  const PromptInstalled installed(prompt);
+  const ImportOutcome outcome = ImportWithCredentials({{locked, {kGroup, "stale password"}}});
+  EXPECT_EQ(outcome.result, 1u) << outcome.log;
+  EXPECT_EQ(Documents(), std::vector<std::string>{"private"});
+  ASSERT_EQ(prompt.asked.size(), 2u);
+  EXPECT_EQ(prompt.asked[0].path, locked.path);
+  EXPECT_EQ(prompt.asked[0].reason, 4000u) << "the open without credentials asked first";
+  EXPECT_EQ(prompt.asked[0].message, "");
+  EXPECT_EQ(prompt.asked[0].proposed_group, "Default") << "no group opened it before";
+  EXPECT_EQ(prompt.asked[1].reason, 4001u);
+  EXPECT_EQ(prompt.asked[1].message, "The password you have entered is invalid, please try again.");
+  EXPECT_EQ(prompt.asked[1].proposed_group, "Default") << "the group typed stays in the prompt";
+}
+
+TEST_F(KestroImportTest, TheLoginGroupThatOpenedASourceIsProposedNextTime) {
+  const QueuedFile locked = KestroSource("locked.kst", {"private"}, kGroup, kPassword);
+  ScriptedPrompt prompt;
+  prompt.answers = {{kGroup, kPassword}, {kGroup, kPassword}};
+  const PromptInstalled installed(prompt);
+  EXPECT_EQ(Import({locked}).result, 1u);
+  FreshDatabase();
+  EXPECT_EQ(Import({locked}).result, 1u);
+  ASSERT_EQ(prompt.asked.size(), 2u);
+  EXPECT_EQ(prompt.asked[0].proposed_group, "Default");
+  EXPECT_EQ(prompt.asked[1].proposed_group, kGroup);
+  EXPECT_EQ(ReadFile(config_.path() / "kestro.conf").find(kPassword), std::string::npos)
+      << "the password is never stored";
+}
+
+TEST_F(KestroImportTest, ACancelledPromptImportsNothing) {
+  const QueuedFile locked = KestroSource("locked.kst", {"private"}, kGroup, kPassword);
+  ScriptedPrompt prompt;  // no answers: cancels at once
+  const PromptInstalled installed(prompt);
+  const ImportOutcome outcome = Import({locked});
+  EXPECT_EQ(outcome.error, 11026u);
+  EXPECT_EQ(prompt.asked.size(), 1u);
+  EXPECT_TRUE(Documents().empty());
+}
+
+TEST_F(KestroImportTest, AFileThatIsNoDatabaseIsRefusedByNameAndNothingIsLost) {
+  TargetHolds({"kept"});
+  // A real database cut short: a valid header and too few pages.
+  const QueuedFile whole = KestroSource("whole.kst", {"x", "y"});
+  const std::string bytes = ReadFile(whole.path);
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"text.kst", "just some text, not a database\r\n"},
+      {"empty.kst", ""},
+      {"garbage.kst", std::string(5000, '\xff')},
+      {"truncated.kst", bytes.substr(0, 100)},
+      {"half.kst", bytes.substr(0, bytes.size() / 2)},
+  };
+  for (const auto& [name, content] : cases) {
+    SCOPED_TRACE(name);
+    const QueuedFile bad = Source(name, content, KSIMP_TYPE_KESTRO);
+    const QueuedFile good = KestroSource("good.kst", {"good"});
+    const ImportOutcome outcome = Import({bad, good});
+    EXPECT_TRUE(outcome.error == 130u || outcome.error == 131u) << outcome.error;
+    if (outcome.error == 130u) {
+      EXPECT_NE(outcome.log.find("File: \"" + bad.path +
+                                 "\" is not an Kestro 5 file, and will not be imported."),
+                std::string::npos)
+          << outcome.log;
+    }
+    std::vector<std::string> documents = Documents();
+    ASSERT_GE(documents.size(), 2u);
+    EXPECT_EQ(documents.front(), "kept");
+    EXPECT_EQ(documents.back(), "good") << "the file after it is imported";
+  }
+}
+
+TEST_F(KestroImportTest, TheTargetItselfIsNotImportedIntoItself) {
+  TargetHolds({"only"});
+  const ImportOutcome outcome = Import({QueuedFile{database_, KSIMP_TYPE_KESTRO}});
+  EXPECT_EQ(outcome.error, 131u);
+  EXPECT_NE(outcome.log.find("it is the database being imported into"), std::string::npos);
+  EXPECT_EQ(Documents(), std::vector<std::string>{"only"});
+}
+
+TEST_F(KestroImportTest, AMissingSourceIsReportedAsAFileThatCannotBeOpened) {
+  const ImportOutcome outcome =
+      Import({QueuedFile{dir_.file("missing.kst"), KSIMP_TYPE_KESTRO}});
+  EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
+}
+
+}  // namespace
