@@ -137,7 +137,7 @@ def test_a_missing_file_fails_and_the_files_before_it_stay(db, tmp_path):
 
 
 @pytest.mark.parametrize("file_type, code", [
-    ("doc", kestro.ERR_UNSUPPORTED_TYPE),     # listed, but no importer in this build
+    ("doc", kestro.ERR_WRONG_FILE_TYPE),      # a text file is no Word document
     (kestro.TYPE_IMAP_SERVER, kestro.ERR_IMAP_CONNECT),  # queued without a server to read
 ])
 def test_a_type_that_cannot_be_imported_is_an_error(db, tmp_path, file_type, code):

@@ -136,6 +136,7 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
   if (owner) {
     record.charset = owner->source_charset;
     record.imap_verify_certificate = owner->imap_verify_certificate;
+    record.source_credentials = owner->source_credentials;
   }
   if (record.file_type == KSIMP_TYPE_IMAP_SERVER && owner) {
     // An IMAP source is sized by its messages, which only its server can
@@ -147,10 +148,6 @@ uint32_t CImportSession::AddFileToImport(SETDATA record) {
       return 0;
     }
     handles_.AddTotalBytes(handle, look.state.exists.value_or(0));
-  }
-  if (const auto owner = handles_.Find(handle)) {
-    record.charset = owner->source_charset;
-    record.source_credentials = owner->source_credentials;
   }
   // An option the file type does not offer reaches the importer as its
   // default, never as whatever the caller happened to pass.

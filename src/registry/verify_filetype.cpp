@@ -12,7 +12,7 @@
 
 #include "core/sharing_probe.h"
 #include "importers/tables/ado_util.h"
-#include "importers/tables/compound_file.h"
+#include "formats/compound_file.h"
 #include "importers/tables/table_drivers.h"
 #include "importers/text/kestro_dos_import.h"
 #include "ks_eng5.h"
@@ -165,7 +165,7 @@ int CVerifyFiletype::IsWordPerfect(const std::string& path) {
 bool CVerifyFiletype::HasCompoundStream(const std::string& path, const char* const* names) {
   if (!MayRead(path)) return false;
   try {
-    const ks::tables::CompoundFile file(path);
+    const ks::formats::CompoundFile file(path);
     for (; *names != nullptr; ++names) {
       if (file.OpenStream(*names)) return true;
     }

@@ -53,6 +53,12 @@ class WordImportTest : public ImportFixture {
   void SetUp() override {
     ImportFixture::SetUp();
     temp_ = std::make_unique<ScopedEnv>("TMPDIR", dir_.path().string());
+    // The real converter, the one this build made, unless the run names
+    // another folder.
+    const char* modules = std::getenv("KESTRO_MODULE_DIR");
+    if (modules == nullptr || *modules == '\0') {
+      modules_ = std::make_unique<ScopedEnv>("KESTRO_MODULE_DIR", KS_BUILT_MODULE_DIR);
+    }
   }
 
   // The converted copies still in the temporary import folder.
@@ -67,6 +73,7 @@ class WordImportTest : public ImportFixture {
   static bool HasCorpus(const std::string& folder) { return fs::is_directory(Corpus(folder)); }
 
   std::unique_ptr<ScopedEnv> temp_;
+  std::unique_ptr<ScopedEnv> modules_;
 };
 
 TEST_F(WordImportTest, EveryCorpusDocImportsOrFailsAsNotInstalled) {
