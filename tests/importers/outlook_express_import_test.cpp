@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 #include "import_fixture.h"
 #include "importers/dbx_test_file.h"
@@ -17,11 +15,6 @@ namespace {
 
 constexpr int32_t kOutlookExpress = KSIMP_TYPE_OUTLOOK_EXPRESS;
 constexpr const char* kNoErrorRecorded = "no error was to be recorded";
-
-std::string ReadWhole(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 // The value of the field `name` in a document, or "" when it has none.
 std::string Field(const std::string& document, const std::string& name) {
@@ -207,27 +200,6 @@ TEST_F(OutlookExpressImportTest, ACutFolderKeepsTheMessagesBeforeTheCut) {
   EXPECT_EQ(documents, 3u);
   EXPECT_EQ(error, KSIMP_ERR_END_OF_FILE);
   EXPECT_EQ(whole, 0u);
-}
-
-TEST_F(OutlookExpressImportTest, ACutRealFolderImportsWhatItStillHolds) {
-  const std::filesystem::path path = Corpus("dbx") / "iped-test_OutlookDBX.dbx";
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no corpus";
-  const std::string file = ReadWhole(path);
-  uint32_t imported_before = 0;
-  for (const size_t percent : {5, 30, 55, 80, 100}) {
-    FreshDatabase();
-    const ImportOutcome outcome =
-        Import({Written("cut.dbx", file.substr(0, file.size() * percent / 100))});
-    EXPECT_GE(outcome.documents_added, imported_before) << percent << "%";
-    imported_before = outcome.documents_added;
-    if (outcome.documents_added < 28) {
-      EXPECT_EQ(outcome.error, KSIMP_ERR_END_OF_FILE) << percent << "%: " << outcome.log;
-      EXPECT_EQ(outcome.result, 0u);
-    } else {
-      EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << percent << "%: " << outcome.log;
-    }
-  }
-  EXPECT_EQ(imported_before, 28u);
 }
 
 TEST_F(OutlookExpressImportTest, ADamagedIndexEndsCleanlyWithItsError) {
