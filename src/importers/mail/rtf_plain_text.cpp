@@ -64,7 +64,9 @@ class RtfReader {
       --pending_stand_ins_;
       return;
     }
-    if (!Skipping() && c != '\0') bytes_ += c;
+    // Control characters (written as \'0a or the like) carry no text; line
+    // breaks are \par and \line.
+    if (!Skipping() && (static_cast<unsigned char>(c) >= 0x20 || c == '\t')) bytes_ += c;
   }
 
   void Unicode(long code) {
@@ -73,7 +75,7 @@ class RtfReader {
     // is no character.
     if (code < 0) code += 65536;
     pending_stand_ins_ = groups_.back().unicode_skip;
-    if (Skipping() || code == 0) return;
+    if (Skipping() || (code < 0x20 && code != '\t')) return;
     Flush();
     if (code < 0 || code > 0xFFFF || (code >= 0xD800 && code <= 0xDFFF)) code = 0xFFFD;
     char32_t point = static_cast<char32_t>(code);
