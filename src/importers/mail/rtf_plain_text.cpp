@@ -75,9 +75,10 @@ class RtfReader {
     // is no character.
     if (code < 0) code += 65536;
     pending_stand_ins_ = groups_.back().unicode_skip;
-    if (Skipping() || (code < 0x20 && code != '\t')) return;
-    Flush();
+    if (Skipping()) return;
     if (code < 0 || code > 0xFFFF || (code >= 0xD800 && code <= 0xDFFF)) code = 0xFFFD;
+    if (code < 0x20 && code != '\t') return;  // control characters carry no text
+    Flush();
     char32_t point = static_cast<char32_t>(code);
     if (point < 0x80) {
       out_ += static_cast<char>(point);
