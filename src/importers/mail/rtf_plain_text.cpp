@@ -98,10 +98,15 @@ class RtfReader {
     out_ += text;
   }
 
-  // The bytes gathered so far, read in the document's code page.
+  // The bytes gathered so far, read in the document's code page.  A code
+  // page may turn a printable byte into a control character (EBCDIC reads
+  // "%" as a line feed): those are dropped too.
   void Flush() {
     if (bytes_.empty()) return;
-    ks::core::CharsetConverter::ForThisThread().AppendText(code_page_, bytes_, out_);
+    std::string text;
+    ks::core::CharsetConverter::ForThisThread().AppendText(code_page_, bytes_, text);
+    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\t'; });
+    out_ += text;
     bytes_.clear();
   }
 
