@@ -42,6 +42,13 @@ void CheckItem(const OutlookItem& item) {
 
 }  // namespace
 
+// libpff 20180714 leaks a column definition (24 bytes) when it gives up on
+// some damaged tables, found by this target; its own leak is not ours to
+// fix, and nothing else of libpff is passed over.
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libpff_column_definition_initialize\n";
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   {
     std::ofstream file(InputPath(), std::ios::binary | std::ios::trunc);

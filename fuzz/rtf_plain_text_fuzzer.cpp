@@ -6,7 +6,8 @@
 // Checks: the text is valid UTF-8 and holds no NUL; every line end is
 // CR LF; it neither starts nor ends with blanks or line ends; text without
 // a backslash or a brace (no markup at all) comes out as itself, trimmed,
-// its line ends dropped as the format drops them.
+// its line ends and other control characters dropped as the format drops
+// them.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -33,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       rtf.find('\0') == std::string_view::npos) {
     std::string plain;
     for (const char c : rtf) {
-      if (c != '\r' && c != '\n') plain += c;
+      if (static_cast<unsigned char>(c) >= 0x20 || c == '\t') plain += c;
     }
     const size_t first = plain.find_first_not_of(" \t");
     const size_t last = plain.find_last_not_of(" \t");

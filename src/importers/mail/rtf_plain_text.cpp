@@ -64,7 +64,9 @@ class RtfReader {
       --pending_stand_ins_;
       return;
     }
-    if (!Skipping() && c != '\0') bytes_ += c;
+    // Control characters (written as \'0a or the like) carry no text; line
+    // breaks are \par and \line.
+    if (!Skipping() && (static_cast<unsigned char>(c) >= 0x20 || c == '\t')) bytes_ += c;
   }
 
   void Unicode(long code) {
@@ -73,9 +75,10 @@ class RtfReader {
     // is no character.
     if (code < 0) code += 65536;
     pending_stand_ins_ = groups_.back().unicode_skip;
-    if (Skipping() || code == 0) return;
-    Flush();
+    if (Skipping()) return;
     if (code < 0 || code > 0xFFFF || (code >= 0xD800 && code <= 0xDFFF)) code = 0xFFFD;
+    if (code < 0x20 && code != '\t') return;  // control characters carry no text
+    Flush();
     char32_t point = static_cast<char32_t>(code);
     if (point < 0x80) {
       out_ += static_cast<char>(point);
@@ -95,10 +98,15 @@ class RtfReader {
     out_ += text;
   }
 
-  // The bytes gathered so far, read in the document's code page.
+  // The bytes gathered so far, read in the document's code page.  A code
+  // page may turn a printable byte into a control character (EBCDIC reads
+  // "%" as a line feed): those are dropped too.
   void Flush() {
     if (bytes_.empty()) return;
-    ks::core::CharsetConverter::ForThisThread().AppendText(code_page_, bytes_, out_);
+    std::string text;
+    ks::core::CharsetConverter::ForThisThread().AppendText(code_page_, bytes_, text);
+    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\t'; });
+    out_ += text;
     bytes_.clear();
   }
 
