@@ -9,10 +9,7 @@
 // "python3 gen_pdf.py --scale 1", which needs enscript and ghostscript).
 // folder (or TMPDIR, else /tmp) receives the database, removed afterwards.
 // rounds (default 5) alternate pdftotext and the import; each figure is the
-// best round.  The import runs twice each round: with the module's own
-// choice of threads (several for a long file, on a machine with several
-// processors) and with one thread (KESTRO_PDF_WORKERS=1), the way
-// pdftotext reads.
+// best round.
 //
 // Both sides are timed on the clock and in processor time (the import's
 // process, both of its threads; pdftotext's child process), which other work
@@ -30,7 +27,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
-#include <thread>
 
 #include "bench_support.h"
 #include "end_add_timer.h"
@@ -141,17 +137,13 @@ int main(int argc, char** argv) {
   if (access(pdf.c_str(), R_OK) != 0) Fail(pdf + " is missing (python3 gen_pdf.py --scale 1)");
   const std::string database = folder + "/pdf_bench.kst";
 
-  Timing pdftotext, import, import_one_thread;
+  Timing pdftotext, import;
   long pages = 0;
   TimePdftotext(pdf);  // warms the page cache and poppler's own files
   for (int round = 0; round < rounds; ++round) {
     pdftotext.KeepBest(TimePdftotext(pdf));
-    unsetenv("KESTRO_PDF_WORKERS");
     import.KeepBest(TimeImport(database, pdf, &pages));
-    setenv("KESTRO_PDF_WORKERS", "1", 1);
-    import_one_thread.KeepBest(TimeImport(database, pdf, &pages));
   }
-  unsetenv("KESTRO_PDF_WORKERS");
   const auto rate = [pages](double seconds) { return static_cast<double>(pages) / seconds; };
   const auto line = [&](const char* name, double seconds, double cpu_seconds) {
     fmt::print(
@@ -160,17 +152,13 @@ int main(int argc, char** argv) {
         pdftotext.cpu_seconds / cpu_seconds);
   };
 
-  fmt::print("{}: {} pages, best of {} rounds; {} processors\n", pdf, pages, rounds,
-             std::thread::hardware_concurrency());
+  fmt::print("{}: {} pages, best of {} rounds\n", pdf, pages, rounds);
   fmt::print("{:30}{:<27}{:<26}{}\n", "", "clock", "processor time",
              "pages/s over pdftotext's (clock / processor)");
   line("pdftotext", pdftotext.seconds, pdftotext.cpu_seconds);
   line("import incl. index", import.seconds, import.cpu_seconds);
   line("import, no EngEndAdd", import.seconds - import.index_seconds,
        import.cpu_seconds - import.index_cpu_seconds);
-  line("one thread, incl. index", import_one_thread.seconds, import_one_thread.cpu_seconds);
-  line("one thread, no EngEndAdd", import_one_thread.seconds - import_one_thread.index_seconds,
-       import_one_thread.cpu_seconds - import_one_thread.index_cpu_seconds);
   fmt::print("  import's EngEndAdd (index) {:7.3f} s                    {:7.3f} s\n",
              import.index_seconds, import.index_cpu_seconds);
   return 0;

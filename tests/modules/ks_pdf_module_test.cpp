@@ -6,14 +6,12 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "api/write_file.h"
 #include "core/loadable_module.h"
-#include "core/scoped_env.h"
 #include "ks_pdf/ks_pdf.h"
 #include "modules/simple_pdf.h"
 #include "modules/tool_output.h"
@@ -97,28 +95,6 @@ TEST_F(KsPdfModule, ExtractsEachPageFollowedByAFormFeed) {
   EXPECT_EQ(e.text, expected);
   EXPECT_EQ(bytes_processed_(), static_cast<int>(std::filesystem::file_size(path)))
       << "the whole file once the extraction is over";
-}
-
-TEST_F(KsPdfModule, SeveralThreadsGiveTheTextOfOne) {
-  const std::string path = WriteFile(dir_, "long.pdf", SimplePdf(120, 12));
-  std::string texts[3];
-  const char* workers[3] = {"1", "3", nullptr};  // nullptr: the module's own choice
-  for (int i = 0; i < 3; ++i) {
-    ScopedEnv chosen("KESTRO_PDF_WORKERS",
-                     workers[i] ? std::optional<std::string>(workers[i]) : std::nullopt);
-    const Extraction e = Extract(path);
-    ASSERT_EQ(e.returned, KS_PDF_OK);
-    texts[i] = e.text;
-    EXPECT_EQ(bytes_processed_(), static_cast<int>(std::filesystem::file_size(path)));
-  }
-  EXPECT_EQ(texts[1], texts[0]);
-  EXPECT_EQ(texts[2], texts[0]);
-  std::string expected;
-  for (int page = 1; page <= 120; ++page) {
-    for (int line = 1; line <= 12; ++line) expected += SimplePdfLine(page, line) + "\n";
-    expected += "\n\f";
-  }
-  EXPECT_EQ(texts[0], expected);
 }
 
 TEST_F(KsPdfModule, APdfWithoutTextGivesOnlyItsPageBreaks) {

@@ -1,8 +1,7 @@
 // The exported operations of KS_Pdf over the page extractor, with the
 // process-wide state the interface implies: the bytes handled of the current
 // file and the abort request, read and set from any thread (atomics), and
-// the last error.  One extraction runs at a time (extraction_lock), on as
-// many threads as its length repays.
+// the last error.  One extraction runs at a time (extraction_lock).
 #include "ks_pdf.h"
 
 #include <poppler-document.h>
@@ -46,36 +45,19 @@ uint64_t FileSize(const char* path) {
   return ::stat(path, &info) == 0 && info.st_size > 0 ? static_cast<uint64_t>(info.st_size) : 0;
 }
 
-// Raises the progress to `bytes` unless it is further already: the workers
-// of one extraction report their pages in any order.
-void RaiseBytesProcessed(uint64_t bytes) {
-  uint64_t seen = bytes_processed.load(std::memory_order_relaxed);
-  while (seen < bytes && !bytes_processed.compare_exchange_weak(seen, bytes)) {
-  }
-}
-
-// The text of `path` in `text`, the error as KS_PDF_ codes.  A long file is
-// read by several threads, each with a document of its own.
+// The text of `path` in `text`, the error as KS_PDF_ codes.
 int Extract(const char* path, std::string& text) {
   const uint64_t size = FileSize(path);
-  const std::string file(path);
-  std::unique_ptr<poppler::document> document = ks::pdf::OpenPdfFile(file);
-  ks::pdf::Parallelism parallelism;
-  if (document != nullptr && !document->is_locked()) {
-    parallelism.workers = ks::pdf::WorkersFor(document->pages());
-    if (const char* workers = std::getenv("KESTRO_PDF_WORKERS"); workers != nullptr && *workers) {
-      parallelism.workers = std::clamp(std::atoi(workers), 1, 64);
-    }
-    parallelism.open_another = [&file] { return ks::pdf::OpenPdfFile(file); };
-  }
+  std::unique_ptr<poppler::document> document = ks::pdf::OpenPdfFile(path);
   const int error = ErrorOf(ks::pdf::ExtractText(
       document.get(), abort_requested,
       [size](int done, int total) {
         const auto pages = static_cast<uint64_t>(total);
         const auto finished = static_cast<uint64_t>(done);
-        RaiseBytesProcessed(size / pages * finished + size % pages * finished / pages);
+        bytes_processed.store(size / pages * finished + size % pages * finished / pages,
+                              std::memory_order_relaxed);
       },
-      text, parallelism));
+      text));
   if (error == KS_PDF_OK) bytes_processed.store(size, std::memory_order_relaxed);
   return error;
 }

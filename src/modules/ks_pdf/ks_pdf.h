@@ -21,10 +21,6 @@
  *    GetPDFData waits until the first is over.  PDFGetBytesProcessed and
  *    PDFAbort may be called from any thread at any time.  IsValidPDFFile
  *    touches none of that state.
- *  - A long file is read by several threads at once (one per processor, at
- *    most four, one for every 16 pages), each with its own poppler document;
- *    the text is the same.  $KESTRO_PDF_WORKERS, when set, gives the count
- *    of threads instead (1: the calling thread alone).
  *  - Nothing is written to stdout or stderr: poppler's own messages are
  *    dropped.  No call lets an exception out.
  */
