@@ -96,7 +96,7 @@ TEST(RtfPlainText, DamagedTextEndsWithoutHarm) {
   // Control characters written as escapes are no line ends: those are \par.
   EXPECT_EQ(RtfPlainText(R"({\rtf1\uc0 a\u10 b\'0d\'00c\'09d})"), "abc\td");
   // Nor are those a code page makes of printable bytes (EBCDIC's "%").
-  EXPECT_EQ(RtfPlainText(R"({\rtf1\ansicpg037 \'25\'c1})"), "A");
+  EXPECT_EQ(RtfPlainText(R"({\rtf1\ansicpg500 \'25\'c1})"), "A");
   // Groups deeper than the limit are skipped, not followed.
   const std::string deep = std::string(kRtfDeepestGroup + 10, '{') + "deep" +
                            std::string(kRtfDeepestGroup + 10, '}') + "top";
