@@ -218,7 +218,7 @@ TEST(LinkDocument, AttachmentNamesAreCutAtACharacterBoundary) {
 
 TEST(LinkDocument, KeptTextsAreFilledInOnce) {
   EXPECT_EQ(ks::documents::FillLinkText("File%c %s]", '[', "/a %s b"), "File[ /a %s b]");
-  EXPECT_EQ(ks::documents::ComposePlainLinkDocument('[', "/tmp/x"), "File[ /tmp/x]");
+  EXPECT_EQ(ks::documents::ComposePlainLinkDocument('[', "/files/x"), "File[ /files/x]");
 }
 
 TEST(RichTextHeader, FontsTheMachineLacksCarryTheirStandIn) {
