@@ -9,10 +9,13 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/error_codes.h"
@@ -231,6 +234,27 @@ TEST_F(ImapImportTest, AConnectionCutInTheMiddleKeepsTheMessagesBeforeIt) {
   EXPECT_GT(outcome.documents_added, 0u);
   EXPECT_LT(outcome.documents_added, static_cast<uint32_t>(kManyMessages));
   EXPECT_EQ(Documents().size(), outcome.documents_added) << "every message counted is kept";
+}
+
+TEST_F(ImapImportTest, AnAbortKeepsWhatArrivedAndIsNoFailure) {
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  KSIMP_SetImapCertificateCheck(handle, 0);
+  ASSERT_EQ(QueueImap(handle, Plain("ann", "secret")), 1u) << LogOf(handle);
+  std::atomic<bool> done{false};
+  std::thread aborter([&] {
+    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 20) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    KSIMP_Abort(handle);
+  });
+  uint32_t added = 0;
+  const uint32_t result = KSIMP_Import(handle, 0, 0, nullptr, &added);
+  done.store(true);
+  aborter.join();
+  EXPECT_EQ(result, 1u) << LogOf(handle);
+  EXPECT_GE(added, 20u);
+  EXPECT_LT(added, static_cast<uint32_t>(kManyMessages)) << "the abort was seen";
+  EXPECT_EQ(Documents().size(), added);
 }
 
 TEST_F(ImapImportTest, TheFirewallIsCrossedAsASocks5OrHttpProxy) {
