@@ -10,7 +10,10 @@
 //
 // CuttingRelay sits between a client and the server and drops the
 // connection after the server sent a given number of bytes: a connection
-// lost in the middle of a transfer, on demand.
+// lost in the middle of a transfer, on demand.  It can also stand as a
+// firewall: a SOCKS5 proxy or an HTTP proxy taking CONNECT, which answers
+// the client's request as such a proxy would and then forwards to the
+// server, whatever address was asked for.
 #pragma once
 
 #include <arpa/inet.h>
@@ -103,7 +106,9 @@ class DovecotServer {
     const std::string certificate = dir_.file("cert.pem");
     const std::string key = dir_.file("key.pem");
     const std::string make_certificate =
-        openssl + " req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -keyout " +
+        openssl +
+        " req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2"
+        " -subj /CN=localhost -keyout " +
         key + " -out " + certificate + " >/dev/null 2>&1";
     if (std::system(make_certificate.c_str()) != 0) {
       skip_reason_ = "openssl could not make a certificate";
@@ -258,8 +263,10 @@ class DovecotServer {
 // cutting each one after the server sent `cut_after` bytes on it.
 class CuttingRelay {
  public:
-  CuttingRelay(uint16_t server_port, size_t cut_after)
-      : server_port_(server_port), cut_after_(cut_after) {
+  enum class Proxy { kNone, kSocks5, kHttpConnect };
+
+  CuttingRelay(uint16_t server_port, size_t cut_after, Proxy proxy = Proxy::kNone)
+      : server_port_(server_port), cut_after_(cut_after), proxy_(proxy) {
     listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -280,6 +287,8 @@ class CuttingRelay {
   uint16_t port() const { return port_; }
   // How many connections were cut.
   int cuts() const { return cuts_.load(); }
+  // How many proxy requests were answered.
+  int proxied() const { return proxied_.load(); }
 
  private:
   void Serve() {
@@ -288,6 +297,10 @@ class CuttingRelay {
       if (::poll(&waiting, 1, 100) <= 0) continue;
       const int client = ::accept(listener_, nullptr, nullptr);
       if (client < 0) continue;
+      if (!AnswerProxyRequest(client)) {
+        ::close(client);
+        continue;
+      }
       const int server = ::socket(AF_INET, SOCK_STREAM, 0);
       sockaddr_in address{};
       address.sin_family = AF_INET;
@@ -299,6 +312,56 @@ class CuttingRelay {
       ::close(server);
       ::close(client);
     }
+  }
+
+  // Reads exactly `count` bytes; false when the client goes first.
+  static bool ReadExactly(int fd, char* buffer, size_t count) {
+    for (size_t got = 0; got < count;) {
+      const ssize_t n = ::read(fd, buffer + got, count - got);
+      if (n <= 0) return false;
+      got += static_cast<size_t>(n);
+    }
+    return true;
+  }
+
+  bool AnswerProxyRequest(int client) {
+    if (proxy_ == Proxy::kNone) return true;
+    char buffer[512];
+    if (proxy_ == Proxy::kHttpConnect) {
+      std::string request;
+      while (request.find("\r\n\r\n") == std::string::npos && request.size() < 4096) {
+        if (!ReadExactly(client, buffer, 1)) return false;
+        request += buffer[0];
+      }
+      if (!request.starts_with("CONNECT ")) return false;
+      const std::string answer = "HTTP/1.1 200 Connection established\r\n\r\n";
+      if (::write(client, answer.data(), answer.size()) != static_cast<ssize_t>(answer.size())) {
+        return false;
+      }
+      proxied_.fetch_add(1);
+      return true;
+    }
+    // SOCKS5: greeting (version, methods), then a CONNECT request.
+    if (!ReadExactly(client, buffer, 2) || buffer[0] != 5) return false;
+    const auto methods = static_cast<unsigned char>(buffer[1]);
+    if (!ReadExactly(client, buffer, methods)) return false;
+    const char no_login[2] = {5, 0};
+    if (::write(client, no_login, 2) != 2) return false;
+    if (!ReadExactly(client, buffer, 4) || buffer[0] != 5 || buffer[1] != 1) return false;
+    size_t address = 0;
+    if (buffer[3] == 1) address = 4;
+    if (buffer[3] == 4) address = 16;
+    if (buffer[3] == 3) {
+      if (!ReadExactly(client, buffer, 1)) return false;
+      address = static_cast<unsigned char>(buffer[0]);
+    }
+    if (address == 0 || !ReadExactly(client, buffer, address + 2)) return false;
+    const char granted[10] = {5, 0, 0, 1, 0, 0, 0, 0, 0, 0};
+    if (::write(client, granted, sizeof granted) != static_cast<ssize_t>(sizeof granted)) {
+      return false;
+    }
+    proxied_.fetch_add(1);
+    return true;
   }
 
   // One connection at a time: the tests make them one after the other.
@@ -329,6 +392,8 @@ class CuttingRelay {
 
   uint16_t server_port_;
   size_t cut_after_;
+  Proxy proxy_;
+  std::atomic<int> proxied_{0};
   int listener_ = -1;
   uint16_t port_ = 0;
   std::atomic<bool> stop_{false};

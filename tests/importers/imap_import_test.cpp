@@ -9,10 +9,13 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/error_codes.h"
@@ -45,6 +48,8 @@ struct ImapSource {
   std::string password;
   std::string mailbox;
   uint32_t port = 0;
+  std::string firewall;  // "host:port"
+  int32_t firewall_type = KSIMP_FIREWALL_NONE;
 };
 
 class ImapImportTest : public ImportFixture {
@@ -75,8 +80,9 @@ class ImapImportTest : public ImportFixture {
     return KSIMP_AddFileToImport(handle, "server", KSIMP_TYPE_IMAP_SERVER, KSIMP_LOC_END, 0, nullptr,
                                  0, nullptr, 0, 0, nullptr, 1, 0, nullptr, 0, 0, nullptr, 0,
                                  nullptr, 0, nullptr, nullptr, 0, 0, s.server.c_str(),
-                                 s.user.c_str(), s.password.c_str(), s.mailbox.c_str(), nullptr,
-                                 nullptr, nullptr, 0, static_cast<int32_t>(s.port));
+                                 s.user.c_str(), s.password.c_str(), s.mailbox.c_str(),
+                                 s.firewall.c_str(), "fw-user", "fw-password", s.firewall_type,
+                                 static_cast<int32_t>(s.port));
   }
 
   static std::string LogOf(uint32_t handle) {
@@ -228,6 +234,45 @@ TEST_F(ImapImportTest, AConnectionCutInTheMiddleKeepsTheMessagesBeforeIt) {
   EXPECT_GT(outcome.documents_added, 0u);
   EXPECT_LT(outcome.documents_added, static_cast<uint32_t>(kManyMessages));
   EXPECT_EQ(Documents().size(), outcome.documents_added) << "every message counted is kept";
+}
+
+TEST_F(ImapImportTest, AnAbortKeepsWhatArrivedAndIsNoFailure) {
+  const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
+  KSIMP_SetImapCertificateCheck(handle, 0);
+  ASSERT_EQ(QueueImap(handle, Plain("ann", "secret")), 1u) << LogOf(handle);
+  std::atomic<bool> done{false};
+  std::thread aborter([&] {
+    while (!done.load() && KSIMP_GetNumDocsAdded(handle) < 20) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    KSIMP_Abort(handle);
+  });
+  uint32_t added = 0;
+  const uint32_t result = KSIMP_Import(handle, 0, 0, nullptr, &added);
+  done.store(true);
+  aborter.join();
+  EXPECT_EQ(result, 1u) << LogOf(handle);
+  EXPECT_GE(added, 20u);
+  EXPECT_LT(added, static_cast<uint32_t>(kManyMessages)) << "the abort was seen";
+  EXPECT_EQ(Documents().size(), added);
+}
+
+TEST_F(ImapImportTest, TheFirewallIsCrossedAsASocks5OrHttpProxy) {
+  for (const auto& [type, proxy] :
+       {std::pair{KSIMP_FIREWALL_SOCKS5, CuttingRelay::Proxy::kSocks5},
+        std::pair{KSIMP_FIREWALL_HTTP_TUNNEL, CuttingRelay::Proxy::kHttpConnect}}) {
+    FreshDatabase();
+    const CuttingRelay firewall(server_->imap_port(), size_t{1} << 30, proxy);
+    ImapSource source = Plain("bob", "hunter2");
+    source.server = "mail.example.com";  // only the firewall resolves it
+    source.port = 143;
+    source.firewall = "127.0.0.1:" + std::to_string(firewall.port());
+    source.firewall_type = type;
+    const ImportOutcome outcome = ImportImap(source);
+    EXPECT_EQ(outcome.result, 1u) << type << ": " << outcome.log;
+    EXPECT_EQ(firewall.proxied(), 2) << type << ": the count on queuing, then the import";
+    EXPECT_EQ(StoredSubjects(), ExpectedSubjects(kFewMessages)) << type;
+  }
 }
 
 TEST_F(ImapImportTest, AServerThatNeverAnswersTimesOut) {

@@ -54,6 +54,14 @@ check bar-in-name-nothing-imported 0 "$ksimp" docs "$db"
 contains bar-in-name-still-three "$work/out" "3 document(s)"
 check option-not-offered 0 "$ksimp" import "$db" "$work/notes.txt" --full-header --quiet
 contains option-warning "$work/err" 'does not offer "Full Header"'
+# An IMAP password never comes from the command line; without a terminal to
+# type it at, a password file is asked for.  Nothing is connected to.
+check imap-password-in-url 2 "$ksimp" import "$db" "imap://ann:pw@127.0.0.1/INBOX" --quiet
+contains imap-password-said "$work/err" "a password does not go into the URL"
+check imap-no-terminal 2 "$ksimp" import "$db" "imaps://ann@127.0.0.1/INBOX" --quiet </dev/null
+contains imap-no-terminal-said "$work/err" "--password-file"
+check imap-no-user 2 "$ksimp" import "$db" "imap://127.0.0.1/INBOX" --quiet
+contains imap-no-user-said "$work/err" "USER@HOST"
 
 # Types, settings files, forms and fielded imports.
 check types 0 "$ksimp" types --json
