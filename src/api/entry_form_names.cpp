@@ -12,12 +12,10 @@ std::string EntryFormPasswordNotice(const std::string& path) {
       path);
 }
 
-std::vector<std::string> EntryFormNames(const std::string& path,
-                                        ks::core::PasswordPrompt* prompt) {
+std::vector<std::string> EntryFormNames(const std::string& path, ks::core::PasswordPrompt* prompt) {
   std::vector<std::string> names{std::string(MessageText(error_code::kNoEntryForm))};
-  const ks::core::DatabaseOpening opened =
-      ks::core::OpenAskingPassword(path, KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE, prompt,
-                                   EntryFormPasswordNotice(path));
+  const ks::core::DatabaseOpening opened = ks::core::OpenAskingPassword(
+      path, KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE, prompt, EntryFormPasswordNotice(path));
   if (opened.database == 0) return names;
   for (uint64_t form = EngFirstDocument(opened.database, KSENG_WALK_FORMS); form != 0;
        form = EngNextDocument(opened.database, form, KSENG_WALK_FORMS)) {

@@ -14,5 +14,4 @@ std::string EntryFormPasswordNotice(const std::string& path);
 
 // "No", then the names of the entry forms of the database at `path` in the
 // order they were made.
-std::vector<std::string> EntryFormNames(const std::string& path,
-                                        ks::core::PasswordPrompt* prompt);
+std::vector<std::string> EntryFormNames(const std::string& path, ks::core::PasswordPrompt* prompt);

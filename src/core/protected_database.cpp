@@ -88,9 +88,8 @@ DatabaseOpening RunPasswordPrompt(PasswordPrompt& prompt, const std::string& pat
   }
 }
 
-DatabaseOpening OpenAskingPassword(const std::string& path, int32_t access_mode,
-                                   int32_t share_mode, PasswordPrompt* prompt,
-                                   std::string_view notice) {
+DatabaseOpening OpenAskingPassword(const std::string& path, int32_t access_mode, int32_t share_mode,
+                                   PasswordPrompt* prompt, std::string_view notice) {
   const uint32_t database = EngOpenDatabase(path.c_str(), access_mode, share_mode);
   if (database != 0) return {database, 0, false};
   const uint32_t error = EngLastError(0);

@@ -78,12 +78,13 @@ struct DatabaseOpening {
   bool cancelled = false;  // the person cancelled the prompt
 };
 
-// The password prompt for the database at `path`: shows `first_message` with
-// the first ask (when not empty), proposes the remembered login group, opens with EngOpenDatabaseEx(access, share) and what the
-// person answered, asks again with message 14085 for as long as the engine
-// says 4001, and remembers the login group in the user's configuration once
-// the database opens.  Any other engine error ends the prompt, which keeps
-// that error for the caller.
+// The password prompt for the database at `path`: shows `first_message`
+// with the first ask (when not empty), proposes the remembered login group,
+// opens with EngOpenDatabaseEx(access, share) and what the person answered,
+// asks again with message 14085 for as long as the engine says 4001, and
+// remembers the login group in the user's configuration once the database
+// opens.  Any other engine error ends the prompt, which keeps that error for
+// the caller.
 DatabaseOpening RunPasswordPrompt(PasswordPrompt& prompt, const std::string& path,
                                   int32_t access_mode, int32_t share_mode,
                                   std::string_view first_message = {});
@@ -92,8 +93,7 @@ DatabaseOpening RunPasswordPrompt(PasswordPrompt& prompt, const std::string& pat
 // the engine says it is protected (4000) and there is a prompt, runs the
 // password prompt with `notice` shown first (when not empty).  Without a
 // prompt a protected database stays closed with error 4000.
-DatabaseOpening OpenAskingPassword(const std::string& path, int32_t access_mode,
-                                   int32_t share_mode, PasswordPrompt* prompt,
-                                   std::string_view notice = {});
+DatabaseOpening OpenAskingPassword(const std::string& path, int32_t access_mode, int32_t share_mode,
+                                   PasswordPrompt* prompt, std::string_view notice = {});
 
 }  // namespace ks::core

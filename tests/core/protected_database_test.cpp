@@ -50,9 +50,7 @@ class AnswersInTurn : public PasswordPrompt {
 
 class ProtectedDatabaseTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_NE(EngCreateDatabase(path_.c_str(), kGroup, kPassword, 0), 0);
-  }
+  void SetUp() override { ASSERT_NE(EngCreateDatabase(path_.c_str(), kGroup, kPassword, 0), 0); }
 
   std::string ConfigText() const { return ReadFile(config_.path() / "kestro.conf"); }
 
@@ -64,8 +62,8 @@ class ProtectedDatabaseTest : public ::testing::Test {
 
 TEST_F(ProtectedDatabaseTest, WrongAnswersAreAskedAgainWithTheMessageUntilOneOpens) {
   AnswersInTurn prompt{{kGroup, "one"}, {"Other", kPassword}, {kGroup, kPassword}};
-  const ks::core::DatabaseOpening opened = ks::core::OpenAskingPassword(
-      path_, KSENG_ACCESS_READ, KSENG_SHARE_READ, &prompt);
+  const ks::core::DatabaseOpening opened =
+      ks::core::OpenAskingPassword(path_, KSENG_ACCESS_READ, KSENG_SHARE_READ, &prompt);
   ASSERT_NE(opened.database, 0u);
   EngCloseDatabase(opened.database);
   EXPECT_EQ(prompt.reasons, (std::vector<uint32_t>{4000, 4001, 4001}));
@@ -154,8 +152,8 @@ TEST_F(HostPromptTest, KsimpOpenDatabaseAsksTheHostsPromptAndReportsACancel) {
   {
     const PromptInstalled installed(prompt);
     uint32_t error = 99;
-    const uint32_t db = KSIMP_OpenDatabase(path_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ,
-                                           &error);
+    const uint32_t db =
+        KSIMP_OpenDatabase(path_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, &error);
     ASSERT_NE(db, 0u);
     EXPECT_EQ(error, 0u);
     EngCloseDatabase(db);

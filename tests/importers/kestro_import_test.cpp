@@ -2,6 +2,8 @@
 // order with what belongs to it, protected sources opened with the
 // credentials the host gave or through its password prompt, and sources
 // that are no database refused with their message and nothing lost.
+#include "importers/kestro/kestro_import.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,7 +12,6 @@
 
 #include "core/scoped_env.h"
 #include "importers/import_fixture.h"
-#include "importers/kestro/kestro_import.h"
 #include "importers/kestro_test_support.h"
 
 namespace {
@@ -94,9 +95,9 @@ TEST_F(KestroImportTest, EntriesKeepTheirFormAndFieldsAndNamedDocumentsTheirName
   values[1].flags = KSENG_FIELD_FLAGS;
   values[1].count = 1;
   values[1].value = "London";
-  ASSERT_NE(EngOp249(db, static_cast<uint32_t>(entry), static_cast<uint32_t>(entry >> 32), 1, 2,
-                     values),
-            0);
+  ASSERT_NE(
+      EngOp249(db, static_cast<uint32_t>(entry), static_cast<uint32_t>(entry >> 32), 1, 2, values),
+      0);
   ASSERT_NE(EngSetDocumentName(db, entry, "first contact"), 0);
   EngCloseDatabase(db);
 
@@ -105,8 +106,8 @@ TEST_F(KestroImportTest, EntriesKeepTheirFormAndFieldsAndNamedDocumentsTheirName
   ASSERT_EQ(stored.size(), 1u);
   EXPECT_EQ(stored[0].kind, KSENG_KIND_ENTRY);
   EXPECT_EQ(stored[0].form, "Contacts");
-  EXPECT_EQ(stored[0].fields,
-            (std::vector<std::pair<std::string, std::string>>{{"Name", "Ada"}, {"City", "London"}}));
+  EXPECT_EQ(stored[0].fields, (std::vector<std::pair<std::string, std::string>>{
+                                  {"Name", "Ada"}, {"City", "London"}}));
   const uint32_t target = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
   EXPECT_GT(EngFindDocument(target, KSENG_KIND_TEXT, "first contact"), 0);
   EngCloseDatabase(target);
@@ -128,8 +129,8 @@ TEST_F(KestroImportTest, TheCopyCountGrowsAcrossFilesAndImports) {
 }
 
 TEST_F(KestroImportTest, AProtectedSourceOpensWithTheRightCredentials) {
-  const QueuedFile source = KestroSource("locked.kst", {"private one", "private two"}, kGroup,
-                                         kPassword);
+  const QueuedFile source =
+      KestroSource("locked.kst", {"private one", "private two"}, kGroup, kPassword);
   const ImportOutcome outcome = ImportWithCredentials({{source, {kGroup, kPassword}}});
   EXPECT_EQ(outcome.result, 1u) << outcome.log;
   EXPECT_EQ(Documents(), (std::vector<std::string>{"private one", "private two"}));
@@ -210,10 +211,8 @@ TEST_F(KestroImportTest, AFileThatIsNoDatabaseIsRefusedByNameAndNothingIsLost) {
   const QueuedFile whole = KestroSource("whole.kst", {"x", "y"});
   const std::string bytes = ReadFile(whole.path);
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"text.kst", "just some text, not a database\r\n"},
-      {"empty.kst", ""},
-      {"garbage.kst", std::string(5000, '\xff')},
-      {"truncated.kst", bytes.substr(0, 100)},
+      {"text.kst", "just some text, not a database\r\n"}, {"empty.kst", ""},
+      {"garbage.kst", std::string(5000, '\xff')},         {"truncated.kst", bytes.substr(0, 100)},
       {"half.kst", bytes.substr(0, bytes.size() / 2)},
   };
   for (const auto& [name, content] : cases) {
@@ -244,8 +243,7 @@ TEST_F(KestroImportTest, TheTargetItselfIsNotImportedIntoItself) {
 }
 
 TEST_F(KestroImportTest, AMissingSourceIsReportedAsAFileThatCannotBeOpened) {
-  const ImportOutcome outcome =
-      Import({QueuedFile{dir_.file("missing.kst"), KSIMP_TYPE_KESTRO}});
+  const ImportOutcome outcome = Import({QueuedFile{dir_.file("missing.kst"), KSIMP_TYPE_KESTRO}});
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(outcome.error, KSIMP_ERR_OPEN_FILE);
 }

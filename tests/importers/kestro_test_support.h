@@ -22,8 +22,8 @@ inline void CreateSourceDatabase(const std::string& path, const std::vector<std:
   const uint32_t db =
       login_group == nullptr
           ? EngOpenDatabase(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE)
-          : EngOpenDatabaseEx(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE,
-                              password, login_group);
+          : EngOpenDatabaseEx(path.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE, password,
+                              login_group);
   ASSERT_NE(db, 0u);
   char marker = '[';
   ASSERT_NE(EngBeginAdd(db, &marker), 0);

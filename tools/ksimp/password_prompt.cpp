@@ -158,9 +158,8 @@ std::pair<std::string, std::string> PasswordPrompt::LastAnswer(const std::string
 }
 
 uint32_t PasswordPrompt::Callback(void* self, const char* path, uint32_t reason,
-                                  const char* message, char* login_group,
-                                  int32_t login_group_size, char* password,
-                                  int32_t password_size) {
+                                  const char* message, char* login_group, int32_t login_group_size,
+                                  char* password, int32_t password_size) {
   auto& prompt = *static_cast<PasswordPrompt*>(self);
   std::string group = login_group;
   std::string secret;

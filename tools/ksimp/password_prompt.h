@@ -5,10 +5,9 @@
 // keeping a plain reason for the error the command reports.
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <map>
 #include <string>
-
-#include <CLI/CLI.hpp>
 
 namespace ksimp {
 

@@ -71,9 +71,9 @@ KestroFileRefusal RefusalOfSource(std::string_view path, uint32_t engine_error,
     case KSENG_ERR_PASSWORD_REQUIRED:
     case KSENG_ERR_PASSWORD_WRONG:
       return {error_code::kPasswordProtected,
-              KestroFileErrorText(path, EngineErrorWords(credentials_rejected
-                                                             ? KSENG_ERR_PASSWORD_WRONG
-                                                             : KSENG_ERR_PASSWORD_REQUIRED))};
+              KestroFileErrorText(
+                  path, EngineErrorWords(credentials_rejected ? KSENG_ERR_PASSWORD_WRONG
+                                                              : KSENG_ERR_PASSWORD_REQUIRED))};
     default:
       return {error_code::kKestroFileError,
               KestroFileErrorText(path, EngineErrorWords(engine_error))};

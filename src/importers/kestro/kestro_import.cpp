@@ -67,8 +67,8 @@ int CIMPKestro4::CopyFile(const std::string& path) {
   }
   ks::kestro::KestroSource source(path, Options().source_credentials, Context().password_prompt());
   if (!source.is_open()) {
-    const ks::kestro::KestroFileRefusal refusal = ks::kestro::RefusalOfSource(
-        path, source.engine_error(), source.credentials_rejected());
+    const ks::kestro::KestroFileRefusal refusal =
+        ks::kestro::RefusalOfSource(path, source.engine_error(), source.credentials_rejected());
     Fail(refusal.error_code);
     Log(refusal.log_line);
     return 0;
