@@ -166,7 +166,7 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
   ASSERT_EQ(SaveProfile("Broken", "MAILBOX=" + dir_.file("gone.mbx") + "\n"), 0u);
   ASSERT_EQ(SaveProfile("Fine"), 0u);
   ASSERT_EQ(KSIMP_SaveEmailProfile(
-                "TYPE=1400\nNAME=Server\nNAME_KESTRO=/x.kst\nALL=Yes\n", 0),
+                "TYPE=1401\nNAME=Server\nNAME_KESTRO=/x.kst\nMAILROOT=/mail\nALL=Yes\n", 0),
             0u);
 
   const EmailRun run = Run({"Broken", "Server", "Fine"});
@@ -177,7 +177,7 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
       run.log.find("\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"),
       std::string::npos)
       << run.log;
-  EXPECT_NE(run.log.find("Email profile Server.  Outlook profiles cannot be run"), std::string::npos);
+  EXPECT_NE(run.log.find("Email profile Server.  Outlook Express profiles cannot be run"), std::string::npos);
   EXPECT_NE(run.log.find("Email profile Fine.  1 document(s) added"), std::string::npos);
 }
 

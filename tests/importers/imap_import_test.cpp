@@ -73,7 +73,7 @@ class ImapImportTest : public ImportFixture {
   }
 
   ImapSource Plain(const std::string& user, const std::string& password) const {
-    return {"127.0.0.1", user, password, "INBOX", server_->imap_port()};
+    return {"127.0.0.1", user, password, "INBOX", server_->imap_port(), "", KSIMP_FIREWALL_NONE};
   }
 
   static uint32_t QueueImap(uint32_t handle, const ImapSource& s) {
@@ -206,7 +206,8 @@ TEST_F(ImapImportTest, ServersThatCannotBeReadAreNotQueued) {
 }
 
 TEST_F(ImapImportTest, ACertificateOfTheServersOwnMakingIsRefusedUnlessTheCheckIsOff) {
-  const ImapSource imaps{"imaps://127.0.0.1", "bob", "hunter2", "INBOX", server_->imaps_port()};
+  const ImapSource imaps{"imaps://127.0.0.1", "bob", "hunter2", "INBOX", server_->imaps_port(), "",
+                          KSIMP_FIREWALL_NONE};
   const auto [error, log] = RefusedQueue(imaps, /*check_certificate=*/true);
   EXPECT_EQ(error, error_code::kImapCertificate);
   EXPECT_NE(log.find("could not be verified"), std::string::npos) << log;

@@ -17,16 +17,13 @@ printf 'alpha one\r\n\f\r\nbeta two\r\n\f\r\ngamma three' >"$work/three.txt"
 printf 'not a folder\n' >"$work/folder.dbx"
 printf 'x' >"$work/letter.doc"
 
-# A type without an importer ends the import: exit 1, the file named with the
-# error, the files after it named too; what came before is kept and counted.
-check unsupported 1 "$ksimp" import "$db" "$work/three.txt" "$work/folder.dbx" "$work/letter.doc" \
+# A file that is not of its type is named with the error; the files after
+# it are still imported, and what came before is kept and counted.
+check wrong-type 1 "$ksimp" import "$db" "$work/three.txt" "$work/folder.dbx" "$work/letter.doc" \
   --delimiter pagebreak --quiet
-contains unsupported-count "$work/out" "3 document(s) added"
-contains unsupported-named "$work/err" "$work/paper.pdf: not imported: no importer is available for its file type 1058 (error 12003: The file is of an unsupported type.)"
-contains unsupported-after "$work/err" "$work/letter.doc: not imported: the import ended at $work/paper.pdf"
-# A .doc that is no Word document fails its file type's signature test.
-check wrong-doc 1 "$ksimp" import "$db" "$work/letter.doc" --quiet
-contains wrong-doc-named "$work/err" "$work/letter.doc: not imported: error 11020"
+contains wrong-type-count "$work/out" "3 document(s) added"
+contains wrong-type-named "$work/err" "$work/folder.dbx: not imported: error 11020"
+contains wrong-type-after "$work/err" "$work/letter.doc: not imported: error 11020"
 
 # A record over 64 MB stops a delimited file: exit 1, the file named with where.
 { printf 'first,row\r\n"'; head -c $((64 * 1024 * 1024 + 1)) /dev/zero | tr '\0' x; } >"$work/big.csv"
@@ -43,8 +40,8 @@ check json 1 "$ksimp" import "$cdb" "$work/three.txt" "$work/blank.csv" "$work/f
   --json
 holds json-text-file 'r["files"][0] == {"file": sys.argv[1].rsplit("/", 1)[0] + "/three.txt", "type": 1000, "type_name": "text", "imported": True, "imported_whole": True, "documents_added": 1, "error": None, "error_text": None, "log": []}'
 holds json-stopped-short '(lambda f: f["type_name"] == "csv" and not f["imported_whole"] and f["documents_added"] == 1 and f["error"] is None and "ends the file" in f["log"][0])(r["files"][1])'
-holds json-unsupported '(lambda f: f["type"] == 1059 and f["error"] == 12003 and f["error_text"] == "The file is of an unsupported type." and f["imported"])(r["files"][2])'
-holds json-not-taken '(lambda f: not f["imported"] and f["error"] is None)(r["files"][3])'
+holds json-wrong-type '(lambda f: f["type"] == 1059 and f["error"] == 11020 and not f["imported_whole"] and "not an Outlook Express folder" in f["log"][0])(r["files"][2])'
+holds json-after '(lambda f: f["type"] == 1056 and f["error"] == 11020 and f["documents_added"] == 0)(r["files"][3])'
 holds json-totals 'r["documents_added"] == 2 and r["files_imported_whole"] == 1 and r["files_not_imported_whole"] == 3 and not r["aborted"]'
 check json-whole 0 "$ksimp" import "$cdb" "$work/three.txt" --delimiter pagebreak --json
 holds json-whole-totals 'r["documents_added"] == 3 and r["files_not_imported_whole"] == 0'
