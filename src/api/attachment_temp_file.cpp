@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 #include "core/write_all.h"
 
 namespace {

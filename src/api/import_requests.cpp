@@ -19,7 +19,7 @@
 #include "api/file_names.h"
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 #include "core/error_codes.h"
 #include "core/file_error_text.h"
 #include "core/message_texts.h"

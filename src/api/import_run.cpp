@@ -12,7 +12,7 @@
 #include "api/file_type_offers.h"
 #include "api/import_session.h"
 #include "api/session_import_context.h"
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 #include "core/config_store.h"
 #include "core/engine_refusal.h"
 #include "core/error_codes.h"

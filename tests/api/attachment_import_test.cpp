@@ -21,7 +21,7 @@
 #include "api/import_session.h"
 #include "api/ks_imp_app.h"
 #include "api/stub_importer.h"
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 #include "api/write_file.h"
 #include "core/error_codes.h"
 #include "core/message_texts.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 #include "core/scoped_env.h"
 
 namespace {

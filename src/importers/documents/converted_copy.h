@@ -28,11 +28,4 @@ class ConvertedCopy {
   bool deleted_ = false;
 };
 
-// The temporary import folder, ending in "/".
-std::string TemporaryImportFolder();
-
-// Whether `path` names a regular file (not a symbolic link) whose real path
-// lies inside the real temporary import folder.
-bool IsInsideTemporaryImportFolder(const std::string& path);
-
 }  // namespace ks::documents

@@ -1,4 +1,4 @@
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // Which files the library deletes after their import: only regular files
 // whose real path lies inside the temporary import folder, never through
 // "..", a linked folder, a link or a look-alike path.
-#include "api/temp_import_folder.h"
+#include "core/temp_import_folder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
