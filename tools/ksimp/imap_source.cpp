@@ -74,8 +74,8 @@ ImapSource ParseImapUrl(const std::string& url) {
   }
   source.user = PercentDecoded(authority.substr(0, at));
   if (source.user.find(':') != std::string::npos) {
-    throw HostError(fmt::format("{}: a password does not go into the URL; use --password-file "
-                                "or type it when asked",
+    throw HostError(fmt::format("{}: a password does not go into the URL; give it in a "
+                                "password file or type it when asked",
                                 url),
                     2);
   }
@@ -93,8 +93,9 @@ std::string ReadImapPassword(const std::string& password_file, const std::string
     return password;
   }
   if (!::isatty(STDIN_FILENO)) {
-    throw HostError("give the IMAP password with --password-file FILE (standard input is no "
-                    "terminal to type it at)",
+    throw HostError("give the IMAP password in a file: ksimp import --source-password-file FILE, "
+                    "ksimp profile create --password-file FILE (standard input is no terminal to "
+                    "type it at)",
                     2);
   }
   fmt::print(stderr, "{}", prompt);
