@@ -402,7 +402,10 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   } else if (!imap) {
     for (std::string& file : SelectedMailboxFiles(profile)) sources.push_back({std::move(file), ""});
   }
-  for (const auto& [file, folder] : sources) {
+  for (const OutlookFolderSource& source : sources) {
+    // Named, not bound: a lambda below takes the file.
+    const std::string& file = source.file;
+    const std::string& folder = source.folder;
     struct stat info {};
     if (::stat(file.c_str(), &info) != 0 ||
         !(maildir ? S_ISDIR(info.st_mode) : S_ISREG(info.st_mode))) {
