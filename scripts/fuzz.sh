@@ -109,6 +109,10 @@ build_targets() {
   # _GLIBCXX_ASSERTIONS bounds-checks string, string_view and vector
   # indexing, which catches reads past a string's end that stay within its
   # allocation, where the address sanitizer sees nothing.
+  if command -v ccache >/dev/null && [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ]; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$(dirname "$root")}
+  fi
   local flags="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined"
   flags+=" -fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS"
   cmake -S "$root" -B "$build" -G Ninja \

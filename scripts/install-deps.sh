@@ -5,6 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config binutils git
+  ccache                               # builds: what another build folder compiled is not compiled again
   libsqlite3-dev sqlite3
   libsodium-dev
   libfmt-dev
