@@ -52,6 +52,15 @@ void ReadEverything(ks::tables::TableConnection& connection) {
 
 }  // namespace
 
+// libmdb 0.9 leaks the property names it reads from a damaged catalog entry
+// (mdb_kkd_to_props gives up and drops what it had copied), found by this
+// target.  libmdb allocates through glib, built without frame pointers, so
+// the fuzzer's fast stacks end in g_malloc and name nothing of libmdb:
+// glib's allocations are passed over as a whole.  Nothing of ours allocates
+// through glib; that the driver closes what it opens is checked by its
+// tests under the address sanitizer, on whole files, with the leak check on.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libglib-2.0.so\n"; }
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   {
     std::ofstream file(InputPath(), std::ios::binary | std::ios::trunc);
