@@ -33,6 +33,10 @@ check folder 1 "$ksimp" import "$db" "$work" --quiet
 contains folder-text "$work/out" "is a folder, not a file"
 check unknown-type 1 "$ksimp" import "$db" "$work/notes.txt" --type 1001 --quiet
 contains unknown-type-text "$work/err" "no importer is available"
+# A type whose converter module is missing says so, not that it has no importer.
+printf '%%PDF-1.4\n' >"$work/doc.pdf"
+check pdf-without-module 1 env KESTRO_MODULE_DIR="$work/no-modules" "$ksimp" import "$db" "$work/doc.pdf" --quiet
+contains pdf-without-module-text "$work/err" "KS_Pdf is not installed"
 check still-three 0 "$ksimp" docs "$db"
 contains still-three-count "$work/out" "3 document(s)"
 check not-a-database 1 "$ksimp" docs "$work/notes.txt"

@@ -62,6 +62,13 @@ std::string Reason(const FileReport& file, const FileReport* stopper, bool abort
   }
   if (file.imported_whole) return {};
   if (file.error == KSIMP_ERR_UNSUPPORTED_TYPE) {
+    // The same code comes back when the type has an importer whose module
+    // could not be loaded; the log then says which and why, and that is
+    // what the user must fix.
+    const std::vector<std::string> lines = Lines(file.log);
+    if (!lines.empty()) {
+      return fmt::format("not imported: error {}: {}", file.error, lines.back());
+    }
     return fmt::format("not imported: no importer is available for its file type {} (error {}: {})",
                        file.type, file.error, ImportErrorText(file.error));
   }
