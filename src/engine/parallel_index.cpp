@@ -6,6 +6,7 @@
 #include <exception>
 #include <thread>
 
+#include "engine/fts_rowids.h"
 #include "engine/sqlite_connection.h"
 
 namespace ks::engine {
@@ -37,11 +38,15 @@ int64_t Boundary(int64_t after, int64_t span, int64_t piece, int64_t pieces) {
 
 }  // namespace
 
-std::vector<std::unique_ptr<Connection>> ParallelIndexBuild::Build(int64_t after, int64_t through) {
+std::vector<std::unique_ptr<Connection>> ParallelIndexBuild::Build(int64_t after, int64_t through,
+                                                                   bool placed_ids) {
   std::vector<std::unique_ptr<Connection>> shards;
   if (through <= after) return shards;
   const int64_t span = through - after;
   const int64_t pieces = std::min<int64_t>(kPieces, span);
+  // Each worker takes pieces in rising order: all of the first pass before
+  // any of the second, so that its rowids rise within each pass.
+  const int64_t passes = placed_ids ? 2 : 1;
   std::atomic<int64_t> next_piece{0};
   std::atomic<bool> failed{false};
   std::vector<std::exception_ptr> errors(threads_);
@@ -59,10 +64,15 @@ std::vector<std::unique_ptr<Connection>> ParallelIndexBuild::Build(int64_t after
       attach->Run();
       // One read transaction over both: every piece sees the same commit.
       shard.Exec("BEGIN");
-      auto index = shard.Prepared(
-          "INSERT INTO main.fts(rowid, body) SELECT id, CAST(body AS TEXT) FROM source.documents "
-          "WHERE seq > ?1 AND seq <= ?2");
-      for (int64_t piece = next_piece++; piece < pieces && !failed; piece = next_piece++) {
+      auto end_ids = shard.Prepared(
+          "INSERT INTO main.fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
+          "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND " KS_FTS_END_IDS("id"));
+      auto placed = shard.Prepared(
+          "INSERT INTO main.fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
+          "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND " KS_FTS_PLACED_IDS("id"));
+      for (int64_t taken = next_piece++; taken < pieces * passes && !failed; taken = next_piece++) {
+        StatementLease& index = taken < pieces ? end_ids : placed;
+        const int64_t piece = taken % pieces;
         index->BindInt(1, Boundary(after, span, piece, pieces));
         index->BindInt(2, Boundary(after, span, piece + 1, pieces));
         index->Run();

@@ -22,11 +22,12 @@ class ParallelIndexBuild {
   ParallelIndexBuild(std::string read_uri, unsigned threads)
       : read_uri_(std::move(read_uri)), threads_(threads) {}
 
-  // Indexes the documents whose order key lies in (after, through].  Returns
-  // one connection per worker, each holding an index `fts` of its share with
-  // no merge under way.  Throws the first worker's failure (an EngineError)
-  // after all have stopped.
-  std::vector<std::unique_ptr<Connection>> Build(int64_t after, int64_t through);
+  // Indexes the documents whose order key lies in (after, through]; only
+  // those added at an end unless `placed_ids` says that others may be among
+  // them (fts_rowids.h).  Returns one connection per worker, each holding an
+  // index `fts` of its share with no merge under way.  Throws the first
+  // worker's failure (an EngineError) after all have stopped.
+  std::vector<std::unique_ptr<Connection>> Build(int64_t after, int64_t through, bool placed_ids);
 
  private:
   std::string read_uri_;

@@ -75,9 +75,10 @@ CREATE TABLE attachments(
   UNIQUE(doc_id, idx)
 );
 
--- Full-text index by document id, without a copy of the text and without
--- per-row token counts (results come in database order, never ranked);
--- filled in bulk at commit points (see SearchIndex), never by trigger.
+-- Full-text index by document id (in the dense form of fts_rowids.h),
+-- without a copy of the text and without per-row token counts (results
+-- come in database order, never ranked); filled in bulk at commit points
+-- (see SearchIndex), never by trigger.
 CREATE VIRTUAL TABLE fts USING fts5(body, content='', columnsize=0);
 -- Terms are gathered in memory up to this many bytes before a segment is
 -- written (the default is 1 MB).  A bulk import then writes a few large
@@ -111,15 +112,23 @@ void UpgradeSchema(Connection& connection, uint32_t from_version) {
     throw EngineError(KSENG_ERR_VERSION, "database written by a newer engine");
   }
   // One step per version: step N takes a file from version N to N + 1 and
-  // ends by writing user_version = N + 1.  Version 1 is the first format, so
-  // there is no step yet; the loop is where they go.
+  // ends by writing user_version = N + 1.
   for (uint32_t version = from_version; version < kSchemaVersion; ++version) {
     switch (version) {
+      case 1:
+        // Version 2 keys the full-text index by a dense form of the ids
+        // (fts_rowids.h).  The old index is emptied and the watermark set
+        // back, so that the open which upgrades builds it again.
+        connection.Exec(
+            "INSERT INTO fts(fts) VALUES('delete-all');"
+            "DELETE FROM fts_todo;"
+            "UPDATE settings SET value = 0 WHERE key = 'fts_indexed_through';"
+            "PRAGMA user_version = 2;");
+        break;
       default:
         throw EngineError(KSENG_ERR_INTERNAL, "no upgrade step for this version");
     }
   }
-  (void)connection;
 }
 
 }  // namespace ks::engine

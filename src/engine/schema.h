@@ -12,7 +12,7 @@ class Connection;
 // PRAGMA application_id of every .kst file: "KST5".
 inline constexpr uint32_t kApplicationId = 0x4B535435;
 // PRAGMA user_version written by this engine.
-inline constexpr uint32_t kSchemaVersion = 1;
+inline constexpr uint32_t kSchemaVersion = 2;
 
 // Creates every table in an empty database and stamps the application id and
 // schema version.  Runs inside the caller's transaction.

@@ -5,6 +5,7 @@
 
 #include "engine/document_store.h"
 #include "engine/engine_error.h"
+#include "engine/fts_rowids.h"
 #include "engine/settings_store.h"
 #include "engine/sqlite_connection.h"
 
@@ -45,8 +46,8 @@ void SearchIndex::BeforeTextChange(uint64_t id) {
   // The index holds no text, so it must be told the exact old text to forget.
   {
     auto forget = connection_.Prepared(
-        "INSERT INTO fts(fts, rowid, body) SELECT 'delete', id, CAST(body AS TEXT) FROM documents "
-        "WHERE seq = ?1");
+        "INSERT INTO fts(fts, rowid, body) SELECT 'delete', " KS_FTS_ROWID_OF("id")
+        ", CAST(body AS TEXT) FROM documents WHERE seq = ?1");
     forget->BindInt(1, *seq);
     forget->Run();
   }
@@ -62,9 +63,12 @@ void SearchIndex::CatchUp() {
   // faster.  Forgetting a text must use the same cast as indexing it.
   documents_.Flush();
   int64_t watermark = Watermark();
-  {
-    auto add = connection_.Prepared(
-        "INSERT INTO fts(rowid, body) SELECT id, CAST(body AS TEXT) FROM documents WHERE seq > ?1");
+  for (const char* sql :
+       {"INSERT INTO fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
+        "FROM documents WHERE seq > ?1 AND " KS_FTS_END_IDS("id"),
+        "INSERT INTO fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
+        "FROM documents WHERE seq > ?1 AND " KS_FTS_PLACED_IDS("id")}) {
+    auto add = connection_.Prepared(sql);
     add->BindInt(1, watermark);
     add->Run();
   }
@@ -76,8 +80,8 @@ void SearchIndex::CatchUp() {
   }
   if (any_todo) {
     auto add = connection_.Prepared(
-        "INSERT INTO fts(rowid, body) SELECT d.id, CAST(d.body AS TEXT) FROM fts_todo t JOIN "
-        "documents d "
+        "INSERT INTO fts(rowid, body) SELECT " KS_FTS_ROWID_OF("d.id")
+        ", CAST(d.body AS TEXT) FROM fts_todo t JOIN documents d "
         "ON d.seq = coalesce((SELECT seq FROM moved WHERE id = t.id), t.id) AND d.id = t.id "
         "WHERE d.seq <= ?1");
     add->BindInt(1, watermark);
@@ -127,16 +131,35 @@ std::vector<uint64_t> SearchIndex::Search(std::string_view query, bool include_u
       RefreshScratch(Watermark());
     }
     // Matches come by id; each is looked up in the table to sort by key.
-    auto search = include_unindexed
-                      ? connection_.Prepared(
-                            "SELECT d.id FROM (SELECT rowid AS id FROM fts WHERE fts MATCH ?1 "
-                            "UNION SELECT rowid FROM fts_scratch WHERE fts_scratch MATCH ?1) m "
-                            "JOIN documents d ON d.seq = coalesce((SELECT seq FROM moved "
-                            "WHERE id = m.id), m.id) AND d.id = m.id ORDER BY d.seq")
-                      : connection_.Prepared(
-                            "SELECT d.id FROM (SELECT rowid AS id FROM fts WHERE fts MATCH ?1) m "
-                            "JOIN documents d ON d.seq = coalesce((SELECT seq FROM moved "
-                            "WHERE id = m.id), m.id) AND d.id = m.id ORDER BY d.seq");
+    // The file's version says how its index keeps ids (another process may
+    // have upgraded it since this one opened it); the scratch index keeps
+    // them as they are.
+    int64_t version;
+    {
+      auto read_version = connection_.Prepared("PRAGMA user_version");
+      read_version->Step();
+      version = read_version->Int(0);
+    }
+#define KS_SEARCH_JOIN                                                                       \
+  ") m JOIN documents d ON d.seq = coalesce((SELECT seq FROM moved WHERE id = m.id), m.id) " \
+  "AND d.id = m.id ORDER BY d.seq"
+#define KS_SCRATCH_MATCHES " UNION SELECT rowid FROM fts_scratch WHERE fts_scratch MATCH ?1"
+    const char* sql;
+    if (version >= 2) {
+      sql = include_unindexed
+                ? "SELECT d.id FROM (SELECT " KS_FTS_ID_OF("rowid") " AS id FROM fts WHERE fts "
+                  "MATCH ?1" KS_SCRATCH_MATCHES KS_SEARCH_JOIN
+                : "SELECT d.id FROM (SELECT " KS_FTS_ID_OF("rowid") " AS id FROM fts WHERE fts "
+                  "MATCH ?1" KS_SEARCH_JOIN;
+    } else {
+      sql = include_unindexed ? "SELECT d.id FROM (SELECT rowid AS id FROM fts WHERE fts "
+                                "MATCH ?1" KS_SCRATCH_MATCHES KS_SEARCH_JOIN
+                              : "SELECT d.id FROM (SELECT rowid AS id FROM fts WHERE fts "
+                                "MATCH ?1" KS_SEARCH_JOIN;
+    }
+#undef KS_SCRATCH_MATCHES
+#undef KS_SEARCH_JOIN
+    auto search = connection_.Prepared(sql);
     search->BindText(1, query);
     while (search->Step()) ids.push_back(static_cast<uint64_t>(search->Int(0)));
   } catch (const EngineError& error) {

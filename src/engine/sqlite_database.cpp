@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "engine/engine_error.h"
+#include "engine/fts_rowids.h"
 #include "engine/fts_segments.h"
 #include "engine/parallel_index.h"
 
@@ -92,20 +93,24 @@ void SqliteDatabase::IndexInParallel() {
     const int64_t indexed = settings.Int(setting::kIndexedThrough).value_or(0);
     int64_t from;
     int64_t through;
+    bool placed_ids;
     {
-      // The workers share out the keys from the first unindexed one on.
-      auto range = writer->Prepared("SELECT min(seq) - 1, max(seq) FROM documents WHERE seq > ?1");
+      // The workers share out the keys from the first unindexed one on, in
+      // a second pass for documents placed between others, when any are.
+      auto range = writer->Prepared("SELECT min(seq) - 1, max(seq), max(" KS_FTS_PLACED_IDS("id")
+                                    ") FROM documents WHERE seq > ?1");
       range->BindInt(1, indexed);
       range->Step();
       if (range->IsNull(1)) return;  // another process indexed them meanwhile
       from = range->Int(0);
       through = range->Int(1);
+      placed_ids = range->Int(2) != 0;
     }
     // The page cache of this connection is not needed while the workers
     // fill theirs.
     sqlite3_db_release_memory(connection_->get());
     std::vector<std::unique_ptr<Connection>> shards =
-        ParallelIndexBuild(FileUri(path_, true), threads).Build(from, through);
+        ParallelIndexBuild(FileUri(path_, true), threads).Build(from, through, placed_ids);
     for (const std::unique_ptr<Connection>& shard : shards) GraftFtsSegments(*writer, *shard);
     settings.SetInt(setting::kIndexedThrough, through);
     writer->Exec("COMMIT");

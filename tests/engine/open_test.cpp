@@ -57,7 +57,7 @@ TEST_F(OpenTest, CreatedDatabaseIsMarkedAsOursAndOpensEmptyBothWays) {
   EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
   using Rows = std::vector<std::vector<int64_t>>;
   EXPECT_EQ(QueryFile(path, "PRAGMA application_id"), Rows{{0x4B535435}});
-  EXPECT_EQ(QueryFile(path, "PRAGMA user_version"), Rows{{1}});
+  EXPECT_EQ(QueryFile(path, "PRAGMA user_version"), Rows{{2}});
 }
 
 TEST_F(OpenTest, CreateRefusesAMissingFolderAndAnExistingFileUnlessToldToReplaceIt) {
@@ -89,7 +89,7 @@ TEST_F(OpenTest, WhatIsNotOneOfOurDatabasesIsRefusedWithItsOwnErrorAndLeftAlone)
   sqlite3_close(raw);
   MakePopulatedDatabase(Path("newer.kst"));
   std::string bytes = ReadFile(Path("newer.kst"));
-  bytes[63] = 2;  // user_version, big-endian at offset 60
+  bytes[63] = 3;  // user_version, big-endian at offset 60
   WriteFile(Path("newer.kst"), bytes);
   const std::pair<const char*, uint32_t> cases[] = {{"folder.kst", KSENG_ERR_NOT_DATABASE},
                                                     {"notes.kst", KSENG_ERR_NOT_DATABASE},

@@ -39,25 +39,42 @@ class ParallelIndexTest : public DatabaseTest {
   void AddRun(int count, int32_t location = KSENG_LOC_END) {
     char marker = '[';
     ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
-    for (int i = 0; i < count; ++i) {
-      std::string text;
-      const size_t words = 1 + random_() % 40;
-      for (size_t w = 0; w < words; ++w) {
-        text += kWords[random_() % kWords.size()];
-        text += (random_() % 7 == 0) ? "\r\n" : " ";
-      }
-      const uint64_t id = AddDocument(db_, text, location);
-      ASSERT_NE(id, 0u) << LastError();
-      sqlite3_stmt* insert = nullptr;
-      sqlite3_prepare_v2(reference_, "INSERT INTO f(rowid, body) VALUES(?1, ?2)", -1, &insert,
-                         nullptr);
-      sqlite3_bind_int64(insert, 1, static_cast<int64_t>(id));
-      sqlite3_bind_text(insert, 2, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
-      ASSERT_EQ(sqlite3_step(insert), SQLITE_DONE);
-      sqlite3_finalize(insert);
-    }
+    for (int i = 0; i < count; ++i) AddRandomDocument(location, 0);
     uint32_t added = 0;
     ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1) << LastError();
+  }
+
+  // One run that adds `appended` documents at the end, then a chain of
+  // `placed` documents after one in the middle of them: ids of both kinds
+  // in one build.
+  void AddMixedRun(int appended, int placed) {
+    char marker = '[';
+    ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
+    Ids ids;
+    for (int i = 0; i < appended; ++i) ids.push_back(AddRandomDocument(KSENG_LOC_END, 0));
+    uint64_t anchor = ids[ids.size() / 2];
+    for (int i = 0; i < placed; ++i) anchor = AddRandomDocument(KSENG_LOC_END, anchor);
+    uint32_t added = 0;
+    ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1) << LastError();
+  }
+
+  uint64_t AddRandomDocument(int32_t location, uint64_t anchor) {
+    std::string text;
+    const size_t words = 1 + random_() % 40;
+    for (size_t w = 0; w < words; ++w) {
+      text += kWords[random_() % kWords.size()];
+      text += (random_() % 7 == 0) ? "\r\n" : " ";
+    }
+    const uint64_t id = AddDocument(db_, text, location, anchor);
+    EXPECT_NE(id, 0u) << LastError();
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(reference_, "INSERT INTO f(rowid, body) VALUES(?1, ?2)", -1, &insert,
+                       nullptr);
+    sqlite3_bind_int64(insert, 1, static_cast<int64_t>(id));
+    sqlite3_bind_text(insert, 2, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    EXPECT_EQ(sqlite3_step(insert), SQLITE_DONE);
+    sqlite3_finalize(insert);
+    return id;
   }
 
   Ids Reference(const std::string& query) {
@@ -150,6 +167,22 @@ TEST_F(ParallelIndexTest, AnswersEveryQueryAsOneFts5TableOverTheSameTexts) {
   // The file reopened reads the grafted index as its own.
   Reopen();
   ExpectSameAnswers(60);
+}
+
+// Ids of documents added at an end and of documents placed between others
+// are indexed in two forms (the first dense); one build holding both must
+// still answer as the plain table does, and so must the writer's own index
+// of a small run.
+TEST_F(ParallelIndexTest, DocumentsPlacedBetweenOthersInTheSameRunAreFoundToo) {
+  AddMixedRun(2000, 300);
+  CheckIndexAndCountSegments();
+  ExpectSameAnswers(240);
+  EngineTuning tuning;
+  tuning.parallel_index_bytes = 0;  // the writer indexes alone
+  ReopenTuned(tuning);
+  AddMixedRun(200, 40);
+  CheckIndexAndCountSegments();
+  ExpectSameAnswers(240);
 }
 
 TEST(FtsStructureTest, RefusesRecordsThatDoNotAddUp) {

@@ -127,5 +127,44 @@ TEST_F(SearchTest, UnindexedDocumentsAreFoundOnAReadOnlyHandle) {
   EngCloseDatabase(reader);
 }
 
+// Files of the first format key their index by the ids themselves: a reader
+// searches them as they are, and a writable open rebuilds the index in the
+// dense form of today's files, with the same answers.
+TEST_F(SearchTest, AnIndexOfTheFirstFormatIsReadAndThenRebuilt) {
+  const uint64_t b = AddDocument(db_, "apple banana");
+  const uint64_t a = AddDocument(db_, "apple cherry", KSENG_LOC_TOP);
+  const uint64_t placed = AddDocument(db_, "cherry pie", KSENG_LOC_END, a);
+  EngCloseDatabase(db_);
+  db_ = 0;
+  sqlite3* file = nullptr;
+  ASSERT_EQ(sqlite3_open(Path().c_str(), &file), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(file,
+                         "INSERT INTO fts(fts) VALUES('delete-all');"
+                         "INSERT INTO fts(rowid, body) SELECT id, CAST(body AS TEXT) FROM documents;"
+                         "PRAGMA user_version = 1;",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK)
+      << sqlite3_errmsg(file);
+  sqlite3_close(file);
+
+  const auto expect_answers = [&](uint32_t db) {
+    EXPECT_EQ(Search(db, "apple"), (Ids{a, b}));
+    EXPECT_EQ(Search(db, "cherry"), (Ids{a, placed}));
+    EXPECT_EQ(Search(db, "pie OR banana"), (Ids{placed, b}));
+  };
+  const uint32_t reader = OpenForReading(Path());
+  ASSERT_NE(reader, 0u) << LastError();
+  expect_answers(reader);
+  EngCloseDatabase(reader);
+  EXPECT_EQ(QueryFile(Path(), "PRAGMA user_version"), (std::vector<std::vector<int64_t>>{{1}}));
+
+  db_ = EngOpenDatabase(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db_, 0u) << LastError();
+  expect_answers(db_);
+  EXPECT_EQ(QueryFile(Path(), "PRAGMA user_version"), (std::vector<std::vector<int64_t>>{{2}}));
+  EXPECT_EQ(QueryFile(Path(), "SELECT rowid FROM fts WHERE fts MATCH 'banana'"),
+            (std::vector<std::vector<int64_t>>{{static_cast<int64_t>(b >> 16)}}));
+}
+
 }  // namespace
 }  // namespace ks::engine::test
