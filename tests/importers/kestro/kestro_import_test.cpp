@@ -12,7 +12,7 @@
 
 #include "core/scoped_env.h"
 #include "importers/import_fixture.h"
-#include "importers/kestro_test_support.h"
+#include "importers/kestro/kestro_test_support.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "core/charset_converter.h"
 #include "core/config_store.h"
 #include "core/database_import_settings.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 

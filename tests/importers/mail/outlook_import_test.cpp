@@ -19,7 +19,7 @@
 
 #include "core/error_codes.h"
 #include "core/scoped_env.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "importers/dbx_test_file.h"
+#include "importers/mail/dbx_test_file.h"
 #include "importers/mail/dbx_file_header.h"
 
 namespace {

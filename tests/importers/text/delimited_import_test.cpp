@@ -9,7 +9,7 @@
 #include <fstream>
 
 #include "core/message_texts.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 #include "importers/text/ksi_file_handler.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "core/message_texts.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 
