@@ -202,12 +202,6 @@ TEST_F(SourceCharset, AByteOrderMarkOutweighsANamedCharacterSet) {
   EXPECT_EQ(Documents(), (std::vector<std::string>{"caf\xC3\xA9 \xEF\xBF\xBD", "a\xC3\xA9"}));
 }
 
-TEST_F(SourceCharset, RichTextKeepsItsMarkupWithRawBytesEscaped) {
-  Import({Source("doc.rtf", "{\\rtf1\\ansi\\ansicpg1252 Caf\xE9 \\'e9\\par}", KSIMP_TYPE_RTF)});
-  EXPECT_EQ(Documents(),
-            (std::vector<std::string>{"{\\rtf1\\ansi\\ansicpg1252 Caf\\'e9 \\'e9\\par}"}));
-}
-
 TEST_F(SourceCharset, EveryCorpusTextFileGivesValidUtf8) {
   if (!std::filesystem::is_directory(Corpus("csv"))) GTEST_SKIP() << "no shared corpus";
   const std::vector<std::pair<std::string, int32_t>> folders = {{"csv", KSIMP_TYPE_DELIMITED},
