@@ -97,14 +97,6 @@ TEST_F(KsPdfModule, ExtractsEachPageFollowedByAFormFeed) {
       << "the whole file once the extraction is over";
 }
 
-TEST_F(KsPdfModule, APdfWithoutTextGivesOnlyItsPageBreaks) {
-  const std::string path = WriteFile(dir_, "blank.pdf", SimplePdf(3, 0));
-  const Extraction e = Extract(path);
-  EXPECT_EQ(e.returned, KS_PDF_OK);
-  EXPECT_TRUE(e.block);
-  EXPECT_EQ(e.text, "\f\f\f");
-}
-
 TEST_F(KsPdfModule, GivesByteForByteWhatPdftotextPrints) {
   if (!HaveTool("pdftotext")) GTEST_SKIP() << "pdftotext (poppler-utils) is not installed";
   if (!std::filesystem::is_directory(CorpusPdfs())) GTEST_SKIP() << "no shared corpus";

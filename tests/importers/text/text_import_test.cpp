@@ -67,16 +67,6 @@ TEST_F(TextImport, DocumentsLongerThanABlockArriveWhole) {
   EXPECT_TRUE(docs[1] == page + "tail without end");
 }
 
-TEST_F(TextImport, OemSourceIsConverted) {
-  QueuedFile file = Source("dos.txt",
-                           "Stra\xE1"
-                           "e \x9C"
-                           "5\r\n");
-  file.origin_ansi = 0;
-  Import({file});
-  EXPECT_EQ(Documents(), Docs{"Stra\u00DFe \u00A35\r\n"});
-}
-
 TEST_F(TextImport, LaterFilesFollowEarlierOnesAtTheTop) {
   Import({Source("old.txt", "old")});
   QueuedFile one = Source("1.txt", "one\r\n\r\ntwo");
