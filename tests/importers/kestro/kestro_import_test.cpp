@@ -32,22 +32,15 @@ class KestroImportTest : public ImportFixture {
   }
 
   // Imports `files`, each with the credentials given with it (none: "").
-  ImportOutcome ImportWithCredentials(
-      const std::vector<std::pair<QueuedFile, std::pair<std::string, std::string>>>& files) {
-    ImportOutcome outcome;
-    outcome.handle = KSIMP_InitImportUsingFileName(database_.c_str());
-    EXPECT_NE(outcome.handle, 0u);
-    for (const auto& [file, credentials] : files) {
-      EXPECT_EQ(KSIMP_SetSourceCredentials(outcome.handle, credentials.first.c_str(),
-                                           credentials.second.c_str()),
+  using Credentials = std::pair<std::string, std::string>;
+  ImportOutcome ImportWithCredentials(const std::vector<std::pair<QueuedFile, Credentials>>& files) {
+    std::vector<QueuedFile> queued;
+    for (const auto& [file, credentials] : files) queued.push_back(file);
+    return Import(queued, [&](uint32_t handle, size_t n) {
+      EXPECT_EQ(KSIMP_SetSourceCredentials(handle, files[n].second.first.c_str(),
+                                           files[n].second.second.c_str()),
                 1u);
-      EXPECT_EQ(Queue(outcome.handle, file), 1u);
-    }
-    outcome.result = KSIMP_Import(outcome.handle, 0, 0, nullptr, &outcome.documents_added);
-    outcome.error = KSIMP_GetLastImportError(outcome.handle);
-    char log[4096] = {};
-    if (KSIMP_GetLogData(outcome.handle, log, sizeof log) != 0) outcome.log = log;
-    return outcome;
+    });
   }
 
   // The target holds `texts` before the import, to show that nothing is lost.
