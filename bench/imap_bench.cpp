@@ -10,7 +10,7 @@
 // removed afterwards.
 //
 // Dovecot serves the Maildir where it lies, from a folder of its own
-// (tests/importers/dovecot_server.h); its index is built while the source is
+// (tests/importers/mail/dovecot_server.h); its index is built while the source is
 // queued (the message count), which is timed apart and not counted in the
 // import.  The IMAP import speaks STARTTLS (TLS, the certificate check off
 // for the server's own certificate), as a real server would be reached.
@@ -24,7 +24,7 @@
 #include <string>
 
 #include "bench_support.h"
-#include "importers/dovecot_server.h"
+#include "importers/mail/dovecot_server.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 

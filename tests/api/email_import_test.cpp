@@ -19,33 +19,14 @@ namespace {
 
 // A message of a standard mailbox, dated `date` (RFC 822).
 std::string Message(const std::string& subject, const std::string& date) {
-  return "From sender@example.com Mon Jan  1 10:00:00 2024\n"
-         "From: sender@example.com\n"
-         "To: you@example.com\n"
-         "Subject: " +
-         subject +
-         "\n"
-         "Date: " +
-         date +
-         "\n"
-         "\n"
-         "Text of " +
-         subject +
-         ".\n"
-         "\n";
+  return "From sender@example.com Mon Jan  1 10:00:00 2024\nFrom: sender@example.com\n"
+         "To: you@example.com\nSubject: " + subject + "\nDate: " + date + "\n\nText of " +
+         subject + ".\n\n";
 }
 
 std::string Today() {
   return FormatProfileDate(LocalDateOf(static_cast<int64_t>(std::time(nullptr))));
 }
-
-// What one run of KSIMP_Import on an e-mail import gave.
-struct EmailRun {
-  uint32_t result = 0;
-  uint32_t added = 0;
-  uint32_t error = 0;
-  std::string log;
-};
 
 class EmailImportTest : public ImportFixture {
  protected:
@@ -69,20 +50,8 @@ class EmailImportTest : public ImportFixture {
     return text;
   }
 
-  EmailRun Run(const std::vector<std::string>& profiles, uint32_t host_database = 0) {
-    EmailRun run;
-    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(host_database);
-    EXPECT_NE(handle, 0u);
-    for (const std::string& profile : profiles) {
-      EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, profile.c_str()), 1u) << profile;
-    }
-    EXPECT_EQ(KSIMP_GetEmailProfileCount(handle), profiles.size());
-    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
-    run.error = KSIMP_GetLastImportError(handle);
-    char log[16384] = {};
-    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
-    EXPECT_EQ(KSIMP_GetTotalBytes(handle), 0u) << "the handle is released";
-    return run;
+  ImportOutcome Run(const std::vector<std::string>& profiles, uint32_t host_database = 0) {
+    return RunEmailProfiles(profiles, host_database);
   }
 
   void Append(const std::string& text) { std::ofstream(mailbox_, std::ios::app) << text; }
@@ -97,9 +66,9 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
                           Message("two", "Tue, 2 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
 
-  EmailRun run = Run({"Work"});
+  ImportOutcome run = Run({"Work"});
   EXPECT_EQ(run.result, 1u) << run.log;
-  EXPECT_EQ(run.added, 2u);
+  EXPECT_EQ(run.documents_added, 2u);
   EXPECT_EQ(run.error, KSIMP_ERR_INTERNAL) << "nothing failed";
   EXPECT_NE(run.log.find("Email profile Work.  2 document(s) added to " + database_ + ".\r\n"),
             std::string::npos)
@@ -108,7 +77,7 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
 
   run = Run({"Work"});
   EXPECT_EQ(run.result, 1u);
-  EXPECT_EQ(run.added, 0u);
+  EXPECT_EQ(run.documents_added, 0u);
   EXPECT_NE(run.log.find("\"Work\" Profile - No new messages since last import.\r\n"),
             std::string::npos)
       << run.log;
@@ -116,17 +85,17 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
   // The same day, one more message: that one alone, whatever its date.
   Append(Message("three", "Sun, 31 Dec 2023 23:00:00 +0000"));
   run = Run({"Work"});
-  EXPECT_EQ(run.added, 1u) << run.log;
+  EXPECT_EQ(run.documents_added, 1u) << run.log;
   const std::vector<std::string> documents = Documents();
   ASSERT_EQ(documents.size(), 3u);
   EXPECT_NE(documents[2].find("Text of three."), std::string::npos) << documents[2];
-  EXPECT_EQ(Run({"Work"}).added, 0u);
+  EXPECT_EQ(Run({"Work"}).documents_added, 0u);
 }
 
 TEST_F(EmailImportTest, RewrittenMailboxFallsBackToTheStartDate) {
   WriteFile(mailbox_, Message("old", "Mon, 1 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
-  ASSERT_EQ(Run({"Work"}).added, 1u);
+  ASSERT_EQ(Run({"Work"}).documents_added, 1u);
 
   // Compacted by the mail program: a new file, the old message and one of
   // today.  Only messages dated on or after the start date are new.
@@ -138,8 +107,8 @@ TEST_F(EmailImportTest, RewrittenMailboxFallsBackToTheStartDate) {
   WriteFile(dir_, "compacted",
             Message("old", "Mon, 1 Jan 2024 10:00:00 +0000") + Message("today", today));
   std::filesystem::rename(dir_.file("compacted"), mailbox_);
-  const EmailRun run = Run({"Work"});
-  EXPECT_EQ(run.added, 1u) << run.log;
+  const ImportOutcome run = Run({"Work"});
+  EXPECT_EQ(run.documents_added, 1u) << run.log;
   EXPECT_NE(Documents().back().find("Text of today."), std::string::npos);
 }
 
@@ -149,9 +118,9 @@ TEST_F(EmailImportTest, FailedRunLeavesTheStartDateAsItWas) {
   ASSERT_EQ(SaveProfile("Lost", "TYPE_MSG=0\nDATE_START=01/02/2020\n", missing), 0u);
   const std::string before = ProfileText("Lost");
 
-  const EmailRun run = Run({"Lost"});
+  const ImportOutcome run = Run({"Lost"});
   EXPECT_EQ(run.result, 0u);
-  EXPECT_EQ(run.added, 0u);
+  EXPECT_EQ(run.documents_added, 0u);
   EXPECT_EQ(run.error, KSIMP_ERR_OPEN_DATABASE);
   EXPECT_NE(run.log.find("Email profile Lost.  Cannot open Kestro file " + missing + ".\r\n"),
             std::string::npos)
@@ -169,9 +138,9 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
                 "TYPE=1401\nNAME=Server\nNAME_KESTRO=/x.kst\nMAILROOT=/mail\nALL=Yes\n", 0),
             0u);
 
-  const EmailRun run = Run({"Broken", "Server", "Fine"});
+  const ImportOutcome run = Run({"Broken", "Server", "Fine"});
   EXPECT_EQ(run.result, 0u);
-  EXPECT_EQ(run.added, 2u) << "Broken reads its one mailbox that exists, Fine reads it again";
+  EXPECT_EQ(run.documents_added, 2u) << "Broken reads its one mailbox that exists, Fine reads it again";
   EXPECT_EQ(run.error, KSIMP_ERR_OPEN_FILE) << "the first error recorded";
   EXPECT_NE(
       run.log.find("\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"),
@@ -187,8 +156,8 @@ TEST_F(EmailImportTest, ProfileNamingTheHostsDatabaseUsesItsHandle) {
   const uint32_t db =
       EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
   ASSERT_NE(db, 0u);
-  const EmailRun run = Run({"Work"}, db);
-  EXPECT_EQ(run.added, 1u) << run.log;
+  const ImportOutcome run = Run({"Work"}, db);
+  EXPECT_EQ(run.documents_added, 1u) << run.log;
   EXPECT_EQ(EngCountDocuments(db, KSENG_WALK_DOCUMENTS), 1u) << "the host's handle stays open";
   EXPECT_NE(EngCloseDatabase(db), 0);
   EXPECT_EQ(ProfileText("Work").find("DATE_START=" + Today()), std::string::npos)
@@ -198,9 +167,9 @@ TEST_F(EmailImportTest, ProfileNamingTheHostsDatabaseUsesItsHandle) {
 TEST_F(EmailImportTest, NothingInTheDateRangeIsSaidSo) {
   WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Range", "TYPE_MSG=1\nDATE_START=03/01/2024\nDATE_END=03/31/2024\n"), 0u);
-  const EmailRun run = Run({"Range"});
+  const ImportOutcome run = Run({"Range"});
   EXPECT_EQ(run.result, 1u);
-  EXPECT_EQ(run.added, 0u);
+  EXPECT_EQ(run.documents_added, 0u);
   EXPECT_NE(run.log.find("\"Range\" Profile - There are no messages in the selected date range."),
             std::string::npos)
       << run.log;

@@ -19,12 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct ProfileRun {
-  uint32_t result = 0;
-  uint32_t added = 0;
-  std::string log;
-};
-
 class MaildirProfileTest : public ImportFixture {
  protected:
   void SetUp() override {
@@ -40,15 +34,7 @@ class MaildirProfileTest : public ImportFixture {
     return KSIMP_SaveEmailProfile(text.c_str(), 0);
   }
 
-  ProfileRun Run(const std::string& profile) {
-    ProfileRun run;
-    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, profile.c_str()), 1u);
-    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
-    char log[16384] = {};
-    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
-    return run;
-  }
+  ImportOutcome Run(const std::string& profile) { return RunEmailProfiles({profile}); }
 
   // A message delivered now, as a delivery agent names it.
   fs::path Deliver(const std::string& subject) {
@@ -81,15 +67,15 @@ TEST_F(MaildirProfileTest, NewMessagesProfileImportsEachMessageOnce) {
   // (maildir_checkpoint.h); here the deliveries are seconds older.
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
 
-  ProfileRun run = Run("Home");
+  ImportOutcome run = Run("Home");
   EXPECT_EQ(run.result, 1u) << run.log;
-  EXPECT_EQ(run.added, 2u) << run.log;
+  EXPECT_EQ(run.documents_added, 2u) << run.log;
 
   // Read by a mail program: moved to cur/ with its flags.
   fs::rename(first, maildir_ / "cur" / (first.filename().string() + ":2,S"));
   run = Run("Home");
   EXPECT_EQ(run.result, 1u) << run.log;
-  EXPECT_EQ(run.added, 0u) << run.log;
+  EXPECT_EQ(run.documents_added, 0u) << run.log;
   EXPECT_NE(run.log.find("\"Home\" Profile - No new messages since last import."),
             std::string::npos)
       << run.log;
@@ -97,23 +83,23 @@ TEST_F(MaildirProfileTest, NewMessagesProfileImportsEachMessageOnce) {
   // Delivered between two runs: taken by the next run, and only once.
   Deliver("three");
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-  EXPECT_EQ(Run("Home").added, 1u);
-  EXPECT_EQ(Run("Home").added, 0u);
+  EXPECT_EQ(Run("Home").documents_added, 1u);
+  EXPECT_EQ(Run("Home").documents_added, 0u);
   for (const char* subject : {"one", "two", "three"}) EXPECT_EQ(CountOf(subject), 1u) << subject;
 }
 
 TEST_F(MaildirProfileTest, AllMessagesProfileImportsEverythingEachTime) {
   Deliver("one");
   ASSERT_EQ(SaveProfile("Everything", "2"), 0u);
-  EXPECT_EQ(Run("Everything").added, 1u);
-  EXPECT_EQ(Run("Everything").added, 1u);
+  EXPECT_EQ(Run("Everything").documents_added, 1u);
+  EXPECT_EQ(Run("Everything").documents_added, 1u);
   EXPECT_EQ(CountOf("one"), 2u);
 }
 
 TEST_F(MaildirProfileTest, AMissingMaildirFailsTheProfileWithItsMessage) {
   ASSERT_EQ(SaveProfile("Gone", "0"), 0u);
   fs::remove_all(maildir_);
-  const ProfileRun run = Run("Gone");
+  const ImportOutcome run = Run("Gone");
   EXPECT_EQ(run.result, 0u);
   EXPECT_NE(run.log.find("\"Gone\" Profile - Unable to open mailbox " + maildir_.string()),
             std::string::npos)

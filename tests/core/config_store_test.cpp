@@ -65,11 +65,6 @@ TEST(ConfigStore, DamagedFileIsReportedAndLeftAsItIs) {
   EXPECT_EQ(ReadFile(path), before);
 }
 
-TEST(ConfigStore, DefaultPathFollowsTheEnvironment) {
-  ScopedEnv config_dir("KESTRO_CONFIG_DIR", "/somewhere");
-  EXPECT_EQ(ConfigStore::DefaultPath(), std::filesystem::path("/somewhere/kestro.conf"));
-}
-
 TEST(ConfigStore, FileSettingsKeyReplacesBothSeparators) {
   EXPECT_EQ(FileSettingsKey("C:\\data\\notes.kst"),
             "Software\\Kestro\\Windows\\5.0\\File Settings\\C:*data*notes.kst");

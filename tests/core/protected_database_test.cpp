@@ -12,7 +12,7 @@
 #include "api/write_file.h"
 #include "core/config_store.h"
 #include "core/scoped_env.h"
-#include "importers/kestro_test_support.h"
+#include "importers/kestro/kestro_test_support.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
 #include "temp_dir.h"

@@ -1,16 +1,15 @@
 // The decoders that turn a source's bytes into UTF-8 before anything splits
-// them: the rule for undeclared (ANSI) text line by line, a named character
-// set, rich text's escapes, and the guess of an undeclared character set.
-// Each must give the same text however the source is cut into pieces.
+// them: undeclared (ANSI) text, a named character set and rich text's
+// escapes.  Each must give the same text however the source is cut into
+// pieces; what the decoders make of whole texts is the converter's test and
+// the imports' (source_charset_test.cpp).
 #include <gtest/gtest.h>
-#include <iconv.h>
 
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "core/charset_converter.h"
-#include "core/charset_detection.h"
 #include "core/charset_stream_decoder.h"
 #include "core/rich_text_escaper.h"
 #include "core/undeclared_text_decoder.h"
@@ -22,21 +21,6 @@ using ks::core::IsValidUtf8;
 using ks::core::RichTextEscaper;
 using ks::core::TextDecoder;
 using ks::core::UndeclaredTextDecoder;
-
-// `utf8` written in `charset`, as another program would have saved it.
-std::string Encoded(const char* charset, std::string_view utf8) {
-  const iconv_t to = iconv_open(charset, "UTF-8");
-  EXPECT_NE(to, reinterpret_cast<iconv_t>(-1)) << charset;
-  std::string out(utf8.size() * 4, '\0');
-  char* in = const_cast<char*>(utf8.data());
-  size_t in_left = utf8.size();
-  char* at = out.data();
-  size_t out_left = out.size();
-  EXPECT_NE(iconv(to, &in, &in_left, &at, &out_left), static_cast<size_t>(-1));
-  iconv_close(to);
-  out.resize(out.size() - out_left);
-  return out;
-}
 
 std::string Whole(TextDecoder& decoder, std::string_view input) {
   std::string out;
@@ -61,24 +45,6 @@ void ExpectSameWhereverCut(MakeDecoder make, std::string_view input, const std::
   for (const char c : input) decoder->Append(std::string_view(&c, 1), false, out);
   decoder->Append({}, true, out);
   EXPECT_EQ(out, expected) << "one byte at a time";
-}
-
-TEST(UndeclaredTextDecoder, KeepsValidUtf8ByteForByteAndReadsOtherLinesInTheCodePage) {
-  UndeclaredTextDecoder decoder;
-  const std::string utf8 = "na\xC3\xAFve \xE2\x82\xAC \xF0\x9F\x98\x80\r\nplain\n";
-  EXPECT_EQ(Whole(decoder, utf8), utf8);
-  // Windows-1252: é, ü, the euro sign and curly quotes.
-  EXPECT_EQ(Whole(decoder, "Caf\xE9 Z\xFCrich \x80 \x93q\x94\r\n"),
-            "Caf\xC3\xA9 Z\xC3\xBCrich \xE2\x82\xAC \xE2\x80\x9Cq\xE2\x80\x9D\r\n");
-  // Mixed: each line is judged on its own, also across CR line ends.
-  EXPECT_EQ(Whole(decoder, "caf\xC3\xA9\rcaf\xE9\ncaf\xC3\xA9"),
-            "caf\xC3\xA9\rcaf\xC3\xA9\ncaf\xC3\xA9");
-}
-
-TEST(UndeclaredTextDecoder, ReadsTheCodePageItIsGiven) {
-  UndeclaredTextDecoder decoder("WINDOWS-1251");
-  EXPECT_EQ(Whole(decoder, "\xCF\xF0\xE8\xE2\xE5\xF2\n"),
-            "\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82\n");  // Привет
 }
 
 TEST(UndeclaredTextDecoder, GivesTheSameTextWhereverABlockEnds) {
@@ -169,18 +135,6 @@ TEST(RichTextEscaper, WritesBinaryDataAsHexDigits) {
   const std::string rtf = "{\\pict\\bin3 \x01\xFF}\\bin0 x\\binary \xE9";
   ExpectSameWhereverCut([] { return std::make_unique<RichTextEscaper>(); }, rtf,
                         "{\\pict01ff7d\\bin0 x\\binary \\'e9");
-}
-
-TEST(CharsetDetection, TellsCyrillicAndJapaneseText) {
-  std::string russian;
-  std::string japanese;
-  for (int i = 0; i < 4; ++i) {
-    russian += "Съешь же ещё этих мягких французских булок, да выпей чаю.\n";
-    japanese += "私はガラスを食べられます。それは私を傷つけません。\n";
-  }
-  EXPECT_EQ(ks::core::DetectCharset(Encoded("KOI8-R", russian)), "KOI8-R");
-  EXPECT_EQ(ks::core::DetectCharset(Encoded("SHIFT_JIS", japanese)), "SHIFT_JIS");
-  EXPECT_EQ(ks::core::DetectCharset(""), "");
 }
 
 }  // namespace

@@ -100,42 +100,6 @@ TEST_F(ApiTest, CurrentDocumentAndWalkStartMustBeExistingDocuments) {
   EXPECT_EQ(EngGetCurrentDocument(db_), 0u);
 }
 
-TEST_F(ApiTest, DisplaySettingsOfANewDatabaseHaveTheirDefaults) {
-  char text[64];
-  const std::pair<int32_t (*)(uint32_t, char*, uint32_t), const char*> texts[] = {
-      {EngOp25, "Times New Roman"}, {EngOp178, "Arial"}, {EngOp192, "Normal"}};
-  for (int row = 0; auto [get, expected] : texts) {
-    SCOPED_TRACE(row++);
-    ASSERT_EQ(get(db_, text, sizeof text), 1);
-    EXPECT_STREQ(text, expected);
-  }
-  EXPECT_FAILS(EngOp25(db_, text, 5), 0, KSENG_ERR_BUFFER);
-
-  int32_t number = -1;
-  const std::pair<int32_t (*)(uint32_t, int32_t*), int32_t> numbers[] = {
-      {EngOp27, 24},   {EngOp93, 1440},  {EngOp97, 1440},  {EngOp99, 1440},  {EngOp101, 1440},
-      {EngOp102, 720}, {EngOp105, 0},    {EngOp108, 0},    {EngOp113, 0},    {EngOp180, 20},
-      {EngOp182, 1},   {EngOp236, 1252}, {EngOp244, 1033}, {EngOp253, 12240}};
-  for (int row = 0; auto [get, expected] : numbers) {
-    SCOPED_TRACE(row++);
-    ASSERT_EQ(get(db_, &number), 1);
-    EXPECT_EQ(number, expected);
-  }
-  uint32_t colour = 1;
-  const std::pair<int32_t (*)(uint32_t, uint32_t*), uint32_t> colour_defaults[] = {
-      {EngOp31, 0x000000},
-      {EngOp48, 0xFFFFFF},
-      {EngOp114, 0x000080},
-      {EngOp157, 0x000000},
-      {EngOp232, 0x0000FF}};
-  for (int row = 0; auto [get, expected] : colour_defaults) {
-    SCOPED_TRACE(row++);
-    ASSERT_EQ(get(db_, &colour), 1);
-    EXPECT_EQ(colour, expected);
-  }
-  EXPECT_FAILS(EngOp27(db_, nullptr), 0, KSENG_ERR_ARGUMENT);
-}
-
 TEST_F(ApiTest, NullArgumentsAreArgumentErrorsNotCrashes) {
   EXPECT_FAILS(AddPiece(db_, nullptr), 0, KSENG_ERR_ARGUMENT);
   EXPECT_FAILS(EngAddDocument(db_, "x", 1, 0, KSENG_KIND_TEXT, KSENG_LOC_END, 0, nullptr, 2), 0,

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -105,16 +106,45 @@ class ImportFixture : public ::testing::Test {
   }
 
   // Queues every file on a new handle of the database and runs the import.
-  ImportOutcome Import(const std::vector<QueuedFile>& files) {
+  // `before_queuing(handle, n)` makes the calls a host makes before it
+  // queues file n (a character set, credentials).
+  ImportOutcome Import(const std::vector<QueuedFile>& files,
+                       const std::function<void(uint32_t, size_t)>& before_queuing = {}) {
     ImportOutcome outcome;
     outcome.handle = KSIMP_InitImportUsingFileName(database_.c_str());
     EXPECT_NE(outcome.handle, 0u);
-    for (const auto& file : files) EXPECT_EQ(Queue(outcome.handle, file), 1u) << file.path;
-    outcome.result = KSIMP_Import(outcome.handle, 0, 0, nullptr, &outcome.documents_added);
-    outcome.error = KSIMP_GetLastImportError(outcome.handle);
-    char log[4096] = {};
-    if (KSIMP_GetLogData(outcome.handle, log, sizeof log) != 0) outcome.log = log;
+    for (size_t n = 0; n < files.size(); ++n) {
+      if (before_queuing) before_queuing(outcome.handle, n);
+      EXPECT_EQ(Queue(outcome.handle, files[n]), 1u) << files[n].path;
+    }
+    return Run(outcome);
+  }
+
+  // Runs the named e-mail profiles on a new e-mail import handle, of the
+  // host's database `host_database` or of the databases the profiles name.
+  ImportOutcome RunEmailProfiles(const std::vector<std::string>& names,
+                                 uint32_t host_database = 0) {
+    ImportOutcome outcome;
+    outcome.handle = KSIMP_InitEmailImportUsingFileHandle(host_database);
+    EXPECT_NE(outcome.handle, 0u);
+    for (const std::string& name : names) {
+      EXPECT_EQ(KSIMP_AddEmailProfileToImport(outcome.handle, name.c_str()), 1u) << name;
+    }
+    EXPECT_EQ(KSIMP_GetEmailProfileCount(outcome.handle), names.size());
+    outcome = Run(outcome);
+    EXPECT_EQ(KSIMP_GetTotalBytes(outcome.handle), 0u) << "the handle is released with the run";
     return outcome;
+  }
+
+  // Runs the import of `queued`'s handle: its result, count, error and log.
+  static ImportOutcome Run(ImportOutcome queued) {
+    queued.result = KSIMP_Import(queued.handle, 0, 0, nullptr, &queued.documents_added);
+    queued.error = KSIMP_GetLastImportError(queued.handle);
+    std::vector<char> log(1 << 16);
+    if (KSIMP_GetLogData(queued.handle, log.data(), static_cast<int32_t>(log.size())) != 0) {
+      queued.log = log.data();
+    }
+    return queued;
   }
 
   // Imports each case's source of `type` into a fresh database: it succeeds,

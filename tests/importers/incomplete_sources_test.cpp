@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "core/scoped_env.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 

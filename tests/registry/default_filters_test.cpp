@@ -1,10 +1,10 @@
-// The default file-type list: its order and texts, the option each type
-// offers, and the two entries that depend on what is installed.
+// The default file-type list: its order and texts, and the two entries that
+// depend on what is installed.  What an option mask does to a queued source
+// is add_file_to_import_test's.
 #include "registry/default_filters.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -32,39 +32,6 @@ const ImportFilter& FilterOf(const std::vector<ImportFilter>& filters, int32_t f
   throw std::out_of_range("no filter for type " + std::to_string(file_type));
 }
 
-// What each type offers, written out option by option as the product
-// describes them rather than as mask numbers.
-std::map<int32_t, std::vector<ImportOption>> OptionsEachTypeOffers() {
-  const std::vector<ImportOption> word_processing = {
-      kFileOrigin,           kImportLocation, kDocumentDelimiter, kEntryForm,
-      kAutoFieldRecognition, kDateRange,      kSortOrder,         kSaveAttachments};
-  const std::vector<ImportOption> dos_and_foxpro = {
-      kFileOrigin, kImportLocation, kEntryForm, kAutoFieldRecognition, kDateRange, kSortOrder};
-  const std::vector<ImportOption> mail = {kFileOrigin,           kImportLocation, kEntryForm,
-                                          kAutoFieldRecognition, kDateRange,      kSortOrder,
-                                          kMessageDateRange,     kFullHeader,     kSaveAttachments};
-  return {
-      {1000, word_processing},
-      {1002, dos_and_foxpro},
-      {1010, {kImportLocation, kAutoFieldRecognition, kDateRange, kSortOrder}},
-      {1005, mail},
-      {1060, mail},
-      {1004,
-       {kFileOrigin, kImportLocation, kEntryForm, kAutoFieldRecognition, kDateRange, kSortOrder,
-        kUseStoredSettings}},
-      {108, word_processing},
-      {1056, word_processing},
-      {1057, word_processing},
-      {19, word_processing},
-      {1114, dos_and_foxpro},
-      {1058,
-       {kFileOrigin, kImportLocation, kDocumentDelimiter, kEntryForm, kSortOrder,
-        kUseStoredSettings, kSaveAttachments}},
-      {1059, mail},
-      {1061, {kImportLocation, kEntryForm, kDateRange, kSortOrder, kSaveAttachments}},
-  };
-}
-
 TEST(DefaultFilters, ListsTheTypesInTheOrderShownToUsersWithFoxProOnlyWhenADriverIsThere) {
   const std::vector<int32_t> without_foxpro = {1000, 1002, 1010, 1005, 1060, 1004, 108,
                                                1056, 1057, 19,   1058, 1059, 1061};
@@ -85,16 +52,6 @@ TEST(DefaultFilters, ListsTheTypesInTheOrderShownToUsersWithFoxProOnlyWhenADrive
     EXPECT_EQ(filters[10].name, "Microsoft FoxPro, Visual FoxPro (*.dbf, *.dbc)");
     EXPECT_EQ(filters[10].extensions, d.extensions);
     EXPECT_EQ(filters[10].option_mask, 123u);
-  }
-}
-
-TEST(DefaultFilters, EachTypeOffersExactlyItsDescribedOptions) {
-  const auto filters = DefaultImportFilters(kVisualFoxPro);
-  const auto expected = OptionsEachTypeOffers();
-  ASSERT_EQ(filters.size(), expected.size());
-  for (const auto& filter : filters) {
-    EXPECT_EQ(OfferedOptions(filter.option_mask), expected.at(filter.file_type))
-        << filter.name << " (mask " << filter.option_mask << ")";
   }
 }
 

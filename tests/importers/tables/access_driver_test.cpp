@@ -75,31 +75,6 @@ TEST(AccessDriver, ListsUserTablesSystemTablesAndSelectQueries) {
   EXPECT_THROW(connection->OpenTable("NoSuchTable"), TableError);
 }
 
-TEST(AccessDriver, ValuesOfEachTypeAsText) {
-  SKIP_WITHOUT("testV1997.mdb");
-  const auto connection = Connect(CorpusFile("testV1997.mdb"));
-  // Text, byte, integer, long, double, date, currency, boolean (Jet 3).
-  const Rows rows = ReadAll(*connection, "Table1");
-  ASSERT_EQ(rows.size(), 2u);
-  const std::vector<std::optional<std::string>> expected{
-      "abcdefg", "hijklmnop", "2", "222", "333333333", "444.555", "1974-09-21", "3.5", "True"};
-  EXPECT_EQ(rows[1], expected);
-  EXPECT_EQ(rows[0][8], "False");
-}
-
-TEST(AccessDriver, MemosNullsAndBinaryColumns) {
-  SKIP_WITHOUT("complexDataTestV2007.accdb");
-  const auto connection = Connect(CorpusFile("complexDataTestV2007.accdb"));
-  const auto cursor = connection->OpenTable("Table1");
-  EXPECT_EQ(cursor->BinaryColumns().size(), 3u) << "attachments, multiple values, version history";
-  const Rows rows = ReadAll(*connection, "Table1");
-  ASSERT_GE(rows.size(), 3u);
-  EXPECT_EQ(rows[0][2], std::nullopt);
-  EXPECT_EQ(rows[2][2], "row3-memo");
-  EXPECT_EQ(rows[2][3], "row3-memo-again");
-  EXPECT_EQ(rows[2][5], std::nullopt) << "an attachment column comes out null";
-}
-
 TEST(AccessDriver, DatesBefore1900ExtendedAndCalculatedDates) {
   SKIP_WITHOUT("oldDatesV2007.accdb");
   SKIP_WITHOUT("extDateTestV2019.accdb");

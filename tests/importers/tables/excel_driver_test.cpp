@@ -160,14 +160,6 @@ TEST(ExcelDriverXlsx, RaggedCorpusSheetsAndTruncatedPackage) {
   EXPECT_EQ(KindOfFailure(dir.file("absent.xlsx")), TableError::Kind::kNotFound);
 }
 
-TEST(ExcelDriver, PasswordProtectedWorkbooks) {
-  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
-  for (const char* file : {"xlsx/pass_protected.xlsx", "xls/poi-password.xls", "xls/poi-xor-encryption-abc.xls"}) {
-    EXPECT_EQ(KindOfFailure(kCorpus + file), TableError::Kind::kPasswordProtected) << file;
-  }
-  EXPECT_EQ(KindOfFailure(kCorpus + "xls/biff4_no_format_no_window2.xls"), TableError::Kind::kDamaged);
-}
-
 // A corpus workbook with the bytes a fuzzer changed in it: the first line of
 // `patch` names the corpus file, each further line is an offset and the hex
 // bytes that stand there instead.  Kept as changes, as the corpus is not
@@ -202,42 +194,6 @@ TEST(ExcelDriverXls, DamagedCorpusFilesAreRefused) {
         PatchedCorpusFile(std::string(KS_SOURCE_DIR "/tests/importers/tables/xls_patches/") + patch + ".patch", dir);
     EXPECT_EQ(KindOfFailure(file), TableError::Kind::kDamaged) << patch;
   }
-}
-
-TEST(ExcelDriverXls, DatesRaggedRowsAndEmptySheets) {
-  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
-  for (const char* file : {"xls/date.xls", "xls/date_1904.xls"}) {
-    auto connection = Connect(kCorpus + file);
-    std::vector<std::string> columns;
-    // 10.63 days in [hh]:mm:ss: elapsed hours, as Excel shows them.
-    EXPECT_EQ(ReadAll(*connection, "Sheet1", &columns), (Rows{{"2021-01-02", "16"}, {"255:10:10", "17"}})) << file;
-    EXPECT_EQ(columns, (std::vector<std::string>{"2021-01-01", "15"}));
-  }
-  auto ragged = Connect(kCorpus + "xls/ragged.xls");
-  ASSERT_EQ(ragged->Tables().size(), 3u);
-  const Rows rows = ReadAll(*ragged, "Sheet1");
-  ASSERT_EQ(rows.size(), 4u);
-  EXPECT_EQ(rows[1], (std::vector<std::optional<std::string>>{"f", std::nullopt, std::nullopt, std::nullopt}));
-  EXPECT_TRUE(ReadAll(*ragged, "Sheet2").empty());
-  // A chart sheet is no table.
-  const auto tables = Connect(kCorpus + "xls/any_sheets.xls")->Tables();
-  EXPECT_TRUE(std::none_of(tables.begin(), tables.end(), [](const TableEntry& t) { return t.name == "Chart"; }));
-}
-
-TEST(ExcelDriverXls, RichTextBiff5AndEmptyStrings) {
-  if (!std::filesystem::exists(kCorpus + "xls")) GTEST_SKIP() << "no corpus";
-  auto formate = Connect(kCorpus + "xls/Formate.xls");  // BIFF8, rich text and dates
-  std::vector<std::string> columns;
-  const Rows rows = ReadAll(*formate, "Bl\xC3\xA4tt1", &columns);
-  EXPECT_EQ(columns, (std::vector<std::string>{"Huber", "1907-07-03", "F3"}));
-  ASSERT_GE(rows.size(), 3u);
-  EXPECT_EQ(rows[0][0], "\xC3\x84""cker");
-  EXPECT_EQ(rows[2][1], "06:34:00");
-  auto rich = Connect(kCorpus + "xls/biff5-rich-text-string.xls");  // Excel 95, its code page
-  EXPECT_EQ(rich->Columns("Sheet1").at(0).substr(0, 19), "ELECTORAL DIVISION ");
-  EXPECT_NE(rich->Columns("Sheet1").at(0).find("C\xC3\x93RN\xC3\x8BTCY"), std::string::npos);
-  auto empty = Connect(kCorpus + "xls/empty-string.xls");
-  EXPECT_EQ(empty->Columns("Sheet1"), (std::vector<std::string>{"F1", "False"}));
 }
 
 // A compound file of 512-byte sectors holding `stream` as its "Workbook"

@@ -10,7 +10,7 @@
 #include "core/charset_converter.h"
 #include "core/config_store.h"
 #include "core/database_import_settings.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 
@@ -65,16 +65,6 @@ TEST_F(TextImport, DocumentsLongerThanABlockArriveWhole) {
   ASSERT_EQ(docs.size(), 2u);
   EXPECT_TRUE(docs[0] == page) << "first document differs, size " << docs[0].size();
   EXPECT_TRUE(docs[1] == page + "tail without end");
-}
-
-TEST_F(TextImport, OemSourceIsConverted) {
-  QueuedFile file = Source("dos.txt",
-                           "Stra\xE1"
-                           "e \x9C"
-                           "5\r\n");
-  file.origin_ansi = 0;
-  Import({file});
-  EXPECT_EQ(Documents(), Docs{"Stra\u00DFe \u00A35\r\n"});
 }
 
 TEST_F(TextImport, LaterFilesFollowEarlierOnesAtTheTop) {

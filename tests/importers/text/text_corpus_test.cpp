@@ -156,14 +156,6 @@ TEST_F(TextCorpus, NulByteEndsTheRecordAndTheLineEndAfterItEndsTheFile) {
 
 // ---- Fixed width ----
 
-TEST_F(TextCorpus, FixedWidthSampleCutsIntoItsColumns) {
-  const FileRows got =
-      ReadFixed(CorpusDir("fixed") / "fwf-sample.txt", "T=FXD\r\nN=3\r\nL1=20\r\nL2=10\r\nL3=12");
-  EXPECT_EQ(got.rows, (Rows{{"John Smith          ", "WA        ", "418-Y11-4111"},
-                            {"Mary Hartford       ", "CA        ", "319-Z19-4341"},
-                            {"Evan Nolan          ", "IL        ", "219-532-c301"}}));
-}
-
 TEST_F(TextCorpus, FixedWidthColumnsWithGapsNeedFillerColumns) {
   // The schema beside the file gives starts with one-character gaps; since
   // each column starts where the one before it ends, the gaps are columns.

@@ -19,7 +19,7 @@
 
 #include "core/error_codes.h"
 #include "core/scoped_env.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 
@@ -124,24 +124,6 @@ TEST_F(OutlookImport, EveryCorpusFileImportsItsMessagesAndLeavesOutOtherItems) {
                              "6 appointments, 2 tasks."),
             std::string::npos)
       << outcome.log;
-}
-
-TEST_F(OutlookImport, TheDocumentFollowsTheOutlookLayout) {
-  const std::string file = CorpusFile("tika-variousBodyTypes.pst");
-  NEED_CORPUS_FILE(file);
-  ImportOutlook({file});
-  const std::vector<std::string> documents = Documents();
-  ASSERT_EQ(documents.size(), 4u);
-  // Outlook's order of the messages in the folder; two have HTML bodies.
-  const std::string& plain = documents[3];
-  EXPECT_EQ(plain.substr(0, plain.find("Message[")),
-            "Folder[ Inbox/tmp ]\r\nFrom[ Allison, Timothy B. ]\r\nTo[ Allison, Timothy B. ]\r\n"
-            "Subject[ FW: original email ]\r\nDate[ Wed, 30 Aug 2017 19:27:50 +0000 ]\r\n");
-  EXPECT_TRUE(plain.ends_with("Forwarded plain text\r\n \r\n]\r\n")) << plain;
-  const auto html = std::count_if(documents.begin(), documents.end(), [](const std::string& d) {
-    return d.starts_with("Folder[ Inbox/tmp ]<br>") && d.ends_with("<br>]<br>");
-  });
-  EXPECT_EQ(html, 2);
 }
 
 TEST_F(OutlookImport, TheQueuedFolderIsTheOneImportedAndSizesTheProgress) {
@@ -350,22 +332,6 @@ TEST_F(OutlookImport, OutlookCorpusAgreesWithPffexport) {
 // its folders the FOLDER entries (or every one with ALL).
 class OutlookProfile : public OutlookImport {
  protected:
-  struct Run {
-    uint32_t result = 0;
-    uint32_t added = 0;
-    std::string log;
-  };
-
-  Run RunProfile(const std::string& name) {
-    Run run;
-    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, name.c_str()), 1u);
-    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
-    char log[16384] = {};
-    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
-    return run;
-  }
-
   TempDir config_;
   ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
 };
@@ -381,9 +347,9 @@ TEST_F(OutlookProfile, AProfileImportsItsFoldersOfTheFileAndKeepsThemInItsFile) 
   // Outlook's list entries are a name and a text.
   EXPECT_NE(written.find("FOLDER=FolderWithSampleMessages,\n"), std::string::npos) << written;
 
-  Run run = RunProfile("Archive");
+  ImportOutcome run = RunEmailProfiles({"Archive"});
   EXPECT_EQ(run.result, 1u) << run.log;
-  EXPECT_EQ(run.added, 3u) << run.log;
+  EXPECT_EQ(run.documents_added, 3u) << run.log;
   const std::vector<StoredMessage> stored = StoredMessages();
   ASSERT_EQ(stored.size(), 3u);
   EXPECT_EQ(stored[0].folder, "FolderWithSampleMessages");
@@ -393,9 +359,9 @@ TEST_F(OutlookProfile, AProfileImportsItsFoldersOfTheFileAndKeepsThemInItsFile) 
   const std::string all = "TYPE=1400\nNAME=Whole\nNAME_KESTRO=" + database_ + "\nMAILROOT=" + file +
                           "\nALL=Yes\nTYPE_MSG=0\n";
   ASSERT_EQ(KSIMP_SaveEmailProfile(all.c_str(), 0), 0u);
-  run = RunProfile("Whole");
-  EXPECT_EQ(run.added, 6u) << run.log;
+  run = RunEmailProfiles({"Whole"});
+  EXPECT_EQ(run.documents_added, 6u) << run.log;
   // New messages since the run: the file's messages are all older.
-  run = RunProfile("Whole");
-  EXPECT_EQ(run.added, 0u) << run.log;
+  run = RunEmailProfiles({"Whole"});
+  EXPECT_EQ(run.documents_added, 0u) << run.log;
 }

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "importers/dbx_test_file.h"
+#include "importers/mail/dbx_test_file.h"
 #include "importers/mail/dbx_file_header.h"
 
 namespace {
@@ -77,16 +77,6 @@ TEST(DbxFileHeaderTest, TellsTheKindsOfFileApart) {
             DbxFileKind::kNotDbx);
   EXPECT_EQ(ReadDbxFileHeader("").kind, DbxFileKind::kNotDbx);
   EXPECT_EQ(ReadDbxFileHeader("\xCF\xAD\x12\xFE\xC5\xFD\x74").kind, DbxFileKind::kNotDbx);
-}
-
-TEST(DbxFileHeaderTest, CountsAndRootOfAMessageFolder) {
-  DbxTestFile writer;
-  const std::string file = writer.Add(Text(0, 10)).Add(Text(1, 10)).Build();
-  const DbxFileHeader header = ReadDbxFileHeader(file);
-  EXPECT_FALSE(header.cut_short);
-  EXPECT_EQ(header.message_count, 2u);
-  EXPECT_EQ(header.index_root, writer.node_offsets[0]);
-  EXPECT_EQ(ReadDbxFileHeader(DbxTestFile().Build()).index_root, 0u);
 }
 
 TEST(DbxFileHeaderTest, AMessageFolderCutInsideItsHeaderIsCutShort) {
@@ -371,34 +361,6 @@ TEST(DbxCorpusTest, SubjectsOfTheIndexAgreeWithTheMessages) {
   EXPECT_EQ(std::count_if(iped.messages.begin(), iped.messages.end(),
                           [](const auto& m) { return m.subject.empty(); }),
             2);
-}
-
-TEST(DbxCorpusTest, ACutRealFolderGivesExactlyTheMessagesItStillHolds) {
-  const std::filesystem::path path = CorpusDbx("iped-test_OutlookDBX.dbx");
-  if (!std::filesystem::exists(path)) GTEST_SKIP() << "no shared corpus";
-  const std::string file = ReadCorpusFile(path);
-  std::map<uint32_t, std::string> whole;
-  for (const auto& m : Read(file).messages) whole[m.record_offset] = m.raw_text;
-  ASSERT_EQ(whole.size(), 28u);
-  size_t read_before = 0;
-  for (int step = 1; step <= 40; ++step) {
-    const size_t cut = file.size() * step / 40;
-    const ReadFolder read = Read(std::string_view(file).substr(0, cut));
-    for (const auto& m : read.messages) {
-      if (m.state == State::kRead) {
-        EXPECT_EQ(m.raw_text, whole[m.record_offset]) << "cut at " << cut;
-      } else {
-        EXPECT_EQ(m.problem.kind, Kind::kCutShort) << "cut at " << cut << ": " << m.problem.what;
-      }
-    }
-    const size_t read_now = read.count(State::kRead);
-    EXPECT_GE(read_now, read_before) << "cut at " << cut;
-    read_before = read_now;
-    if (read_now < whole.size()) {
-      EXPECT_TRUE(read.index_problem || read.count(State::kUnreadable) > 0) << "cut at " << cut;
-    }
-  }
-  EXPECT_EQ(read_before, 28u);
 }
 
 }  // namespace

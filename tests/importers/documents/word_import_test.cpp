@@ -14,33 +14,12 @@
 #include <set>
 #include <thread>
 
+#include "core/scoped_env.h"
 #include "importers/import_fixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// Sets an environment variable for one scope, restoring what it was.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    had_ = std::getenv(name) != nullptr;
-    setenv(name, value.c_str(), 1);
-  }
-  ~ScopedEnv() {
-    if (had_) {
-      setenv(name_, old_.c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::string old_;
-  bool had_ = false;
-};
 
 std::string Joined(const std::vector<std::string>& documents) {
   std::string all;
@@ -150,19 +129,6 @@ TEST_F(WordImportTest, DocxImportsAsWordForWindowsButNotAsWord97) {
   EXPECT_EQ(refused.result, 0u);
   EXPECT_EQ(refused.error, KSIMP_ERR_WRONG_FILE_TYPE);
   EXPECT_EQ(refused.documents_added, 0u);
-}
-
-TEST_F(WordImportTest, WordPerfectFileOfferedAsWordGoesToTheWordConverter) {
-  if (!HasCorpus("wpd")) GTEST_SKIP() << "no corpus";
-  for (const auto& entry : fs::directory_iterator(Corpus("wpd"))) {
-    FreshDatabase();
-    const ImportOutcome outcome = Import({QueuedFile(entry.path().string(), KSIMP_TYPE_WORD)});
-    // Accepted by the signature test, then refused by the Word converter.
-    EXPECT_EQ(outcome.error, 12007u) << entry.path();
-    EXPECT_NE(outcome.log.find("WordPerfect"), std::string::npos) << outcome.log;
-    EXPECT_EQ(outcome.documents_added, 0u);
-    EXPECT_TRUE(LeftoverCopies().empty());
-  }
 }
 
 TEST_F(WordImportTest, MissingConverterFailsWithNotInstalledAndKeepsEarlierDocuments) {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "core/message_texts.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 
@@ -87,16 +87,6 @@ TEST_F(FixedImport, SettingsThatCannotBeUsedAreLoggedAndStoreNothing) {
   }
 }
 
-TEST_F(FixedImport, SettingsFileBesideTheSourceIsRead) {
-  WriteFile(dir_, "cols.ksi",
-            "[Type Section]\r\ntype=FXD\r\nNumberOfFields=2\r\n[Header Section]\r\n"
-            "Header1=Code\r\nHeader2=Skip\r\n[Fixed Field Section]\r\nField1=2\r\nField2=3\r\n");
-  QueuedFile file = Source("cols.dat", "AB123\r\n", kFixedWidth);
-  file.use_stored_settings = 1;
-  Import({file});
-  EXPECT_EQ(Documents(), Docs{"Code[  AB ]\r\n"});
-}
-
 // ---- Entry-form mode ----
 
 TEST_F(FixedImport, EntryValuesStandUntrimmedWithoutATrailingBlank) {
@@ -136,7 +126,7 @@ TEST_F(FixedImport, CorpusFilesImportLineByLine) {
   const auto outcome = Import({sample, {(corpus / "epa78.txt").string(), kFixedWidth}});
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_EQ(outcome.documents_added, 3u + 20u);
-  // The sample's columns are text_corpus_test.cpp's.
+  // How corpus lines are cut into columns is text_corpus_test.cpp's.
 }
 
 }  // namespace

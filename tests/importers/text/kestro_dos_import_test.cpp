@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 

@@ -128,19 +128,6 @@ TEST_F(PdfImportTest, LockedAndDamagedFilesFailWith14049AndKeepTheFilesBefore) {
   EXPECT_STREQ(text, "Encryped PDF file encountered.  Unable to import the file.");
 }
 
-TEST_F(PdfImportTest, AMissingModuleFailsWith12003AndSaysWhyInTheLog) {
-  TempDir empty;
-  ScopedEnv no_modules("KESTRO_MODULE_DIR", empty.path().string());
-  const ImportOutcome outcome = Import({Source("one.pdf", SimplePdf(1, 1), kPdf)});
-  EXPECT_EQ(outcome.result, 0u);
-  EXPECT_EQ(outcome.error, kUnsupportedType);
-  EXPECT_TRUE(Documents().empty());
-  EXPECT_NE(outcome.log.find("the PDF library KS_Pdf is not installed"), std::string::npos)
-      << outcome.log;
-  EXPECT_NE(outcome.log.find((empty.path() / "libKS_Pdf.so").string()), std::string::npos)
-      << outcome.log << ": the loader's reason names where the module was looked for";
-}
-
 // An abort during a long extraction reaches the library through PDFAbort:
 // the extraction stops part way, no document is stored and no error is
 // recorded.  The test holds the module loaded itself, so the library's

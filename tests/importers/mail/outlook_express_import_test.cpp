@@ -8,8 +8,8 @@
 
 #include <algorithm>
 
-#include "import_fixture.h"
-#include "importers/dbx_test_file.h"
+#include "importers/import_fixture.h"
+#include "importers/mail/dbx_test_file.h"
 
 namespace {
 

@@ -16,6 +16,7 @@
 #include <sstream>
 
 #include "converted_copy_file.h"
+#include "core/scoped_env.h"
 #include "docx_document.h"
 #include "doc_file.h"
 #include "formats/stream_bytes.h"
@@ -254,16 +255,9 @@ TEST(DocxDocument, HostileXmlIsNeverFollowed) {
 
 TEST(ConvertedCopyFile, IsPrivateAndInTheTemporaryImportFolder) {
   TempDir dir;
-  const char* old = getenv("TMPDIR");
-  const std::string saved = old != nullptr ? old : "";
-  setenv("TMPDIR", dir.path().c_str(), 1);
+  const ScopedEnv tmpdir("TMPDIR", dir.path().string());
   const std::string path = ks::word::WriteConvertedCopy("text");
   const std::string second = ks::word::WriteConvertedCopy("text");
-  if (old != nullptr) {
-    setenv("TMPDIR", saved.c_str(), 1);
-  } else {
-    unsetenv("TMPDIR");
-  }
   EXPECT_EQ(fs::path(path).parent_path(), dir.path() / "KSTmpImp");
   struct stat info {};
   ASSERT_EQ(stat(path.c_str(), &info), 0);

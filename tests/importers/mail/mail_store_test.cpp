@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 
 namespace {
 

@@ -20,7 +20,7 @@
 
 #include "core/error_codes.h"
 #include "core/scoped_env.h"
-#include "importers/dovecot_server.h"
+#include "importers/mail/dovecot_server.h"
 #include "importers/import_fixture.h"
 #include "importers/mail/imap_connection.h"
 

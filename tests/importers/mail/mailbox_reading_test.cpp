@@ -10,7 +10,7 @@
 
 #include "api/import_session.h"
 #include "core/scoped_env.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 #include "importers/mail/mailbox_bytes.h"
 #include "importers/mail/mailbox_reader.h"
 #include "importers/mail/message_day_range.h"

@@ -9,7 +9,7 @@
 #include <fstream>
 
 #include "core/message_texts.h"
-#include "import_fixture.h"
+#include "importers/import_fixture.h"
 #include "importers/text/ksi_file_handler.h"
 
 namespace {
@@ -137,18 +137,6 @@ TEST_F(DelimitedImport, SettingsFileBesideTheSourceOrNamedByTheRecordIsRead) {
   EXPECT_EQ(Import({people, Delimited("data.txt", "k1||x\r\n", named)}).result, 1u);
   // "consecutice delimiter" FALSE: the second "|" ends an empty value.
   EXPECT_EQ(Documents(), (Docs{"Name[ Ann ]\r\nTown[ Oslo ]\r\n", "Key[ k1 ]\r\n"}));
-}
-
-TEST_F(DelimitedImport, WithoutStoredSettingsEachRowIsADocumentOfItsText) {
-  // A settings file, beside the source and named by the record, is not read
-  // unless the record asks for it.
-  QueuedFile file = Source("plain.csv", "a,b\r\n\"c\r\nd\",e\r\n", kDelimited);
-  file.date_from =
-      WriteFile(dir_, "plain.ksi", "[Type Section]\r\ntype=CSV\r\nNumberOfFields=1\r\n");
-  const auto outcome = Import({file});
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_TRUE(outcome.log.empty()) << outcome.log;
-  EXPECT_EQ(Documents(), (Docs{"a,b", "\"c\r\nd\",e"}));
 }
 
 TEST_F(DelimitedImport, MissingSettingsFileIsLoggedAndRowsArriveAsText) {
@@ -309,21 +297,5 @@ TEST_F(DelimitedImport, AbortFromAnotherThreadStopsBetweenRows) {
 }
 
 // ---- Real files written by other software ----
-
-TEST_F(DelimitedImport, CorpusFilesImportWithoutAFault) {
-  if (!std::filesystem::exists(Corpus("csv"))) GTEST_SKIP() << "no corpus beside the checkout";
-  std::vector<QueuedFile> files;
-  for (const auto& entry : std::filesystem::directory_iterator(Corpus("csv"))) {
-    QueuedFile& file = files.emplace_back(entry.path().string(), kDelimited);
-    file.use_stored_settings = 1;
-    file.date_from = Settings("N=3\r\nNA1=A\r\nNA2=B\r\nNA3=C\r\nD=,\r\nTQ=\"\r\nTC=0");
-  }
-  ASSERT_FALSE(files.empty());
-  const auto outcome = Import(files);
-  EXPECT_EQ(outcome.result, 1u);
-  EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << kNoErrorRecorded;
-  EXPECT_GT(outcome.documents_added, 2000u) << "challenge.csv alone has 2001 rows";
-  EXPECT_EQ(Documents().size(), outcome.documents_added);
-}
 
 }  // namespace

@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "../temp_dir.h"
+#include "temp_dir.h"
 #include "core/charset_converter.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mailbox_reader.h"
