@@ -18,6 +18,7 @@
 #include "api/session_import_context.h"
 #include "core/error_codes.h"
 #include "core/message_texts.h"
+#include "importers/mail/dbx_checkpoint.h"
 #include "importers/mail/email_profile_mailboxes.h"
 #include "importers/mail/email_profiles.h"
 #include "importers/mail/imap_checkpoints.h"
@@ -318,6 +319,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   // A Maildir is a folder of message files, read from a second on rather
   // than from an offset (maildir_checkpoint.h).
   const bool maildir = file_type == KSIMP_TYPE_MAILDIR;
+  // An Outlook Express folder file keeps its messages by number, read from
+  // the first one not taken (dbx_checkpoint.h).
+  const bool outlook_express = file_type == KSIMP_TYPE_OUTLOOK_EXPRESS;
   const fs::path state_file = profiles.StateFileOf(name);
   std::string why;
   MailboxCheckpoints checkpoints;
@@ -425,9 +429,10 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     record.import_attachments = profile.option_import_attach;
     record.imap_mailbox = folder;
     if (new_only) {
-      const ResumePoint resume = outlook   ? ResumePoint{}
-                                 : maildir ? MaildirResumePoint(checkpoints, file)
-                                           : checkpoints.ResumeAt(file, eudora);
+      const ResumePoint resume = outlook           ? ResumePoint{}
+                                 : maildir         ? MaildirResumePoint(checkpoints, file)
+                                 : outlook_express ? DbxResumePoint(checkpoints, file)
+                                                   : checkpoints.ResumeAt(file, eudora);
       if (resume.kind == ResumePoint::Kind::kNothingNew) continue;
       if (resume.kind == ResumePoint::Kind::kFromOffset) {
         record.start_offset = resume.offset;
@@ -439,8 +444,8 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       record.message_date_to = profile.date_end ? FormatProfileDate(*profile.date_end) : "";
     }
     const auto take_checkpoint = [&] {
-      return maildir ? TakeMaildirCheckpoint(file, static_cast<uint64_t>(std::time(nullptr)))
-                     : MailboxCheckpoints::Take(file);
+      if (maildir) return TakeMaildirCheckpoint(file, static_cast<uint64_t>(std::time(nullptr)));
+      return outlook_express ? TakeDbxCheckpoint(file) : MailboxCheckpoints::Take(file);
     };
     if ((maildir ? MaildirTree::MessageBytes(file) : static_cast<uint64_t>(info.st_size)) == 0) {
       AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, file)));
@@ -452,7 +457,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       }
       continue;
     }
-    if (auto now = outlook ? std::nullopt : take_checkpoint()) reached[file] = std::move(*now);
+    if (auto now = outlook || !new_only ? std::nullopt : take_checkpoint()) {
+      reached[file] = std::move(*now);
+    }
     std::string warning;
     file_type_offers::ApplyFileTypeOptions(record, &warning);
     if (!warning.empty()) AddLogText(handle, warning + "\r\n");
