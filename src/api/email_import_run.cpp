@@ -102,7 +102,7 @@ std::string ReadRunState(const fs::path& file, std::string* why) {
 }
 
 // The server mailboxes an IMAP profile names (MAILBOX and FOLDER entries
-// alike), INBOX when it names none.
+// alike, in UTF-8), INBOX when it names none.
 std::vector<std::string> ImapMailboxes(const EmailProfile& profile) {
   std::vector<std::string> mailboxes;
   for (const auto* entries : {&profile.mailboxes, &profile.folders}) {
@@ -337,12 +337,23 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   bool succeeded = true;
   std::map<std::string, MailboxCheckpoint> reached;  // where each queued mailbox ends now
   std::map<std::string, ImapCheckpoint> imap_reached;  // likewise, each server mailbox
+  std::vector<std::string> server_mailboxes;
   if (imap && profile.all) {
-    AddLogText(handle, fmt::format("Email profile {}.  ALL=Yes reads the mailbox INBOX of an IMAP "
-                                   "server; other mailboxes are named with MAILBOX lines.\r\n",
-                                   name));
+    // Every mailbox the server lists, as it lists them now.
+    const ImapMailboxList list = ListImapMailboxes(ImapRecordOf(profile, "INBOX", handle));
+    if (list.listed) {
+      server_mailboxes = list.names;
+    } else {
+      RecordError(handle, list.error);
+      AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileCannotOpenMailbox, name,
+                                                  profile.imap_server)));
+      AddLogText(handle, AsLogLine(list.log_line));
+      succeeded = false;
+    }
+  } else if (imap) {
+    server_mailboxes = ImapMailboxes(profile);
   }
-  for (const std::string& mailbox : imap ? ImapMailboxes(profile) : std::vector<std::string>()) {
+  for (const std::string& mailbox : server_mailboxes) {
     SETDATA record = ImapRecordOf(profile, mailbox, handle);
     record.import_location = profile.option_location;
     record.full_header = profile.option_header;

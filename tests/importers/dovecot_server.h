@@ -154,10 +154,26 @@ class DovecotServer {
     users_.push_back(home);
   }
 
-  // Delivers one more message to a user's INBOX, as a running server sees
-  // mail arrive.
-  void Deliver(const std::string& user, const std::string& name, const std::string& text) {
-    const fs::path file = dir_.path() / "home" / user / "Maildir" / "new" / name;
+  // Adds a mailbox beside a user's INBOX, named on disk as Dovecot names
+  // it (Maildir++: "." and the name in modified UTF-7, levels joined by
+  // "."), holding `messages`.  Call before Start().
+  void AddMailbox(const std::string& user, const std::string& encoded_name,
+                  const std::vector<std::string>& messages) {
+    const fs::path box = dir_.path() / "home" / user / "Maildir" / ("." + encoded_name);
+    for (const char* sub : {"cur", "new", "tmp"}) fs::create_directories(box / sub);
+    for (size_t i = 0; i < messages.size(); ++i) {
+      std::ofstream(box / "cur" / (std::to_string(1000000 + i) + ".test:2,"), std::ios::binary)
+          << messages[i];
+    }
+  }
+
+  // Delivers one more message to a user's INBOX (or the mailbox of that
+  // name on disk), as a running server sees mail arrive.
+  void Deliver(const std::string& user, const std::string& name, const std::string& text,
+               const std::string& encoded_mailbox = "") {
+    const fs::path maildir = dir_.path() / "home" / user / "Maildir";
+    const fs::path file =
+        (encoded_mailbox.empty() ? maildir : maildir / ("." + encoded_mailbox)) / "new" / name;
     std::ofstream(file, std::ios::binary) << text;
     OwnForMail(file);
   }

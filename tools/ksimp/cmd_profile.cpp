@@ -145,8 +145,8 @@ struct CreateCommand {
       if (all == !folders.empty()) throw HostError("give --folder NAME... or --all", 2);
     } else if (imap) {
       if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
-      if (all || !mail_root.empty()) {
-        throw HostError("an IMAP profile names its server's mailboxes with --mailbox", 2);
+      if (!mail_root.empty() || (all && !mailboxes.empty())) {
+        throw HostError("an IMAP profile names its server's mailboxes with --mailbox, or --all", 2);
       }
     } else {
       if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);

@@ -31,7 +31,8 @@ struct FolderNumbers {
 };
 
 // Walks the index of `file` for its highest number and for the record
-// numbered `wanted`, if asked.  Records that cannot be read are
+// numbered `wanted`, if asked (the first of each, should two records
+// carry one number).  Records that cannot be read are
 // passed over; damage to the index makes the folder unreadable here (its
 // import reports it).
 FolderNumbers NumbersOf(const DbxBytes& file, std::optional<uint32_t> wanted) {
@@ -47,7 +48,7 @@ FolderNumbers NumbersOf(const DbxBytes& file, std::optional<uint32_t> wanted) {
       numbers.highest = record.index;
       numbers.highest_record = *offset;
     }
-    if (record.index == wanted) numbers.wanted_record = *offset;
+    if (record.index == wanted && !numbers.wanted_record) numbers.wanted_record = *offset;
   }
   numbers.readable = !index.problem().has_value();
   return numbers;
@@ -70,19 +71,11 @@ std::optional<uint64_t> FingerprintAt(const DbxBytes& file, uint32_t offset) {
 
 }  // namespace
 
-std::optional<MailboxCheckpoint> TakeDbxCheckpoint(const std::string& path) {
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
-  int error = 0;
-  const std::unique_ptr<MappedMailbox> mapped = MappedMailbox::MapFile(path, &error);
-  if (!mapped) return std::nullopt;
-  const DbxBytes file(mapped->view());
+std::optional<MailboxCheckpoint> DbxCheckpointOf(std::string_view bytes) {
+  const DbxBytes file(bytes);
   const FolderNumbers numbers = NumbersOf(file, std::nullopt);
   if (!numbers.readable) return std::nullopt;
   MailboxCheckpoint checkpoint;
-  checkpoint.path = path;
-  checkpoint.device = static_cast<uint64_t>(info.st_dev);
-  checkpoint.inode = static_cast<uint64_t>(info.st_ino);
   if (numbers.highest) {
     const std::optional<uint64_t> fingerprint = FingerprintAt(file, numbers.highest_record);
     if (!fingerprint) return std::nullopt;
@@ -92,21 +85,38 @@ std::optional<MailboxCheckpoint> TakeDbxCheckpoint(const std::string& path) {
   return checkpoint;
 }
 
-ResumePoint DbxResumePoint(const MailboxCheckpoints& checkpoints, const std::string& path) {
-  const MailboxCheckpoint* checkpoint = checkpoints.Find(path);
-  if (checkpoint == nullptr || checkpoint->offset == 0 || checkpoint->offset > UINT32_MAX) {
-    return {};
-  }
-  int error = 0;
-  const std::unique_ptr<MappedMailbox> mapped = MappedMailbox::MapFile(path, &error);
-  if (!mapped) return {};
-  const DbxBytes file(mapped->view());
-  const auto last_taken = static_cast<uint32_t>(checkpoint->offset - 1);
+ResumePoint DbxResumePointIn(std::string_view bytes, const MailboxCheckpoint& checkpoint) {
+  if (checkpoint.offset == 0 || checkpoint.offset - 1 > UINT32_MAX) return {};
+  const DbxBytes file(bytes);
+  const auto last_taken = static_cast<uint32_t>(checkpoint.offset - 1);
   const FolderNumbers numbers = NumbersOf(file, last_taken);
   if (!numbers.readable || !numbers.wanted_record ||
-      FingerprintAt(file, *numbers.wanted_record) != checkpoint->hash) {
+      FingerprintAt(file, *numbers.wanted_record) != checkpoint.hash) {
     return {};
   }
   if (*numbers.highest <= last_taken) return {ResumePoint::Kind::kNothingNew, 0};
-  return {ResumePoint::Kind::kFromOffset, checkpoint->offset};
+  return {ResumePoint::Kind::kFromOffset, checkpoint.offset};
+}
+
+std::optional<MailboxCheckpoint> TakeDbxCheckpoint(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  int error = 0;
+  const std::unique_ptr<MappedMailbox> mapped = MappedMailbox::MapFile(path, &error);
+  if (!mapped) return std::nullopt;
+  std::optional<MailboxCheckpoint> checkpoint = DbxCheckpointOf(mapped->view());
+  if (!checkpoint) return std::nullopt;
+  checkpoint->path = path;
+  checkpoint->device = static_cast<uint64_t>(info.st_dev);
+  checkpoint->inode = static_cast<uint64_t>(info.st_ino);
+  return checkpoint;
+}
+
+ResumePoint DbxResumePoint(const MailboxCheckpoints& checkpoints, const std::string& path) {
+  const MailboxCheckpoint* checkpoint = checkpoints.Find(path);
+  if (checkpoint == nullptr) return {};
+  int error = 0;
+  const std::unique_ptr<MappedMailbox> mapped = MappedMailbox::MapFile(path, &error);
+  if (!mapped) return {};
+  return DbxResumePointIn(mapped->view(), *checkpoint);
 }

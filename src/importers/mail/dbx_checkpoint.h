@@ -24,6 +24,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "importers/mail/mailbox_checkpoints.h"
 
@@ -35,3 +36,8 @@ std::optional<MailboxCheckpoint> TakeDbxCheckpoint(const std::string& path);
 // message number not taken, kNothingNew when there is none above it, or
 // kFromStart without a checkpoint that stands.
 ResumePoint DbxResumePoint(const MailboxCheckpoints& checkpoints, const std::string& path);
+
+// The same two over the bytes of a folder file: its number and fingerprint
+// (no path or identity), and where to read it from after `checkpoint`.
+std::optional<MailboxCheckpoint> DbxCheckpointOf(std::string_view file);
+ResumePoint DbxResumePointIn(std::string_view file, const MailboxCheckpoint& checkpoint);

@@ -33,7 +33,7 @@ bool DbxFolderReader::Next(Message* message) {
       message->state = Message::State::kUnreadable;
       return true;
     }
-    if (first_index_ > 0 && (!record.index || *record.index < first_index_)) continue;
+    if (first_index_ > 0 && (!record.index || uint64_t{*record.index} < first_index_)) continue;
     message->subject.assign(record.subject);
     message->index = record.index;
     if (!record.text_offset) {

@@ -54,7 +54,7 @@ class DbxFolderReader {
   // From now on Next() passes over, without reading them, the messages
   // numbered below `first_index` and those whose record gives no number:
   // they were imported before.  They still count as listed.
-  void TakeFrom(uint32_t first_index) { first_index_ = first_index; }
+  void TakeFrom(uint64_t first_index) { first_index_ = first_index; }
 
   // Why the index could not be read to its end, if so.
   const std::optional<DbxProblem>& index_problem() const;
@@ -68,5 +68,5 @@ class DbxFolderReader {
   std::optional<DbxIndexTree> index_;
   std::optional<DbxProblem> header_problem_;
   uint64_t listed_ = 0;
-  uint32_t first_index_ = 0;
+  uint64_t first_index_ = 0;
 };

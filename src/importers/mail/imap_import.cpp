@@ -73,6 +73,26 @@ ImapMailboxLook LookAtImapMailbox(const SETDATA& options) {
   return look;
 }
 
+ImapMailboxList ListImapMailboxes(const SETDATA& options) {
+  ImapMailboxList list;
+  std::string why;
+  const std::optional<ImapServer> server = ImapServerOf(options, &why);
+  if (!server) {
+    list.error = error_code::kImapCannotConnect;
+    list.log_line = fmt::format("The IMAP source \"{}\" cannot be read: {}.", options.file_name, why);
+    return list;
+  }
+  ImapConnection connection(*server);
+  if (!connection.Open() || !connection.ListMailboxes(&list.names)) {
+    list.error = ImapErrorCode(connection.failure().kind);
+    list.log_line = ImapFailureLine(*server, connection.failure());
+    list.names.clear();
+    return list;
+  }
+  list.listed = true;
+  return list;
+}
+
 int CImapEmail::ServerFailed(const ImapServer& server, const ImapFailure& failure) {
   Log(ImapFailureLine(server, failure));
   Fail(ImapErrorCode(failure.kind));

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/setdata.h"
 #include "importers/mail/imap_connection.h"
@@ -51,6 +52,16 @@ struct ImapMailboxLook {
   std::string log_line;              // when not looked: why, in words
 };
 ImapMailboxLook LookAtImapMailbox(const SETDATA& options);
+
+// The mailboxes of the server of the queued IMAP options, for a profile
+// that selects them all: the names (UTF-8) of those that can be opened.
+struct ImapMailboxList {
+  bool listed = false;
+  std::vector<std::string> names;
+  uint32_t error = 0;    // when not listed: the error code
+  std::string log_line;  // when not listed: why, in words
+};
+ImapMailboxList ListImapMailboxes(const SETDATA& options);
 
 // The log line of a failure: the message of its code with the server's
 // name, then libcurl's or the server's words.

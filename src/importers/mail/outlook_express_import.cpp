@@ -152,7 +152,7 @@ COutlookExpress::FolderResult COutlookExpress::ImportFolder(const std::string& p
   // A profile that imports new messages names the first one it has not
   // taken; a store folder is read whole.
   if (!store_folder_ && Options().start_offset > 0) {
-    reader.TakeFrom(static_cast<uint32_t>(std::min<uint64_t>(Options().start_offset, UINT32_MAX)));
+    reader.TakeFrom(Options().start_offset);
   }
   uint64_t without_text = 0;
   DbxFolderReader::Message message;
