@@ -143,6 +143,11 @@ SETDATA ImapRecordOf(const EmailProfile& profile, const std::string& mailbox, ui
 
 }  // namespace
 
+std::optional<uint64_t> CImportSession::ImportedUpTo(uint32_t handle) {
+  const std::optional<ImportHandleRecord> record = handles_.Find(handle);
+  return record ? record->imported_up_to : std::nullopt;
+}
+
 uint32_t CImportSession::InitEmailImportUsingFileHandle(uint32_t database) {
   const uint32_t handle = handles_.Create(database, /*owns_database=*/false);
   std::vector<uint32_t> dropped;
@@ -494,9 +499,19 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
         checkpoints_moved = true;
       }
       const auto imap_now = imap_reached.find(queued->file_name);
-      if (code == 1 && !run.aborted && new_only && imap_now != imap_reached.end()) {
-        imap_checkpoints.Set(imap_now->second);
-        checkpoints_moved = true;
+      if (new_only && imap_now != imap_reached.end()) {
+        if (code == 1 && !run.aborted) {
+          imap_checkpoints.Set(imap_now->second);
+          checkpoints_moved = true;
+        } else if (const std::optional<uint64_t> upto = ImportedUpTo(handle);
+                   upto && *upto > queued->imap_after_uid && *upto <= imap_now->second.last_uid) {
+          // Cut short (a lost connection, an abort): what was taken stays
+          // taken, and the next run starts after it.
+          ImapCheckpoint partial = imap_now->second;
+          partial.last_uid = static_cast<uint32_t>(*upto);
+          imap_checkpoints.Set(std::move(partial));
+          checkpoints_moved = true;
+        }
       }
       if (run.aborted) break;
     }

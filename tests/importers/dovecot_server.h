@@ -303,6 +303,8 @@ class CuttingRelay {
   uint16_t port() const { return port_; }
   // How many connections were cut.
   int cuts() const { return cuts_.load(); }
+  // Connections from now on are cut after `bytes` from the server.
+  void CutAfter(size_t bytes) { cut_after_.store(bytes); }
   // How many proxy requests were answered.
   int proxied() const { return proxied_.load(); }
 
@@ -382,6 +384,7 @@ class CuttingRelay {
 
   // One connection at a time: the tests make them one after the other.
   void Forward(int client, int server) {
+    const size_t cut_after = cut_after_.load();
     size_t from_server = 0;
     char buffer[16384];
     while (!stop_.load()) {
@@ -395,10 +398,10 @@ class CuttingRelay {
         const ssize_t n = ::read(server, buffer, sizeof buffer);
         if (n <= 0) return;
         size_t pass = static_cast<size_t>(n);
-        if (from_server + pass > cut_after_) pass = cut_after_ - from_server;
+        if (from_server + pass > cut_after) pass = cut_after - from_server;
         if (pass > 0 && ::write(client, buffer, pass) != static_cast<ssize_t>(pass)) return;
         from_server += pass;
-        if (from_server >= cut_after_) {
+        if (from_server >= cut_after) {
           cuts_.fetch_add(1);
           return;
         }
@@ -407,7 +410,7 @@ class CuttingRelay {
   }
 
   uint16_t server_port_;
-  size_t cut_after_;
+  std::atomic<size_t> cut_after_;
   Proxy proxy_;
   std::atomic<int> proxied_{0};
   int listener_ = -1;

@@ -314,11 +314,12 @@ class ImapProfileTest : public ImapImportTest {
   }
 
   std::string ServerProfile(const std::string& name, const std::string& user,
-                            const std::string& selection_lines) const {
+                            const std::string& selection_lines, const std::string& password = "pw",
+                            uint16_t port = 0) const {
     return "TYPE=1405\nNAME=" + name + "\nNAME_KESTRO=" + database_ +
-           "\nIMAP_SERVER=imap://127.0.0.1:" + std::to_string(server_->imap_port()) +
-           "\nIMAP_USER=" + user + "\nIMAP_PASSWORD=pw\nIMAP_VERIFY_CERTIFICATE=No\nTYPE_MSG=0\n" +
-           selection_lines;
+           "\nIMAP_SERVER=imap://127.0.0.1:" + std::to_string(port ? port : server_->imap_port()) +
+           "\nIMAP_USER=" + user + "\nIMAP_PASSWORD=" + password +
+           "\nIMAP_VERIFY_CERTIFICATE=No\nTYPE_MSG=0\n" + selection_lines;
   }
 
   TempDir config_;
@@ -363,6 +364,25 @@ TEST_F(ImapProfileTest, AllMailboxesAreListedAndEachMessageImportedOnce) {
   std::tie(added, log) = RunProfile("Every");
   EXPECT_EQ(added, 1u) << log;
   EXPECT_EQ(StoredSubjects().size(), 5u) << "each message once";
+}
+
+TEST_F(ImapProfileTest, ARunCutShortIsResumedAfterTheMessagesItTook) {
+  CuttingRelay relay(server_->imap_port(), 64 * 1024);
+  ASSERT_EQ(KSIMP_SaveEmailProfile(
+                ServerProfile("Cut", "ann", "MAILBOX=INBOX\n", "secret", relay.port()).c_str(), 0),
+            0u);
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Cut"), 1u);
+  uint32_t first = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &first), 0u);
+  EXPECT_EQ(relay.cuts(), 1);
+  EXPECT_GT(first, 0u);
+  EXPECT_LT(first, static_cast<uint32_t>(kManyMessages));
+
+  relay.CutAfter(size_t{1} << 40);
+  const auto [rest, log] = RunProfile("Cut");
+  EXPECT_EQ(first + rest, static_cast<uint32_t>(kManyMessages)) << log;
+  EXPECT_EQ(StoredSubjects(), ExpectedSubjects(kManyMessages)) << "each message once";
 }
 
 }  // namespace

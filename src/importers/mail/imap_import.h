@@ -7,7 +7,10 @@
 // in batches with BODY.PEEK[]: nothing on the server changes, not even a
 // message's "read" flag.  A profile that imports what is new hands over the
 // UIDs already taken (SETDATA::imap_after_uid) and the last one the run is
-// to take, so that the profile's next run starts where this one ended.
+// to take, so that the profile's next run starts where this one ended; as
+// messages are taken the import tells its context the UID up to which all
+// were (ImportContext::SetImportedUpTo), so that a run cut short is resumed
+// after what it took.
 //
 // A server that cannot be reached, refuses the login, stops answering or
 // drops the connection ends the import with its error (14600-14607) and a
