@@ -11,7 +11,9 @@
 // reading again gives the same; the file cut short gives the same messages
 // as far as it goes, each read one with the same text, never reads a
 // message the whole file could not, and loses one the whole file reads only
-// to the cut.
+// to the cut.  The checkpoint a profile keeps of the file numbers it past
+// every message read; it stands on the same bytes with nothing new, and a
+// reading from its number on gives nothing.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,6 +21,7 @@
 #include <vector>
 
 #include "fuzz_input.h"
+#include "importers/mail/dbx_checkpoint.h"
 #include "importers/mail/dbx_folder_reader.h"
 
 namespace {
@@ -73,6 +76,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FUZZ_CHECK(again.messages.size() == whole.messages.size());
   for (size_t i = 0; i < whole.messages.size(); ++i) {
     FUZZ_CHECK(Same(again.messages[i], whole.messages[i]));
+  }
+
+  if (const std::optional<MailboxCheckpoint> checkpoint = DbxCheckpointOf(file)) {
+    for (const Message& message : whole.messages) {
+      FUZZ_CHECK(!message.index || *message.index < checkpoint->offset);
+    }
+    if (checkpoint->offset > 0) {
+      FUZZ_CHECK(DbxResumePointIn(file, *checkpoint).kind == ResumePoint::Kind::kNothingNew);
+      DbxFolderReader reader(file);
+      reader.TakeFrom(checkpoint->offset);
+      Message message;
+      while (reader.Next(&message)) FUZZ_CHECK(message.state == Message::State::kUnreadable);
+    }
   }
 
   if (size == 0) return 0;

@@ -1,7 +1,8 @@
 // Fuzzes what an IMAP server's bytes go through before a message is
 // imported: ImapResponseReader cutting them into responses and literals,
-// and the readers of mailbox state, completions, SEARCH results and FETCH
-// responses (importers/mail/imap_response.*).
+// and the readers of mailbox state, completions, SEARCH results, FETCH and
+// LIST responses (importers/mail/imap_response.*), and the mailbox names
+// in modified UTF-7 (importers/mail/imap_mailbox_name.*).
 //
 // Input: a byte seeding the piece sizes, then the server's bytes.
 //
@@ -11,7 +12,10 @@
 // input; a FETCH's body is one of its literals or a quoted text no longer
 // than the response, its UID and number never 0; SEARCH UIDs are never 0
 // and, sorted, write as a UID set that expands back to them; a mailbox name
-// quoted for a command reads back as itself and holds no line end.
+// quoted for a command reads back as itself and holds no line end; a LIST
+// gives a name no longer than the response; a name that decodes encodes
+// to what decodes the same, and any UTF-8 text encodes to printable ASCII
+// that decodes back to it.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +25,7 @@
 #include <vector>
 
 #include "fuzz_input.h"
+#include "importers/mail/imap_mailbox_name.h"
 #include "importers/mail/imap_response.h"
 
 namespace {
@@ -70,6 +75,21 @@ void CheckMailboxName(std::string_view name) {
   FUZZ_CHECK(unquoted == name);
 }
 
+void CheckModifiedUtf7(std::string_view text) {
+  if (const std::optional<std::string> decoded = DecodeImapMailboxName(text)) {
+    const std::optional<std::string> encoded = EncodeImapMailboxName(*decoded);
+    FUZZ_CHECK(encoded);
+    FUZZ_CHECK(DecodeImapMailboxName(*encoded) == decoded);
+    FUZZ_CHECK(ImapMailboxDisplayName(text) == *decoded);
+  } else {
+    FUZZ_CHECK(ImapMailboxDisplayName(text) == text);
+  }
+  if (const std::optional<std::string> encoded = EncodeImapMailboxName(text)) {
+    for (const char c : *encoded) FUZZ_CHECK(c >= 0x20 && c <= 0x7E);
+    FUZZ_CHECK(DecodeImapMailboxName(*encoded) == std::string(text));
+  }
+}
+
 void CheckParsers(ImapResponse response, std::string_view input) {
   size_t literal_bytes = 0;
   for (const std::string& literal : response.literals) {
@@ -92,7 +112,17 @@ void CheckParsers(ImapResponse response, std::string_view input) {
     }
   }
   CheckMailboxName(response.text);
+  CheckModifiedUtf7(response.text);
   const std::vector<std::string> literals = response.literals;
+  {
+    ImapResponse listed_response = response;
+    if (const std::optional<ImapListedMailbox> listed = ReadListedMailbox(listed_response)) {
+      FUZZ_CHECK(!listed->name.empty());
+      const bool literal =
+          std::find(literals.begin(), literals.end(), listed->name) != literals.end();
+      FUZZ_CHECK(literal || listed->name.size() <= response.text.size());
+    }
+  }
   if (const std::optional<ImapFetchedMessage> message = ReadFetchedMessage(response)) {
     FUZZ_CHECK(message->sequence != 0);
     FUZZ_CHECK(!message->uid || *message->uid != 0);

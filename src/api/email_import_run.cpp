@@ -18,6 +18,7 @@
 #include "api/session_import_context.h"
 #include "core/error_codes.h"
 #include "core/message_texts.h"
+#include "importers/mail/dbx_checkpoint.h"
 #include "importers/mail/email_profile_mailboxes.h"
 #include "importers/mail/email_profiles.h"
 #include "importers/mail/imap_checkpoints.h"
@@ -101,7 +102,7 @@ std::string ReadRunState(const fs::path& file, std::string* why) {
 }
 
 // The server mailboxes an IMAP profile names (MAILBOX and FOLDER entries
-// alike), INBOX when it names none.
+// alike, in UTF-8), INBOX when it names none.
 std::vector<std::string> ImapMailboxes(const EmailProfile& profile) {
   std::vector<std::string> mailboxes;
   for (const auto* entries : {&profile.mailboxes, &profile.folders}) {
@@ -141,6 +142,11 @@ SETDATA ImapRecordOf(const EmailProfile& profile, const std::string& mailbox, ui
 }
 
 }  // namespace
+
+std::optional<uint64_t> CImportSession::ImportedUpTo(uint32_t handle) {
+  const std::optional<ImportHandleRecord> record = handles_.Find(handle);
+  return record ? record->imported_up_to : std::nullopt;
+}
 
 uint32_t CImportSession::InitEmailImportUsingFileHandle(uint32_t database) {
   const uint32_t handle = handles_.Create(database, /*owns_database=*/false);
@@ -318,6 +324,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   // A Maildir is a folder of message files, read from a second on rather
   // than from an offset (maildir_checkpoint.h).
   const bool maildir = file_type == KSIMP_TYPE_MAILDIR;
+  // An Outlook Express folder file keeps its messages by number, read from
+  // the first one not taken (dbx_checkpoint.h).
+  const bool outlook_express = file_type == KSIMP_TYPE_OUTLOOK_EXPRESS;
   const fs::path state_file = profiles.StateFileOf(name);
   std::string why;
   MailboxCheckpoints checkpoints;
@@ -333,12 +342,23 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
   bool succeeded = true;
   std::map<std::string, MailboxCheckpoint> reached;  // where each queued mailbox ends now
   std::map<std::string, ImapCheckpoint> imap_reached;  // likewise, each server mailbox
+  std::vector<std::string> server_mailboxes;
   if (imap && profile.all) {
-    AddLogText(handle, fmt::format("Email profile {}.  ALL=Yes reads the mailbox INBOX of an IMAP "
-                                   "server; other mailboxes are named with MAILBOX lines.\r\n",
-                                   name));
+    // Every mailbox the server lists, as it lists them now.
+    const ImapMailboxList list = ListImapMailboxes(ImapRecordOf(profile, "INBOX", handle));
+    if (list.listed) {
+      server_mailboxes = list.names;
+    } else {
+      RecordError(handle, list.error);
+      AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileCannotOpenMailbox, name,
+                                                  profile.imap_server)));
+      AddLogText(handle, AsLogLine(list.log_line));
+      succeeded = false;
+    }
+  } else if (imap) {
+    server_mailboxes = ImapMailboxes(profile);
   }
-  for (const std::string& mailbox : imap ? ImapMailboxes(profile) : std::vector<std::string>()) {
+  for (const std::string& mailbox : server_mailboxes) {
     SETDATA record = ImapRecordOf(profile, mailbox, handle);
     record.import_location = profile.option_location;
     record.full_header = profile.option_header;
@@ -425,9 +445,10 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
     record.import_attachments = profile.option_import_attach;
     record.imap_mailbox = folder;
     if (new_only) {
-      const ResumePoint resume = outlook   ? ResumePoint{}
-                                 : maildir ? MaildirResumePoint(checkpoints, file)
-                                           : checkpoints.ResumeAt(file, eudora);
+      const ResumePoint resume = outlook           ? ResumePoint{}
+                                 : maildir         ? MaildirResumePoint(checkpoints, file)
+                                 : outlook_express ? DbxResumePoint(checkpoints, file)
+                                                   : checkpoints.ResumeAt(file, eudora);
       if (resume.kind == ResumePoint::Kind::kNothingNew) continue;
       if (resume.kind == ResumePoint::Kind::kFromOffset) {
         record.start_offset = resume.offset;
@@ -439,8 +460,8 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       record.message_date_to = profile.date_end ? FormatProfileDate(*profile.date_end) : "";
     }
     const auto take_checkpoint = [&] {
-      return maildir ? TakeMaildirCheckpoint(file, static_cast<uint64_t>(std::time(nullptr)))
-                     : MailboxCheckpoints::Take(file);
+      if (maildir) return TakeMaildirCheckpoint(file, static_cast<uint64_t>(std::time(nullptr)));
+      return outlook_express ? TakeDbxCheckpoint(file) : MailboxCheckpoints::Take(file);
     };
     if ((maildir ? MaildirTree::MessageBytes(file) : static_cast<uint64_t>(info.st_size)) == 0) {
       AddLogText(handle, AsLogLine(ProfileMessage(error_code::kProfileMailboxEmpty, name, file)));
@@ -452,7 +473,9 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
       }
       continue;
     }
-    if (auto now = outlook ? std::nullopt : take_checkpoint()) reached[file] = std::move(*now);
+    if (auto now = outlook || !new_only ? std::nullopt : take_checkpoint()) {
+      reached[file] = std::move(*now);
+    }
     std::string warning;
     file_type_offers::ApplyFileTypeOptions(record, &warning);
     if (!warning.empty()) AddLogText(handle, warning + "\r\n");
@@ -476,9 +499,19 @@ CImportSession::EmailProfileRun CImportSession::RunEmailProfile(const EmailImpor
         checkpoints_moved = true;
       }
       const auto imap_now = imap_reached.find(queued->file_name);
-      if (code == 1 && !run.aborted && new_only && imap_now != imap_reached.end()) {
-        imap_checkpoints.Set(imap_now->second);
-        checkpoints_moved = true;
+      if (new_only && imap_now != imap_reached.end()) {
+        if (code == 1 && !run.aborted) {
+          imap_checkpoints.Set(imap_now->second);
+          checkpoints_moved = true;
+        } else if (const std::optional<uint64_t> upto = ImportedUpTo(handle);
+                   upto && *upto > queued->imap_after_uid && *upto <= imap_now->second.last_uid) {
+          // Cut short (a lost connection, an abort): what was taken stays
+          // taken, and the next run starts after it.
+          ImapCheckpoint partial = imap_now->second;
+          partial.last_uid = static_cast<uint32_t>(*upto);
+          imap_checkpoints.Set(std::move(partial));
+          checkpoints_moved = true;
+        }
       }
       if (run.aborted) break;
     }

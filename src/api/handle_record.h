@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -49,4 +50,8 @@ struct ImportHandleRecord {
   // The credentials of the protected sources queued from now on
   // (SETDATA::source_credentials).
   std::string source_credentials;
+  // How far the file being imported was taken, as its importer said
+  // (ImportContext::SetImportedUpTo); none until it says, and none when
+  // what it took could not be committed.
+  std::optional<uint64_t> imported_up_to;
 };

@@ -140,6 +140,7 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
                                ConfiguredCodePages());
 
   BeginFileOutcome(handle, file_name, queued.file_type);
+  handles_.Update(handle, [](ImportHandleRecord& r) { r.imported_up_to.reset(); });
   CreatedImporter created = importer_factory_(options.file_type);
   bool imported_whole = false;
   switch (created.outcome) {
@@ -160,7 +161,13 @@ bool CImportSession::ImportOneFile(uint32_t handle, uint32_t database, const SET
       importer.SetFirstFile(first_file);
       *result_code = static_cast<uint32_t>(importer.Run());
       if (carry != nullptr) *carry = importer.GetCarry();
-      CommitAddedDocuments(handle, database, file_name, result_code);
+      uint32_t committed = 1;
+      CommitAddedDocuments(handle, database, file_name, &committed);
+      if (committed == 0) {
+        *result_code = 0;
+        // What the importer took is not all in the database.
+        handles_.Update(handle, [](ImportHandleRecord& r) { r.imported_up_to.reset(); });
+      }
       // The documents counted as they were saved are not all in the database
       // when the engine lost a batch (a full disk): count what is there.
       if (*result_code == 0) RecountDocumentsAdded(handle, database);

@@ -145,6 +145,9 @@ class CImportSession {
   bool ImportOneFile(uint32_t handle, uint32_t database, const SETDATA& queued,
                      const std::string& file_name, bool first_file, int64_t* carry,
                      uint32_t* result_code);
+  // How far the file last imported under `handle` was taken, as its
+  // importer said (ImportContext::SetImportedUpTo).
+  std::optional<uint64_t> ImportedUpTo(uint32_t handle);
   // Commits what the importer of `file_name` (empty when not known) added;
   // a failure is recorded, logged with its cause, and sets *result_code to 0.
   void CommitAddedDocuments(uint32_t handle, uint32_t database, const std::string& file_name,

@@ -45,6 +45,9 @@ class SessionImportContext final : public ImportContext {
   void AddDocumentsAdded(uint32_t count) override {
     session_.handles().AddDocumentsAdded(handle_, count);
   }
+  void SetImportedUpTo(uint64_t mark) override {
+    session_.handles().Update(handle_, [mark](ImportHandleRecord& r) { r.imported_up_to = mark; });
+  }
   uint64_t LastDocument() override;
   void SetLastDocument(uint64_t document) override;
   void RecordDocumentSaved(uint64_t document, uint64_t bytes) override;

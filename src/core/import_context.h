@@ -72,6 +72,13 @@ class ImportContext {
   // once per imported row).
   virtual void RecordDocumentSaved(uint64_t document, uint64_t bytes) = 0;
 
+  // How far a source that numbers its messages was imported: for an IMAP
+  // mailbox, the UID up to which every message of the import was taken
+  // (its document saved, or left out by the date ranges).  A profile's run
+  // keeps it when the import ends early, so that its next run starts after
+  // it rather than at the start again.
+  virtual void SetImportedUpTo(uint64_t /*mark*/) {}
+
   // Mail: imports `content`, an attachment named `file_name` of the
   // document saved last, into the end of that document's text through the
   // importer of its type.  False, with a log line saying why, when its type

@@ -146,7 +146,9 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
       run.log.find("\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"),
       std::string::npos)
       << run.log;
-  EXPECT_NE(run.log.find("Email profile Server.  Outlook Express profiles cannot be run"), std::string::npos);
+  EXPECT_NE(run.log.find("Email profile Server.  Cannot open Kestro file /x.kst."),
+            std::string::npos)
+      << run.log;
   EXPECT_NE(run.log.find("Email profile Fine.  1 document(s) added"), std::string::npos);
 }
 

@@ -24,10 +24,13 @@ contains duplicate-said "$work/err" 'A Profile named "Work" already exists'
 check bad-name 2 "$ksimp" profile create 'a/b' --mail-program mbox --mailbox x --database "$db"
 contains bad-name-said "$work/err" "The profile name contains one or more invalid characters"
 check no-mailbox 2 "$ksimp" profile create X --mail-program mbox --database "$db"
+check create-oe 0 "$ksimp" profile create Express --mail-program outlook-express --all \
+  --mailroot "$work/mail" --database "$db" --select new
+contains create-oe-type "$KESTRO_CONFIG_DIR/profiles/Express.emw" "TYPE=1401"
 check bad-program 2 "$ksimp" profile create X --mail-program thunderbird --mailbox x --database "$db"
 
 check list 0 "$ksimp" profile list
-if [ "$(cat "$work/out")" = "$(printf 'Work\tAll New Messages\nEverything\tMessages from Jan 01, 2024 thru Jan 31, 2024')" ]; then
+if [ "$(cat "$work/out")" = "$(printf 'Work\tAll New Messages\nEverything\tMessages from Jan 01, 2024 thru Jan 31, 2024\nExpress\tAll New Messages')" ]; then
   passes=$((passes + 1)); else echo "FAIL list-order"; sed 's/^/  | /' "$work/out"; failures=$((failures + 1)); fi
 check show 0 "$ksimp" profile show Work
 contains show-type "$work/out" "TYPE=1404"

@@ -73,9 +73,9 @@ std::string LogText(uint32_t handle) {
 
 // The mail programs a profile may read, by the name --mail-program takes,
 // with their KSIMP_MAIL_ codes; what --mailbox and --mailroot name differs:
-// mailbox files for most, Maildir folders for "maildir".  Outlook (.pst),
-// Outlook Express (.dbx) and IMAP join this table, with the options they
-// need (an IMAP server and its user), when their sources are built.
+// mailbox files for most, Maildir folders for "maildir", folder files
+// (.dbx) and the store folder for "outlook-express", a .pst file and its
+// folders for "outlook", the server's mailboxes for "imap".
 struct MailProgram {
   const char* name;
   int32_t code;
@@ -84,7 +84,7 @@ constexpr MailProgram kMailPrograms[] = {
     {"eudora", KSIMP_MAIL_EUDORA},     {"mbox", KSIMP_MAIL_POCOMAIL},
     {"netscape", KSIMP_MAIL_NETSCAPE}, {"pocomail", KSIMP_MAIL_POCOMAIL},
     {"maildir", KSIMP_MAIL_MAILDIR},   {"outlook", KSIMP_MAIL_OUTLOOK},
-    {"imap", KSIMP_MAIL_IMAP},
+    {"imap", KSIMP_MAIL_IMAP},         {"outlook-express", KSIMP_MAIL_OUTLOOK_EXPRESS},
 };
 
 std::vector<std::string> MailProgramNames() {
@@ -145,8 +145,8 @@ struct CreateCommand {
       if (all == !folders.empty()) throw HostError("give --folder NAME... or --all", 2);
     } else if (imap) {
       if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
-      if (all || !mail_root.empty()) {
-        throw HostError("an IMAP profile names its server's mailboxes with --mailbox", 2);
+      if (!mail_root.empty() || (all && !mailboxes.empty())) {
+        throw HostError("an IMAP profile names its server's mailboxes with --mailbox, or --all", 2);
       }
     } else {
       if (!folders.empty()) throw HostError("--folder is for Outlook profiles", 2);
@@ -263,7 +263,8 @@ void AddProfileCommand(CLI::App& parent) {
       ->check(CLI::IsMember(MailProgramNames()));
   create_cmd->add_option("--mailbox", create->mailboxes,
                          "A mailbox file to import (repeatable); for maildir, a Maildir folder; "
-                         "for imap, a mailbox of the server (without one, INBOX)");
+                         "for outlook-express, a folder file (.dbx); for imap, a mailbox of the "
+                         "server (without one, INBOX)");
   create_cmd->add_option("--folder", create->folders,
                          "Outlook: a folder of the --mailroot file, by its path below the top of "
                          "the personal folders, \"Inbox/Projects\" (repeatable)");
@@ -277,7 +278,8 @@ void AddProfileCommand(CLI::App& parent) {
                        "IMAP: accept any certificate of the server (one of its own making)");
   create_cmd->add_flag("--all", create->all,
                        "Every mailbox under --mailroot (Outlook: every folder; maildir: the "
-                       "Maildir --mailroot)");
+                       "Maildir --mailroot; outlook-express: every folder file of the store "
+                       "folder --mailroot; imap: every mailbox of the server)");
   create_cmd->add_option("--mailroot", create->mail_root,
                          "The mail program's mail folder; for Outlook, the .pst or .ost file");
   create_cmd->add_option("--database", create->database, "The database to import into")->required();

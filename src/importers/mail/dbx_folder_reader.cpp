@@ -20,25 +20,30 @@ const std::optional<DbxProblem>& DbxFolderReader::index_problem() const {
 
 bool DbxFolderReader::Next(Message* message) {
   if (!index_) return false;
-  const std::optional<uint32_t> record_offset = index_->Next();
-  if (!record_offset) return false;
-  ++listed_;
-  message->record_offset = *record_offset;
-  message->raw_text.clear();
-  message->subject.clear();
-  DbxMessageRecord record;
-  if (!ReadDbxMessageRecord(file_, *record_offset, &record, &message->problem)) {
-    message->state = Message::State::kUnreadable;
+  while (true) {
+    const std::optional<uint32_t> record_offset = index_->Next();
+    if (!record_offset) return false;
+    ++listed_;
+    message->record_offset = *record_offset;
+    message->raw_text.clear();
+    message->subject.clear();
+    message->index.reset();
+    DbxMessageRecord record;
+    if (!ReadDbxMessageRecord(file_, *record_offset, &record, &message->problem)) {
+      message->state = Message::State::kUnreadable;
+      return true;
+    }
+    if (first_index_ > 0 && (!record.index || uint64_t{*record.index} < first_index_)) continue;
+    message->subject.assign(record.subject);
+    message->index = record.index;
+    if (!record.text_offset) {
+      message->state = Message::State::kNoText;
+      return true;
+    }
+    message->state =
+        ReadDbxMessageText(file_, *record.text_offset, &message->raw_text, &message->problem)
+            ? Message::State::kRead
+            : Message::State::kUnreadable;
     return true;
   }
-  message->subject.assign(record.subject);
-  if (!record.text_offset) {
-    message->state = Message::State::kNoText;
-    return true;
-  }
-  message->state =
-      ReadDbxMessageText(file_, *record.text_offset, &message->raw_text, &message->problem)
-          ? Message::State::kRead
-          : Message::State::kUnreadable;
-  return true;
 }

@@ -34,6 +34,7 @@ class DbxFolderReader {
     State state = State::kRead;
     std::string raw_text;
     std::string subject;  // as the folder's list shows it (may be empty)
+    std::optional<uint32_t> index;  // its number in the folder, when its record gives one
     DbxProblem problem;
     uint32_t record_offset = 0;
   };
@@ -50,6 +51,11 @@ class DbxFolderReader {
   // or when the file is no folder of messages.
   bool Next(Message* message);
 
+  // From now on Next() passes over, without reading them, the messages
+  // numbered below `first_index` and those whose record gives no number:
+  // they were imported before.  They still count as listed.
+  void TakeFrom(uint64_t first_index) { first_index_ = first_index; }
+
   // Why the index could not be read to its end, if so.
   const std::optional<DbxProblem>& index_problem() const;
 
@@ -62,4 +68,5 @@ class DbxFolderReader {
   std::optional<DbxIndexTree> index_;
   std::optional<DbxProblem> header_problem_;
   uint64_t listed_ = 0;
+  uint64_t first_index_ = 0;
 };

@@ -10,6 +10,7 @@ constexpr uint64_t kFieldCountAt = 0x0A;
 constexpr uint64_t kEntrySize = 4;
 
 // The fields this import reads.
+constexpr uint8_t kIndexField = 0x00;
 constexpr uint8_t kTextOffsetField = 0x04;
 constexpr uint8_t kSubjectField = 0x08;
 
@@ -98,6 +99,9 @@ bool ReadDbxMessageRecord(const DbxBytes& file, uint32_t offset, DbxMessageRecor
   const RecordFields fields(file, offset + kHeaderSize, body_length, count);
   *record = DbxMessageRecord{};
   record->offset = offset;
+  if (const std::optional<uint32_t> index = fields.Entry(kIndexField)) {
+    record->index = fields.Number(*index);
+  }
   if (const std::optional<uint32_t> subject = fields.Entry(kSubjectField)) {
     record->subject = fields.Text(*subject);
   }

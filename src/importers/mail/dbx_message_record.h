@@ -20,6 +20,8 @@
 
 struct DbxMessageRecord {
   uint32_t offset = 0;                  // the record's own file offset
+  std::optional<uint32_t> index;        // the message's number in its folder: the
+                                        // program numbers messages as they arrive
   std::optional<uint32_t> text_offset;  // the first block of the message's text;
                                         // none for a message whose text was never kept
   std::string_view subject;             // as the folder lists it; may be empty

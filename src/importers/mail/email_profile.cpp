@@ -17,8 +17,10 @@ int32_t MailboxFileType(int32_t application) {
       return KSIMP_TYPE_MBX;
     case kMaildir:
       return KSIMP_TYPE_MAILDIR;
-    // Outlook (.pst), Outlook Express (.dbx) and IMAP profiles get their
-    // file types here once their sources are built.
+    case kOutlookExpress:
+      return KSIMP_TYPE_OUTLOOK_EXPRESS;
+    // IMAP profiles read a server, not a file (their mailboxes are queued
+    // by name).
     default:
       return 0;
   }

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "importers/mail/dbx_store_folder.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -80,6 +82,19 @@ std::vector<std::string> SelectedMailboxFiles(const EmailProfile& profile) {
     // A Maildir is a mailbox itself, whose importer walks its sub-folders.
     if (profile.type == mail_application::kMaildir) {
       files.push_back(folder);
+      return;
+    }
+    // An Outlook Express store folder: its folder files of messages, not
+    // the list of folders and the program's other files beside them.
+    if (profile.type == mail_application::kOutlookExpress) {
+      std::error_code error;
+      if (!fs::is_directory(folder, error)) {
+        files.push_back(folder);
+        return;
+      }
+      for (std::string& file : DbxFilesIn(folder)) {
+        if (DbxKindOfFile(file) == DbxFileKind::kMessageFolder) files.push_back(std::move(file));
+      }
       return;
     }
     if (!MailboxesIn(folder, eudora, &files)) files.push_back(folder);

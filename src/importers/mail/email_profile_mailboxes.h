@@ -1,8 +1,10 @@
 // The mailbox files an e-mail profile selects: each MAILBOX entry, the
 // mailboxes found in each FOLDER entry, or with ALL every mailbox of the mail
 // store (MAILROOT).  For a Maildir profile every entry, and MAILROOT with
-// ALL, is a Maildir folder, listed as it is.  Entries that are not absolute
-// paths lie under MAILROOT.
+// ALL, is a Maildir folder, listed as it is.  For Outlook Express a MAILBOX
+// entry is a folder file (.dbx), and a FOLDER entry, or MAILROOT with ALL,
+// a store folder whose folder files of messages are taken, by name.
+// Entries that are not absolute paths lie under MAILROOT.
 #pragma once
 
 #include <string>

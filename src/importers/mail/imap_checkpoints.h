@@ -3,7 +3,9 @@
 // a mailbox with UIDs that only grow, as long as the mailbox's UIDVALIDITY
 // stays the same; the next run fetches the UIDs above the last one taken.
 // When the UIDVALIDITY changed (the mailbox was rebuilt or replaced), the
-// UIDs kept mean nothing and the mailbox is read from its start again.
+// UIDs kept mean nothing and the mailbox is read from its start again.  A
+// run cut short (a lost connection, an abort) keeps the UID up to which it
+// took every message, so the next run neither misses nor repeats one.
 //
 // Kept in the profile's run state beside its file, one line per mailbox:
 // "imap", the UIDVALIDITY, the last UID, each followed by a blank, then the

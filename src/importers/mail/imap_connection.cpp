@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "core/error_codes.h"
+#include "importers/mail/imap_mailbox_name.h"
 
 namespace {
 
@@ -242,8 +243,25 @@ bool ImapConnection::Complete(const std::string& tag, ImapFailure::Kind refused,
   }
 }
 
+bool ImapConnection::ListMailboxes(std::vector<std::string>* names) {
+  names->clear();
+  std::string tag;
+  if (!Send("LIST \"\" \"*\"", &tag)) return false;
+  return Complete(tag, ImapFailure::Kind::kProtocol, [names](ImapResponse& response) {
+    const std::optional<ImapListedMailbox> listed = ReadListedMailbox(response);
+    if (!listed || !listed->selectable) return true;
+    std::string name = ImapMailboxDisplayName(listed->name);
+    if (std::find(names->begin(), names->end(), name) == names->end()) {
+      names->push_back(std::move(name));
+    }
+    return true;
+  });
+}
+
 bool ImapConnection::Examine(ImapMailboxState* state) {
-  const std::optional<std::string> mailbox = MailboxArgument(server_.mailbox);
+  const std::optional<std::string> encoded = EncodeImapMailboxName(server_.mailbox);
+  if (!encoded) return Fail(ImapFailure::Kind::kMailbox, "the mailbox name is not UTF-8");
+  const std::optional<std::string> mailbox = MailboxArgument(*encoded);
   if (!mailbox) return Fail(ImapFailure::Kind::kMailbox, "the mailbox name holds a line end");
   std::string tag;
   if (!Send("EXAMINE " + *mailbox, &tag)) return false;

@@ -48,6 +48,10 @@ class ImapConnection {
 
   // Connects and logs in.
   bool Open();
+  // The names (UTF-8) of the server's mailboxes that can be opened, in the
+  // server's order, each once.  A name the server writes in no modified
+  // UTF-7 is kept as it stands.
+  bool ListMailboxes(std::vector<std::string>* names);
   // Opens the server's mailbox read-only and reads its state.
   bool Examine(ImapMailboxState* state);
   // The UIDs from `first` to `last` of the open mailbox, ascending; those

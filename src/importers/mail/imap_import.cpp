@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 #include <fmt/printf.h>
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 #include "core/error_codes.h"
 #include "core/message_texts.h"
@@ -20,6 +22,30 @@ std::optional<uint32_t> LastUid(ImapConnection& connection, const ImapMailboxSta
   if (!connection.SearchUids(1, kLastPossibleUid, &uids)) return std::nullopt;
   return uids.empty() ? 0 : uids.back();
 }
+
+// Which of the UIDs an import fetches were taken, in whatever order the
+// server sends them: the UID up to which every one was, which is where a
+// later import may start.
+class ImportedUids {
+ public:
+  explicit ImportedUids(const std::vector<uint32_t>& uids) : uids_(uids), taken_(uids.size()) {}
+
+  // Notes `uid` taken; the new UID up to which all are, when it moved.
+  std::optional<uint32_t> Take(uint32_t uid) {
+    const auto it = std::lower_bound(uids_.begin(), uids_.end(), uid);
+    if (it == uids_.end() || *it != uid) return std::nullopt;
+    taken_[static_cast<size_t>(it - uids_.begin())] = true;
+    const size_t before = next_;
+    while (next_ < uids_.size() && taken_[next_]) ++next_;
+    if (next_ == before) return std::nullopt;
+    return uids_[next_ - 1];
+  }
+
+ private:
+  const std::vector<uint32_t>& uids_;  // ascending
+  std::vector<bool> taken_;
+  size_t next_ = 0;  // every UID before this one was taken
+};
 
 }  // namespace
 
@@ -73,6 +99,26 @@ ImapMailboxLook LookAtImapMailbox(const SETDATA& options) {
   return look;
 }
 
+ImapMailboxList ListImapMailboxes(const SETDATA& options) {
+  ImapMailboxList list;
+  std::string why;
+  const std::optional<ImapServer> server = ImapServerOf(options, &why);
+  if (!server) {
+    list.error = error_code::kImapCannotConnect;
+    list.log_line = fmt::format("The IMAP source \"{}\" cannot be read: {}.", options.file_name, why);
+    return list;
+  }
+  ImapConnection connection(*server);
+  if (!connection.Open() || !connection.ListMailboxes(&list.names)) {
+    list.error = ImapErrorCode(connection.failure().kind);
+    list.log_line = ImapFailureLine(*server, connection.failure());
+    list.names.clear();
+    return list;
+  }
+  list.listed = true;
+  return list;
+}
+
 int CImapEmail::ServerFailed(const ImapServer& server, const ImapFailure& failure) {
   Log(ImapFailureLine(server, failure));
   Fail(ImapErrorCode(failure.kind));
@@ -114,12 +160,16 @@ int CImapEmail::ImportSource() {
   BeginMessages(std::nullopt);
   uint64_t taken = 0;
   bool stopped = false;
-  const bool fetched = connection.Fetch(uids, [&](uint32_t, std::string&& body) {
+  ImportedUids imported(uids);
+  const bool fetched = connection.Fetch(uids, [&](uint32_t uid, std::string&& body) {
     if (Aborted()) return false;
     RawMessage message{std::move(body), std::string(), server->mailbox};
     if (ImportMessage(std::move(message), ++taken) == Outcome::kStopped) {
       stopped = true;
       return false;
+    }
+    if (const std::optional<uint32_t> reached = imported.Take(uid)) {
+      Context().SetImportedUpTo(*reached);
     }
     return true;
   });
@@ -129,6 +179,7 @@ int CImapEmail::ImportSource() {
     return ServerFailed(*server, connection.failure());
   }
   EndMessages();
+  if (!uids.empty()) Context().SetImportedUpTo(uids.back());
   if (uids.empty()) {
     Log(fmt::format("The mailbox {} on {} holds no message to import.", server->mailbox,
                     server->Name()));

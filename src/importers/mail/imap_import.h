@@ -7,7 +7,10 @@
 // in batches with BODY.PEEK[]: nothing on the server changes, not even a
 // message's "read" flag.  A profile that imports what is new hands over the
 // UIDs already taken (SETDATA::imap_after_uid) and the last one the run is
-// to take, so that the profile's next run starts where this one ended.
+// to take, so that the profile's next run starts where this one ended; as
+// messages are taken the import tells its context the UID up to which all
+// were (ImportContext::SetImportedUpTo), so that a run cut short is resumed
+// after what it took.
 //
 // A server that cannot be reached, refuses the login, stops answering or
 // drops the connection ends the import with its error (14600-14607) and a
@@ -17,6 +20,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/setdata.h"
 #include "importers/mail/imap_connection.h"
@@ -51,6 +55,16 @@ struct ImapMailboxLook {
   std::string log_line;              // when not looked: why, in words
 };
 ImapMailboxLook LookAtImapMailbox(const SETDATA& options);
+
+// The mailboxes of the server of the queued IMAP options, for a profile
+// that selects them all: the names (UTF-8) of those that can be opened.
+struct ImapMailboxList {
+  bool listed = false;
+  std::vector<std::string> names;
+  uint32_t error = 0;    // when not listed: the error code
+  std::string log_line;  // when not listed: why, in words
+};
+ImapMailboxList ListImapMailboxes(const SETDATA& options);
 
 // The log line of a failure: the message of its code with the server's
 // name, then libcurl's or the server's words.

@@ -320,6 +320,37 @@ std::optional<ImapFetchedMessage> ReadFetchedMessage(ImapResponse& response) {
   return message;
 }
 
+std::optional<ImapListedMailbox> ReadListedMailbox(ImapResponse& response) {
+  if (response.tag != "*") return std::nullopt;
+  std::string_view rest(response.text);
+  if (!SameIgnoringCase(TakeWord(&rest), "LIST")) return std::nullopt;
+
+  using Kind = FetchListScanner::Kind;
+  FetchListScanner scanner(rest, &response.literals);
+  if (scanner.Next().kind != Kind::kOpen) return std::nullopt;
+  ImapListedMailbox mailbox;
+  while (true) {
+    const FetchListScanner::Token flag = scanner.Next();
+    if (flag.kind == Kind::kClose) break;
+    if (flag.kind != Kind::kAtom) return std::nullopt;
+    if (SameIgnoringCase(flag.atom, "\\Noselect") || SameIgnoringCase(flag.atom, "\\NonExistent")) {
+      mailbox.selectable = false;
+    }
+  }
+  const FetchListScanner::Token delimiter = scanner.Next();
+  if (delimiter.kind != Kind::kString && delimiter.kind != Kind::kNil) return std::nullopt;
+  const FetchListScanner::Token name = scanner.Next();
+  if (name.kind == Kind::kAtom) {
+    mailbox.name = std::string(name.atom);
+  } else if (name.kind == Kind::kString) {
+    mailbox.name = std::move(*name.string);
+  } else {
+    return std::nullopt;
+  }
+  if (mailbox.name.empty() || scanner.Next().kind != Kind::kEnd) return std::nullopt;
+  return mailbox;
+}
+
 std::string UidSetText(const std::vector<uint32_t>& uids) {
   std::string text;
   for (size_t i = 0; i < uids.size();) {

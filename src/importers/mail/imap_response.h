@@ -2,7 +2,8 @@
 // the connection into responses (a line, with the literals it announces
 // taken in whole), and the functions below read the few responses the
 // import uses: the state of a mailbox (EXISTS, UIDVALIDITY, UIDNEXT), the
-// UIDs a UID SEARCH found, and a message a UID FETCH returned.
+// UIDs a UID SEARCH found, a message a UID FETCH returned, and the
+// mailboxes a LIST names.
 //
 // Everything here is untrusted: a server may send anything, in any pieces.
 // The reader never holds more than one response plus what was fed beyond
@@ -100,6 +101,17 @@ struct ImapFetchedMessage {
 // Nothing for another response or a FETCH whose list cannot be read.  The
 // body is moved out of the response's literals.
 std::optional<ImapFetchedMessage> ReadFetchedMessage(ImapResponse& response);
+
+// One mailbox of a "* LIST" response: its name as the server writes it
+// (modified UTF-7, imap_mailbox_name.h) and whether it can be opened (not
+// marked \Noselect or \NonExistent).
+struct ImapListedMailbox {
+  std::string name;
+  bool selectable = true;
+};
+// Nothing for another response or a LIST that cannot be read.  A name sent
+// as a literal is moved out of the response's literals.
+std::optional<ImapListedMailbox> ReadListedMailbox(ImapResponse& response);
 
 // Writes a UID set ("4:7,9,12:13") of `uids`, which must be ascending.
 std::string UidSetText(const std::vector<uint32_t>& uids);

@@ -1,9 +1,12 @@
 #include "importers/mail/mailbox_bytes.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -24,6 +27,25 @@ std::unique_ptr<MappedMailbox> MappedMailbox::Map(int fd, uint64_t size) {
   if (address == MAP_FAILED) return nullptr;
   madvise(address, length, MADV_SEQUENTIAL);
   return std::unique_ptr<MappedMailbox>(new MappedMailbox(address, length));
+}
+
+std::unique_ptr<MappedMailbox> MappedMailbox::MapFile(const std::string& path, int* error) {
+  *error = 0;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    *error = errno;
+    return nullptr;
+  }
+  std::unique_ptr<MappedMailbox> mapped;
+  struct stat status {};
+  if (::fstat(fd, &status) != 0) {
+    *error = errno;
+  } else if (S_ISREG(status.st_mode) && status.st_size > 0) {
+    mapped = Map(fd, static_cast<uint64_t>(status.st_size));
+    if (!mapped) *error = ENOMEM;
+  }
+  ::close(fd);
+  return mapped;
 }
 
 MappedMailbox::MappedMailbox(void* address, size_t size) : address_(address), size_(size) {

@@ -64,6 +64,10 @@ class MappedMailbox final : public MailboxBytes {
   // (an empty file, or one the system will not map).  The descriptor may be
   // closed afterwards.
   static std::unique_ptr<MappedMailbox> Map(int fd, uint64_t size);
+  // Opens and maps the file at `path`; none for an empty file or one that
+  // is no regular file, and none with *error set (an errno value) when it
+  // could not be opened or mapped.
+  static std::unique_ptr<MappedMailbox> MapFile(const std::string& path, int* error);
   ~MappedMailbox() override;
   MappedMailbox(const MappedMailbox&) = delete;
   MappedMailbox& operator=(const MappedMailbox&) = delete;

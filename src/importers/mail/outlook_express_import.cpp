@@ -1,57 +1,22 @@
 #include "importers/mail/outlook_express_import.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <system_error>
 #include <vector>
 
 #include "core/error_codes.h"
 #include "importers/mail/dbx_folder_reader.h"
+#include "importers/mail/dbx_store_folder.h"
 #include "importers/mail/mailbox_bytes.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-// Enough of the header to tell the kinds of file apart.
-constexpr size_t kKindBytes = 8;
-
-DbxFileKind KindOfFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  char first[kKindBytes] = {};
-  in.read(first, sizeof first);
-  return ReadDbxFileHeader(std::string_view(first, static_cast<size_t>(in.gcount()))).kind;
-}
-
-bool HasDbxExtension(const fs::path& path) {
-  std::string extension = path.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return extension == ".dbx";
-}
-
-// The ".dbx" files of a store folder (not of its subfolders), by name.
-std::vector<std::string> FolderFilesIn(const std::string& folder) {
-  std::vector<std::string> files;
-  std::error_code error;
-  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-    std::error_code type_error;
-    if (it->is_regular_file(type_error) && HasDbxExtension(it->path())) {
-      files.push_back(it->path().string());
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 // The MailBox field's value: the file name without folders and extension.
 std::string FolderName(const std::string& path) {
@@ -76,36 +41,15 @@ std::string WhyNoMessages(const std::string& path, DbxFileKind kind) {
   }
 }
 
-// The file mapped read-only; none for an empty file or one that is no
-// regular file (*error says why when it could not be opened).
-std::unique_ptr<MappedMailbox> MapFile(const std::string& path, int* error) {
-  *error = 0;
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    *error = errno;
-    return nullptr;
-  }
-  std::unique_ptr<MappedMailbox> mapped;
-  struct stat status {};
-  if (::fstat(fd, &status) != 0) {
-    *error = errno;
-  } else if (S_ISREG(status.st_mode) && status.st_size > 0) {
-    mapped = MappedMailbox::Map(fd, static_cast<uint64_t>(status.st_size));
-    if (!mapped) *error = ENOMEM;
-  }
-  ::close(fd);
-  return mapped;
-}
-
 }  // namespace
 
 int COutlookExpress::CheckFile(const std::string& file_name) {
   std::error_code error;
   if (!fs::is_directory(file_name, error)) {
-    return KindOfFile(file_name) == DbxFileKind::kMessageFolder ? 1 : 0;
+    return DbxKindOfFile(file_name) == DbxFileKind::kMessageFolder ? 1 : 0;
   }
-  for (const std::string& file : FolderFilesIn(file_name)) {
-    if (KindOfFile(file) == DbxFileKind::kMessageFolder) return 1;
+  for (const std::string& file : DbxFilesIn(file_name)) {
+    if (DbxKindOfFile(file) == DbxFileKind::kMessageFolder) return 1;
   }
   return 0;
 }
@@ -150,7 +94,7 @@ int COutlookExpress::ImportStoreFolder(const std::string& folder) {
   uint64_t base = 0;
   int message_folders = 0;
   bool not_opened = false;
-  for (const std::string& file : FolderFilesIn(folder)) {
+  for (const std::string& file : DbxFilesIn(folder)) {
     if (Aborted()) break;
     uint64_t size = 0;
     DbxFileKind kind = DbxFileKind::kNotDbx;
@@ -192,7 +136,7 @@ int COutlookExpress::ImportStoreFolder(const std::string& folder) {
 COutlookExpress::FolderResult COutlookExpress::ImportFolder(const std::string& path, uint64_t base,
                                                             uint64_t* size, DbxFileKind* kind) {
   int error = 0;
-  const std::unique_ptr<MappedMailbox> mapped = MapFile(path, &error);
+  const std::unique_ptr<MappedMailbox> mapped = MappedMailbox::MapFile(path, &error);
   if (error != 0) {
     Log(fmt::format("{}: the folder file cannot be read: {}.", path, std::strerror(error)));
     return FolderResult::kNotOpened;
@@ -205,6 +149,11 @@ COutlookExpress::FolderResult COutlookExpress::ImportFolder(const std::string& p
   if (header.kind != DbxFileKind::kMessageFolder) return FolderResult::kNoMessageFolder;
 
   const std::string mailbox = FolderName(path);
+  // A profile that imports new messages names the first one it has not
+  // taken; a store folder is read whole.
+  if (!store_folder_ && Options().start_offset > 0) {
+    reader.TakeFrom(Options().start_offset);
+  }
   uint64_t without_text = 0;
   DbxFolderReader::Message message;
   while (!Aborted() && reader.Next(&message)) {

@@ -154,10 +154,26 @@ class DovecotServer {
     users_.push_back(home);
   }
 
-  // Delivers one more message to a user's INBOX, as a running server sees
-  // mail arrive.
-  void Deliver(const std::string& user, const std::string& name, const std::string& text) {
-    const fs::path file = dir_.path() / "home" / user / "Maildir" / "new" / name;
+  // Adds a mailbox beside a user's INBOX, named on disk as Dovecot names
+  // it (Maildir++: "." and the name in modified UTF-7, levels joined by
+  // "."), holding `messages`.  Call before Start().
+  void AddMailbox(const std::string& user, const std::string& encoded_name,
+                  const std::vector<std::string>& messages) {
+    const fs::path box = dir_.path() / "home" / user / "Maildir" / ("." + encoded_name);
+    for (const char* sub : {"cur", "new", "tmp"}) fs::create_directories(box / sub);
+    for (size_t i = 0; i < messages.size(); ++i) {
+      std::ofstream(box / "cur" / (std::to_string(1000000 + i) + ".test:2,"), std::ios::binary)
+          << messages[i];
+    }
+  }
+
+  // Delivers one more message to a user's INBOX (or the mailbox of that
+  // name on disk), as a running server sees mail arrive.
+  void Deliver(const std::string& user, const std::string& name, const std::string& text,
+               const std::string& encoded_mailbox = "") {
+    const fs::path maildir = dir_.path() / "home" / user / "Maildir";
+    const fs::path file =
+        (encoded_mailbox.empty() ? maildir : maildir / ("." + encoded_mailbox)) / "new" / name;
     std::ofstream(file, std::ios::binary) << text;
     OwnForMail(file);
   }
@@ -287,6 +303,8 @@ class CuttingRelay {
   uint16_t port() const { return port_; }
   // How many connections were cut.
   int cuts() const { return cuts_.load(); }
+  // Connections from now on are cut after `bytes` from the server.
+  void CutAfter(size_t bytes) { cut_after_.store(bytes); }
   // How many proxy requests were answered.
   int proxied() const { return proxied_.load(); }
 
@@ -366,6 +384,7 @@ class CuttingRelay {
 
   // One connection at a time: the tests make them one after the other.
   void Forward(int client, int server) {
+    const size_t cut_after = cut_after_.load();
     size_t from_server = 0;
     char buffer[16384];
     while (!stop_.load()) {
@@ -379,10 +398,10 @@ class CuttingRelay {
         const ssize_t n = ::read(server, buffer, sizeof buffer);
         if (n <= 0) return;
         size_t pass = static_cast<size_t>(n);
-        if (from_server + pass > cut_after_) pass = cut_after_ - from_server;
+        if (from_server + pass > cut_after) pass = cut_after - from_server;
         if (pass > 0 && ::write(client, buffer, pass) != static_cast<ssize_t>(pass)) return;
         from_server += pass;
-        if (from_server >= cut_after_) {
+        if (from_server >= cut_after) {
           cuts_.fetch_add(1);
           return;
         }
@@ -391,7 +410,7 @@ class CuttingRelay {
   }
 
   uint16_t server_port_;
-  size_t cut_after_;
+  std::atomic<size_t> cut_after_;
   Proxy proxy_;
   std::atomic<int> proxied_{0};
   int listener_ = -1;

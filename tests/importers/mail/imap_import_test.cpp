@@ -60,6 +60,10 @@ class ImapImportTest : public ImportFixture {
     server_->AddUser("bob", "hunter2", Messages(kFewMessages));
     server_->AddUser("carl", "pw", {});
     server_->AddUser("dora", "pw", Messages(kFewMessages));
+    // INBOX, "Entwürfe", and "Archiv.2024" under an "Archiv" that is no mailbox.
+    server_->AddUser("eve", "pw", {GeneratedMessage("In 1", 3), GeneratedMessage("In 2", 4)});
+    server_->AddMailbox("eve", "Entw&APw-rfe", {GeneratedMessage("Draft 1", 5)});
+    server_->AddMailbox("eve", "Archiv.2024", {GeneratedMessage("Old 1", 6)});
     server_->Start();
   }
   static void TearDownTestSuite() {
@@ -309,17 +313,22 @@ class ImapProfileTest : public ImapImportTest {
     return {added, log};
   }
 
+  std::string ServerProfile(const std::string& name, const std::string& user,
+                            const std::string& selection_lines, const std::string& password = "pw",
+                            uint16_t port = 0) const {
+    return "TYPE=1405\nNAME=" + name + "\nNAME_KESTRO=" + database_ +
+           "\nIMAP_SERVER=imap://127.0.0.1:" + std::to_string(port ? port : server_->imap_port()) +
+           "\nIMAP_USER=" + user + "\nIMAP_PASSWORD=" + password +
+           "\nIMAP_VERIFY_CERTIFICATE=No\nTYPE_MSG=0\n" + selection_lines;
+  }
+
   TempDir config_;
   ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
 };
 
 TEST_F(ImapProfileTest, ANewMessagesProfileRunTwiceImportsEachMessageOnce) {
-  const std::string profile = "TYPE=1405\nNAME=Server\nNAME_KESTRO=" + database_ +
-                              "\nIMAP_SERVER=imap://127.0.0.1:" +
-                              std::to_string(server_->imap_port()) +
-                              "\nIMAP_USER=dora\nIMAP_PASSWORD=pw\nIMAP_VERIFY_CERTIFICATE=No\n"
-                              "TYPE_MSG=0\nMAILBOX=INBOX\n";
-  ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
+  ASSERT_EQ(KSIMP_SaveEmailProfile(ServerProfile("Server", "dora", "MAILBOX=INBOX\n").c_str(), 0),
+            0u);
 
   auto [added, log] = RunProfile("Server");
   EXPECT_EQ(added, static_cast<uint32_t>(kFewMessages)) << log;
@@ -336,6 +345,44 @@ TEST_F(ImapProfileTest, ANewMessagesProfileRunTwiceImportsEachMessageOnce) {
   expected.push_back("Late news");
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(StoredSubjects(), expected) << "each message once";
+}
+
+TEST_F(ImapProfileTest, AllMailboxesAreListedAndEachMessageImportedOnce) {
+  ASSERT_EQ(KSIMP_SaveEmailProfile(ServerProfile("Every", "eve", "ALL=Yes\n").c_str(), 0), 0u);
+  auto [added, log] = RunProfile("Every");
+  EXPECT_EQ(added, 4u) << "INBOX, Entwürfe and Archiv.2024, not Archiv, which is none: " << log;
+  EXPECT_EQ(StoredSubjects(), (std::vector<std::string>{"Draft 1", "In 1", "In 2", "Old 1"}));
+  size_t drafts = 0;
+  for (const std::string& document : Documents()) {
+    if (document.find("MailBox[ Entwürfe ]") != std::string::npos) ++drafts;
+  }
+  EXPECT_EQ(drafts, 1u) << "the mailbox's name decoded";
+
+  std::tie(added, log) = RunProfile("Every");
+  EXPECT_EQ(added, 0u) << log;
+  server_->Deliver("eve", "2000001.test", GeneratedMessage("Draft 2", 7), "Entw&APw-rfe");
+  std::tie(added, log) = RunProfile("Every");
+  EXPECT_EQ(added, 1u) << log;
+  EXPECT_EQ(StoredSubjects().size(), 5u) << "each message once";
+}
+
+TEST_F(ImapProfileTest, ARunCutShortIsResumedAfterTheMessagesItTook) {
+  CuttingRelay relay(server_->imap_port(), 64 * 1024);
+  ASSERT_EQ(KSIMP_SaveEmailProfile(
+                ServerProfile("Cut", "ann", "MAILBOX=INBOX\n", "secret", relay.port()).c_str(), 0),
+            0u);
+  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Cut"), 1u);
+  uint32_t first = 0;
+  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &first), 0u);
+  EXPECT_EQ(relay.cuts(), 1);
+  EXPECT_GT(first, 0u);
+  EXPECT_LT(first, static_cast<uint32_t>(kManyMessages));
+
+  relay.CutAfter(size_t{1} << 40);
+  const auto [rest, log] = RunProfile("Cut");
+  EXPECT_EQ(first + rest, static_cast<uint32_t>(kManyMessages)) << log;
+  EXPECT_EQ(StoredSubjects(), ExpectedSubjects(kManyMessages)) << "each message once";
 }
 
 }  // namespace
