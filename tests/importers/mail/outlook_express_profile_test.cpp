@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/scoped_env.h"
-#include "importers/dbx_test_file.h"
+#include "importers/mail/dbx_test_file.h"
 #include "importers/import_fixture.h"
 
 namespace {
