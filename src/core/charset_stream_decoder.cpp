@@ -1,5 +1,6 @@
 #include "core/charset_stream_decoder.h"
 
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -10,6 +11,21 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 // A character cut by the end of a piece is a few bytes; more held back
 // than this is no character, and is read as undefined bytes instead.
 constexpr size_t kLongestCutCharacter = 16;
+// A stateful set's line is held back whole up to this length; a longer
+// one is converted as it comes.
+constexpr size_t kLongestHeldLine = 64 * 1024;
+
+// True for the character sets whose decoder keeps a shift state between
+// characters and finds broken sequences only once it sees what follows.
+bool IsStateful(std::string_view iconv_name) {
+  std::string letters;
+  for (const char c : iconv_name) {
+    if (std::isalnum(static_cast<unsigned char>(c))) {
+      letters += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
+  }
+  return letters.find("UTF7") != std::string::npos || letters.find("2022") != std::string::npos;
+}
 
 }  // namespace
 
@@ -22,8 +38,10 @@ std::unique_ptr<CharsetStreamDecoder> CharsetStreamDecoder::For(std::string_view
     decoder->undeclared_ = std::make_unique<UndeclaredTextDecoder>();
   }
   if (decoder->reading_ == CharsetConverter::Reading::kMultiByte) {
-    decoder->iconv_ = iconv_open("UTF-8", decoder->converter_.IconvNameOf(charset).c_str());
+    const std::string iconv_name = decoder->converter_.IconvNameOf(charset);
+    decoder->iconv_ = iconv_open("UTF-8", iconv_name.c_str());
     if (decoder->iconv_ == reinterpret_cast<iconv_t>(-1)) return nullptr;
+    decoder->whole_lines_ = IsStateful(iconv_name);
   }
   return decoder;
 }
@@ -70,6 +88,14 @@ void CharsetStreamDecoder::AppendUtf8(std::string_view text, bool last, std::str
 }
 
 void CharsetStreamDecoder::AppendIconv(std::string_view text, bool last, std::string& out) {
+  if (whole_lines_ && !last) {
+    const size_t line_end = text.rfind('\n');
+    const size_t whole = line_end == std::string_view::npos ? 0 : line_end + 1;
+    if (text.size() - whole <= kLongestHeldLine) {
+      carry_.assign(text.substr(whole));
+      text = text.substr(0, whole);
+    }
+  }
   char* in = const_cast<char*>(text.data());
   size_t in_left = text.size();
   size_t used = out.size();
@@ -95,7 +121,7 @@ void CharsetStreamDecoder::AppendIconv(std::string_view text, bool last, std::st
     if (error == E2BIG) {
       room(64);
     } else if (error == EINVAL && !last && in_left <= kLongestCutCharacter) {
-      carry_.assign(in, in_left);  // a character cut by the end of the piece
+      carry_.insert(0, in, in_left);  // a character cut by the end of the piece
       break;
     } else if ((error == EILSEQ || error == EINVAL) && in_left > 0) {
       room(kReplacement.size());

@@ -44,7 +44,11 @@ class CharsetStreamDecoder final : public TextDecoder {
   std::string charset_;
   CharsetConverter::Reading reading_ = CharsetConverter::Reading::kUnknown;
   iconv_t iconv_ = reinterpret_cast<iconv_t>(-1);  // open for a multibyte set only
-  std::string carry_;  // the start of a character cut by the end of a piece
+  std::string carry_;  // the start of a character (or line) cut by the end of a piece
+  // A stateful set (UTF-7, ISO-2022) is converted a whole line at a time:
+  // where iconv reports a broken sequence depends on where its input ends,
+  // and at a line end nothing is pending.
+  bool whole_lines_ = false;
   // "ASCII" with 8-bit bytes is mislabelled text: read by the rule for
   // undeclared text, as mail's declared ASCII is.
   std::unique_ptr<UndeclaredTextDecoder> undeclared_;
