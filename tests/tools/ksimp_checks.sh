@@ -30,6 +30,11 @@ lacks() {  # lacks NAME FILE TEXT
   if ! grep -qF -- "$3" "$2"; then passes=$((passes + 1)); else
     echo "FAIL $1: '$3' in output"; sed 's/^/  | /' "$2"; failures=$((failures + 1)); fi
 }
+holds() {  # holds NAME PYTHON_CONDITION: the condition on r, the JSON object in $work/out
+  if python3 -c 'import json, sys; r = json.load(open(sys.argv[1])); sys.exit(0 if eval(sys.argv[2]) else 1)' \
+    "$work/out" "$2"; then passes=$((passes + 1)); else
+    echo "FAIL $1: not $2"; sed 's/^/  | /' "$work/out"; failures=$((failures + 1)); fi
+}
 finish() {
   echo "$passes passed, $failures failed"
   [ "$failures" -eq 0 ]

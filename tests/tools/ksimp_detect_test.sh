@@ -36,6 +36,22 @@ contains wrong-type-imported "$work/out" "1 document(s) added"
 check nothing-fits 0 "$ksimp" import "$db" "$work/picture.txt" --type text --quiet
 contains nothing-fits-warned "$work/err" "no importer reads what it holds."
 
+# Without --type the name decides; a name that says nothing leaves it to
+# what the file holds: a mailbox is imported as one, a picture is refused
+# with 11020 and the files after it are still imported.
+cp "$work/box.txt" "$work/box.unknown"
+cp "$work/picture.txt" "$work/picture.unknown"
+check by-content 1 "$ksimp" import "$db" "$work/box.unknown" "$work/picture.unknown" "$work/people.csv" --json
+holds by-content-mailbox '(lambda f: f["type"] == 1060 and f["imported_whole"] and f["documents_added"] == 1)(r["files"][0])'
+holds by-content-picture '(lambda f: f["error"] == 11020 and not f["imported"] and "--type any" in f["log"][0])(r["files"][1])'
+holds by-content-after '(lambda f: f["type"] == 1004 and f["imported_whole"])(r["files"][2]) and r["documents_added"] == 3'
+check refused-alone 1 "$ksimp" import "$db" "$work/picture.unknown" --quiet
+contains refused-alone-named "$work/err" "$work/picture.unknown: not imported: error 11020"
+# A name the offered list lacks: no guess, no warning.
+cp "$work/box.txt" "$work/box.mbox"
+check by-name 0 "$ksimp" import "$db" "$work/box.mbox" --quiet
+lacks by-name-quiet "$work/err" "11020"
+
 # Types that fit draw no warning: delimited text is plain text to the
 # library, and any file can be linked.
 check fits-csv 0 "$ksimp" import "$db" "$work/people.csv" --type csv --quiet

@@ -5,12 +5,6 @@
 ksimp=$1
 . "$(dirname "$0")/ksimp_checks.sh"
 
-holds() {  # holds NAME PYTHON_CONDITION: the condition on r, the JSON object in $work/out
-  if python3 -c 'import json, sys; r = json.load(open(sys.argv[1])); sys.exit(0 if eval(sys.argv[2]) else 1)' \
-    "$work/out" "$2"; then passes=$((passes + 1)); else
-    echo "FAIL $1: not $2"; sed 's/^/  | /' "$work/out"; failures=$((failures + 1)); fi
-}
-
 db=$work/n.kst
 check create 0 "$ksimp" create "$db"
 printf 'alpha one\r\n\f\r\nbeta two\r\n\f\r\ngamma three' >"$work/three.txt"

@@ -312,14 +312,22 @@ struct ImportCommand {
           fmt::format("--charset {}: message {}: {}", charset, error, ImportErrorText(error)), 2);
     }
     std::vector<int32_t> file_types;
+    std::vector<std::string> refusals;  // per file: why it is not queued, or ""
     for (const std::string& file : files) {
       if (IsImapUrl(file)) {
         file_types.push_back(KSIMP_TYPE_IMAP_SERVER);
+        refusals.emplace_back();
         continue;
       }
       int32_t file_type = request.file_type != 0 ? request.file_type : TableTypeForPath(file);
-      if (file_type == 0) file_type = FileTypeForPath(file);
+      std::string refusal;
+      if (file_type == 0) {
+        ChosenType chosen = ChooseFileType(file);
+        file_type = chosen.type;
+        refusal = std::move(chosen.refusal);
+      }
       file_types.push_back(file_type);
+      refusals.push_back(std::move(refusal));
     }
     std::vector<std::string> queued_names;
     try {
@@ -328,9 +336,11 @@ struct ImportCommand {
       KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
       throw;
     }
+    size_t queued = 0;
     for (size_t i = 0; i < files.size(); ++i) {
       const std::string& file = files[i];
       const int32_t file_type = file_types[i];
+      if (!refusals[i].empty()) continue;
       WarnAboutOptionsNotOffered(file, file_type, requested);
       // As the import dialog does: the file is still imported as chosen.
       if (file_type != KSIMP_TYPE_ODBC) {
@@ -352,6 +362,18 @@ struct ImportCommand {
         KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
         throw HostError(fmt::format("cannot queue {}: {}", file, reason));
       }
+      ++queued;
+    }
+    if (queued == 0) {
+      KSIMP_Import(handle, 0, 0, nullptr, nullptr);  // releases the handle
+      const ImportReport report = RefusedOnly(path, files, refusals);
+      if (json) {
+        PrintImportReportJson(report);
+      } else {
+        fmt::print("0 document(s) added to {}\n", path);
+        PrintFilesNotImportedWhole(report);
+      }
+      throw HostError("", 1);
     }
 
     // The import runs on another thread, where no one is asked anything.
@@ -388,7 +410,7 @@ struct ImportCommand {
 
     // Each queued file is one record of one name, so the library's files
     // are ours in order.
-    const ImportReport report = ReadImportReport(handle, path, files, file_types, abort_sent);
+    const ImportReport report = ReadImportReport(handle, path, files, file_types, refusals, abort_sent);
     if (json) {
       PrintImportReportJson(report);
     } else {

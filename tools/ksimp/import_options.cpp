@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <map>
 #include <string_view>
 #include <vector>
 
@@ -86,8 +87,18 @@ int32_t FileTypeForPath(const std::string& path) {
     }
   }
   std::string extension = Lower(given.extension().string());
-  if (extension == ".eml") return KSIMP_TYPE_EML;
   if (!extension.empty()) extension.erase(0, 1);
+  // Files the offered list has no extension for, though an importer reads
+  // them: a zipped Word document goes to the importer that takes any Word
+  // file, as the Word 97 one takes compound documents only.
+  static const std::map<std::string, int32_t> unlisted = {
+      {"eml", KSIMP_TYPE_EML},           {"mbox", KSIMP_TYPE_MBX},
+      {"pst", KSIMP_TYPE_OUTLOOK_FOLDER}, {"ost", KSIMP_TYPE_OUTLOOK_FOLDER},
+      {"docx", KSIMP_TYPE_WFW},          {"docm", KSIMP_TYPE_WFW},
+      {"wri", KSIMP_TYPE_WIN_THREE},     {"wp", KSIMP_TYPE_WORDPERFECT},
+      {"wp5", KSIMP_TYPE_WORDPERFECT},   {"wp6", KSIMP_TYPE_WORDPERFECT},
+  };
+  if (const auto found = unlisted.find(extension); found != unlisted.end()) return found->second;
   const uint32_t count = KSIMP_GetFileTypeCount();
   for (uint32_t i = 0; i < count; ++i) {
     int32_t type = 0;
@@ -99,11 +110,12 @@ int32_t FileTypeForPath(const std::string& path) {
     std::string_view list = extensions;
     while (!list.empty()) {
       const size_t blank = list.find(' ');
-      if (Lower(std::string(list.substr(0, blank))) == extension) return type;
+      const std::string_view listed = list.substr(0, blank);
+      if (listed != "*" && Lower(std::string(listed)) == extension) return type;
       list.remove_prefix(blank == std::string_view::npos ? list.size() : blank + 1);
     }
   }
-  return KSIMP_TYPE_TEXT;
+  return 0;
 }
 
 void ParseDateRange(const std::string& text, std::string& from, std::string& to) {

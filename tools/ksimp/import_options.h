@@ -38,9 +38,10 @@ int32_t ParseFileType(const std::string& text);
 std::string FileTypeNames();
 // The short name of a type, "" when it has none.
 std::string FileTypeShortName(int32_t type);
-// A Maildir for a folder holding cur/ or new/, one message for an ".eml"
-// file, else the first offered type whose extensions hold the file's (text
-// when none).
+// A Maildir for a folder holding cur/ or new/; for a file, the type of its
+// extension: a few the offered list leaves out (".eml", ".mbox", ".pst",
+// ".docx", ".wri", ".wp"...), else the first offered type whose extensions
+// hold it.  0 when the extension names no type.
 int32_t FileTypeForPath(const std::string& path);
 // "FROM..TO" into its two dates (either may be empty).
 void ParseDateRange(const std::string& text, std::string& from, std::string& to);

@@ -50,6 +50,7 @@ std::vector<std::string> Lines(const std::string& text) {
 
 // Why a file was not imported whole, in words, or "" when it was.
 std::string Reason(const FileReport& file, const FileReport* stopper, bool aborted) {
+  if (!file.refusal.empty()) return file.refusal;
   if (!file.taken) {
     return stopper != nullptr
                ? fmt::format("not imported: the import ended at {}", stopper->file)
@@ -119,17 +120,35 @@ std::string ImportLogText(uint32_t handle) {
   return buffer.data();
 }
 
+namespace {
+
+FileReport Refused(const std::string& file, const std::string& refusal) {
+  FileReport report;
+  report.file = file;
+  report.error = KSIMP_ERR_WRONG_FILE_TYPE;
+  report.refusal = refusal;
+  report.log = refusal;
+  return report;
+}
+
+}  // namespace
+
 ImportReport ReadImportReport(uint32_t handle, const std::string& database,
                               const std::vector<std::string>& files,
-                              const std::vector<int32_t>& types, bool aborted) {
+                              const std::vector<int32_t>& types,
+                              const std::vector<std::string>& refusals, bool aborted) {
   ImportReport report;
   report.database = database;
   report.aborted = aborted;
+  uint32_t index = 0;  // the library's number of the file: refused ones have none
   for (size_t i = 0; i < files.size(); ++i) {
+    if (!refusals[i].empty()) {
+      report.files.push_back(Refused(files[i], refusals[i]));
+      continue;
+    }
     FileReport file;
     file.file = files[i];
     file.type = types[i];
-    const auto index = static_cast<uint32_t>(i);
     std::vector<char> name(files[i].size() + 1024);
     uint32_t whole = 0;
     if (KSIMP_GetFileOutcome(handle, index, name.data(), static_cast<int32_t>(name.size()),
@@ -140,8 +159,17 @@ ImportReport ReadImportReport(uint32_t handle, const std::string& database,
       file.imported_whole = whole != 0 && !file.accepted_unread;
       file.log = FileLog(handle, index);
     }
+    ++index;
     report.files.push_back(std::move(file));
   }
+  return report;
+}
+
+ImportReport RefusedOnly(const std::string& database, const std::vector<std::string>& files,
+                         const std::vector<std::string>& refusals) {
+  ImportReport report;
+  report.database = database;
+  for (size_t i = 0; i < files.size(); ++i) report.files.push_back(Refused(files[i], refusals[i]));
   return report;
 }
 
@@ -160,7 +188,7 @@ void PrintImportReportJson(const ImportReport& report) {
   for (size_t i = 0; i < report.files.size(); ++i) {
     const FileReport& f = report.files[i];
     whole += f.taken && f.imported_whole ? 1 : 0;
-    const bool has_error = f.taken && f.error != KSIMP_ERR_NONE;
+    const bool has_error = (f.taken || !f.refusal.empty()) && f.error != KSIMP_ERR_NONE;
     std::string log;
     for (const std::string& line : Lines(f.log)) {
       if (!log.empty()) log += ',';

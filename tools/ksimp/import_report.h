@@ -22,6 +22,7 @@ struct FileReport {
   uint32_t documents_added = 0;
   uint32_t error = KSIMP_ERR_NONE;  // the first error recorded while it was imported
   std::string log;                  // the log texts written meanwhile
+  std::string refusal;  // why ksimp did not queue it at all, or ""
 };
 
 struct ImportReport {
@@ -38,11 +39,15 @@ std::string ImportErrorText(uint32_t code);
 // The handle's whole log, read once.
 std::string ImportLogText(uint32_t handle);
 
-// Reads the outcome of each queued file (files[i] queued as types[i]) from
-// the library.
+// Reads the outcome of each file (files[i] queued as types[i]) from the
+// library; a file with a refusal was never queued, and says so.
 ImportReport ReadImportReport(uint32_t handle, const std::string& database,
                               const std::vector<std::string>& files,
-                              const std::vector<int32_t>& types, bool aborted);
+                              const std::vector<int32_t>& types,
+                              const std::vector<std::string>& refusals, bool aborted);
+// The report of a run none of whose files was queued.
+ImportReport RefusedOnly(const std::string& database, const std::vector<std::string>& files,
+                         const std::vector<std::string>& refusals);
 
 // One line per file not imported whole, on stderr: its name and why.
 void PrintFilesNotImportedWhole(const ImportReport& report);

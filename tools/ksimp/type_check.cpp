@@ -66,29 +66,75 @@ std::string DescribeType(int32_t type) {
   return name.empty() ? fmt::format("{}", type) : fmt::format("{} ({})", type, name);
 }
 
+namespace {
+
+// The types the library's check has a test for; what it finds of any
+// other is 0.
+bool Recognised(int32_t type) {
+  return OneOf(TableFamily(type),
+               {KSIMP_TYPE_RTF, KSIMP_TYPE_EUDORA, KSIMP_TYPE_MBX, KSIMP_TYPE_PDF, KSIMP_TYPE_HTML,
+                KSIMP_TYPE_TEXT, KSIMP_TYPE_WORDPERFECT, KSIMP_TYPE_WORD, KSIMP_TYPE_KESTRO,
+                KSIMP_TYPE_EXCEL, KSIMP_TYPE_ACCESS, KSIMP_TYPE_PARADOX, KSIMP_TYPE_KESTRO_DOS,
+                KSIMP_TYPE_VISUAL_FOXPRO, KSIMP_TYPE_DELIMITED, KSIMP_TYPE_FIXED_WIDTH,
+                KSIMP_TYPE_WFW});
+}
+
+// What the check's answer means for this file: the zipped Word and Excel
+// files are archives to it, and their extension says which.
+int32_t FoundByContentOrExtension(int32_t found, const std::string& path) {
+  if (found != 0) return found;
+  const std::string extension = LowerExtension(path);
+  if (extension == ".xlsx" || extension == ".xlsm") return KSIMP_TYPE_EXCEL;
+  if (extension == ".docx" || extension == ".docm") return KSIMP_TYPE_WFW;
+  return 0;
+}
+
+}  // namespace
+
 bool TypeFits(int32_t chosen, int32_t found, const std::string& path) {
+  found = FoundByContentOrExtension(found, path);
   if (chosen == KSIMP_TYPE_ANY_FILE) return true;
   if (TableFamily(chosen) == TableFamily(found)) return true;
   switch (found) {
-    case 0: {
-      const std::string extension = LowerExtension(path);
-      if (chosen == KSIMP_TYPE_EXCEL || chosen == KSIMP_TYPE_EXCEL_ALIAS) {
-        return extension == ".xlsx" || extension == ".xlsm";
-      }
-      return chosen == KSIMP_TYPE_WORD && (extension == ".docx" || extension == ".docm");
-    }
+    case 0:
+      return !Recognised(chosen);
     case KSIMP_TYPE_TEXT:
       return OneOf(chosen, {KSIMP_TYPE_DELIMITED, KSIMP_TYPE_FIXED_WIDTH, KSIMP_TYPE_KESTRO_DOS,
-                            KSIMP_TYPE_HTML});
+                            KSIMP_TYPE_HTML, KSIMP_TYPE_EML});
     case KSIMP_TYPE_HTML:
       return chosen == KSIMP_TYPE_TEXT;
     case KSIMP_TYPE_EUDORA:
-      return chosen == KSIMP_TYPE_MBX;
+      return OneOf(chosen, {KSIMP_TYPE_MBX, KSIMP_TYPE_EML});
+    case KSIMP_TYPE_MBX:
+      return chosen == KSIMP_TYPE_EML;
+    case KSIMP_TYPE_WORD:
+      return chosen == KSIMP_TYPE_WFW;
     case KSIMP_TYPE_WORDPERFECT:
       return chosen == KSIMP_TYPE_WORD;
     default:
       return false;
   }
+}
+
+ChosenType ChooseFileType(const std::string& path) {
+  ChosenType chosen;
+  chosen.type = FileTypeForPath(path);
+  if (chosen.type != 0 || !IsRegularFile(path)) {
+    if (chosen.type == 0) chosen.type = KSIMP_TYPE_TEXT;
+    return chosen;
+  }
+  const DetectedType detected = DetectFileType(path);
+  const int32_t found = FoundByContentOrExtension(detected.type, path);
+  std::error_code ec;
+  if (found != 0 || !detected.sharing_message.empty() || std::filesystem::file_size(path, ec) == 0) {
+    chosen.type = found != 0 ? found : KSIMP_TYPE_TEXT;
+    return chosen;
+  }
+  chosen.refusal = fmt::format(
+      "not imported: error {}: {}  Its name says no type and it holds none the library imports "
+      "(a picture or an archive, say); --type any links it or attaches it",
+      KSIMP_ERR_WRONG_FILE_TYPE, ImportErrorText(KSIMP_ERR_WRONG_FILE_TYPE));
+  return chosen;
 }
 
 std::string WrongTypeWarning(const std::string& path, int32_t chosen) {
