@@ -131,8 +131,8 @@ ChosenType ChooseFileType(const std::string& path) {
     return chosen;
   }
   chosen.refusal = fmt::format(
-      "not imported: error {}: {}  Its name says no type and it holds none the library imports "
-      "(a picture or an archive, say); --type any links it or attaches it",
+      "not imported: error {}: {}  Neither its name nor what it holds is of a type the library "
+      "imports (a picture or an archive, say); --type any links or attaches it",
       KSIMP_ERR_WRONG_FILE_TYPE, ImportErrorText(KSIMP_ERR_WRONG_FILE_TYPE));
   return chosen;
 }
