@@ -47,6 +47,7 @@
 #include "importers/mail/mailbox_reader.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
+#include "python_mail_baseline.h"
 
 namespace {
 
@@ -258,56 +259,6 @@ Stages TimeStages(const std::string& mailbox) {
   return stages;
 }
 
-// What a Python user would write: the standard library's mailbox parser,
-// one document per message (its header fields and the text of its first
-// plain part), stored with sqlite3 in one transaction.
-constexpr const char* kPythonScript = R"py(import email.policy, mailbox, sqlite3, sys, time
-path, database = sys.argv[1], sys.argv[2]
-start, cpu_start = time.perf_counter(), time.process_time()
-connection = sqlite3.connect(database)
-connection.execute("CREATE TABLE d(body TEXT)")
-count = 0
-with connection:
-    for message in mailbox.mbox(path):
-        lines = []
-        for name in ("To", "Cc", "From", "Date", "Subject", "Message-ID"):
-            value = message.get(name)
-            if value:
-                lines.append("%s[ %s ]" % (name, value))
-        body = b""
-        for part in message.walk():
-            if part.get_content_type() == "text/plain":
-                body = part.get_payload(decode=True) or b""
-                break
-        lines.append("Message[ %s ]" % body.decode("latin-1"))
-        connection.execute("INSERT INTO d(body) VALUES(?)", ("\r\n".join(lines),))
-        count += 1
-print(count, time.perf_counter() - start, time.process_time() - cpu_start)
-)py";
-
-struct PythonFigures {
-  double seconds = 0;
-  double cpu_seconds = 0;
-  long messages = 0;
-};
-
-PythonFigures TimePython(const std::string& mailbox, const std::string& folder) {
-  const std::string script = folder + "/mail_bench.py";
-  const std::string database = folder + "/mail_bench_python.db";
-  std::ofstream(script) << kPythonScript;
-  unlink(database.c_str());
-  FILE* python =
-      popen(fmt::format("/usr/bin/python3 '{}' '{}' '{}'", script, mailbox, database).c_str(), "r");
-  if (python == nullptr) Fail("cannot start /usr/bin/python3");
-  PythonFigures figures;
-  const int read =
-      fscanf(python, "%ld %lf %lf", &figures.messages, &figures.seconds, &figures.cpu_seconds);
-  if (pclose(python) != 0 || read != 3) Fail("the Python baseline failed");
-  unlink(script.c_str());
-  unlink(database.c_str());
-  return figures;
-}
-
 // `copies` copies of the mailbox one after another: a mailbox of as many
 // times the messages.
 void WriteRepeated(const std::string& mailbox, const std::string& larger, int copies) {
@@ -364,7 +315,7 @@ int main(int argc, char** argv) {
   for (int round = 0; round < 2; ++round) {
     fts.KeepBest(TimePlainFts(folder + "/mail_bench_fts.db", texts));
   }
-  const PythonFigures python = TimePython(mailbox, folder);
+  const bench::PythonMailFigures python = bench::TimePythonMail("mailbox.mbox(path)", mailbox, folder);
   const Stages stages = TimeStages(mailbox);
 
   const double messages = last.documents;

@@ -22,7 +22,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "bench_support.h"
@@ -32,6 +31,7 @@
 #include "importers/mail/message_file.h"
 #include "ks_eng5.h"
 #include "ks_imp.h"
+#include "python_mail_baseline.h"
 
 namespace {
 
@@ -138,49 +138,6 @@ Timed WalkMaildir(const std::string& path, bool compose, uint64_t* messages) {
   return {Seconds(start), bench::ThreadCpuSeconds() - cpu_start};
 }
 
-// What a Python user would write over the Maildir: the standard library's
-// parser, one document per message (its header fields and the text of its
-// first plain part), stored with sqlite3 in one transaction.
-constexpr const char* kPythonScript = R"py(import mailbox, sqlite3, sys, time
-path, database = sys.argv[1], sys.argv[2]
-start, cpu_start = time.perf_counter(), time.process_time()
-connection = sqlite3.connect(database)
-connection.execute("CREATE TABLE d(body TEXT)")
-count = 0
-with connection:
-    for message in mailbox.Maildir(path, create=False):
-        lines = []
-        for name in ("To", "Cc", "From", "Date", "Subject", "Message-ID"):
-            value = message.get(name)
-            if value:
-                lines.append("%s[ %s ]" % (name, value))
-        body = b""
-        for part in message.walk():
-            if part.get_content_type() == "text/plain":
-                body = part.get_payload(decode=True) or b""
-                break
-        lines.append("Message[ %s ]" % body.decode("latin-1"))
-        connection.execute("INSERT INTO d(body) VALUES(?)", ("\r\n".join(lines),))
-        count += 1
-print(count, time.perf_counter() - start, time.process_time() - cpu_start)
-)py";
-
-Timed TimePython(const std::string& maildir, const std::string& folder, long* messages) {
-  const std::string script = folder + "/maildir_bench.py";
-  const std::string database = folder + "/maildir_bench_python.db";
-  std::ofstream(script) << kPythonScript;
-  unlink(database.c_str());
-  FILE* python =
-      popen(fmt::format("/usr/bin/python3 '{}' '{}' '{}'", script, maildir, database).c_str(), "r");
-  if (python == nullptr) Fail("cannot start /usr/bin/python3");
-  Timed timed;
-  const int read = fscanf(python, "%ld %lf %lf", messages, &timed.seconds, &timed.cpu_seconds);
-  if (pclose(python) != 0 || read != 3) Fail("the Python baseline failed");
-  unlink(script.c_str());
-  unlink(database.c_str());
-  return timed;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -203,8 +160,10 @@ int main(int argc, char** argv) {
   const std::string database = folder + "/maildir_bench.kst";
   const ImportFigures as_maildir = ImportInChild(KSIMP_TYPE_MAILDIR, maildir, database);
   const ImportFigures as_mbox = ImportInChild(KSIMP_TYPE_MBX, mbox, database);
-  long python_messages = 0;
-  const Timed python = TimePython(maildir, folder, &python_messages);
+  const bench::PythonMailFigures baseline =
+      bench::TimePythonMail("mailbox.Maildir(path, create=False)", maildir, folder);
+  const long python_messages = baseline.messages;
+  const Timed python{baseline.seconds, baseline.cpu_seconds};
 
   const double count = static_cast<double>(messages);
   auto line = [&](const char* what, const Timed& timed) {
