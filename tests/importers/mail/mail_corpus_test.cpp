@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "api/write_file.h"
 #include "temp_dir.h"
 #include "core/charset_converter.h"
 #include "importers/mail/eudora_message.h"
@@ -195,13 +196,6 @@ Mailbox ReadByPython(const fs::path& script, const fs::path& mailbox, bool singl
   return result;
 }
 
-std::string FileText(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
-
 Composed Compose(std::string raw, std::string separator_line = {}) {
   CEudoraMessage message;
   message.SetSeparatorLine(std::move(separator_line));
@@ -210,7 +204,7 @@ Composed Compose(std::string raw, std::string separator_line = {}) {
 }
 
 Mailbox ReadByUs(const fs::path& path, MailboxReader::Mode mode) {
-  MailboxReader reader(FileText(path), mode);
+  MailboxReader reader(ReadFile(path), mode);
   Mailbox result;
   while (const std::optional<MailboxReader::Message> found = reader.Next()) {
     result.messages.push_back(
@@ -352,7 +346,7 @@ TEST_F(MailCorpus, SingleMessagesGiveTheTextPythonGives) {
     // first, then the message with CR LF line ends.
     Mailbox ours;
     ours.messages.push_back(Compose(" Mon Jan 01 00:00:00 2024\r\n" +
-                                    MailboxReader::WithCrLfLineEnds(FileText(entry.path()))));
+                                    MailboxReader::WithCrLfLineEnds(ReadFile(entry.path()))));
     Compare(entry.path().filename().string(), ours, ReadByPython(script_, entry.path(), true));
   }
 }
