@@ -14,10 +14,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -27,6 +25,7 @@
 #include "core/charset_converter.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mailbox_reader.h"
+#include "modules/tool_output.h"
 
 namespace {
 
@@ -175,17 +174,8 @@ std::string FromHex(const std::string& hex) {
 // `mailbox` read as a mailbox, or as one message when `single` is set.
 Mailbox ReadByPython(const fs::path& script, const fs::path& mailbox, bool single) {
   Mailbox result;
-  const std::string command = std::string(kPython) + " '" + script.string() + "' '" +
-                              mailbox.string() + "' " + (single ? "message" : "mbox");
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  if (!pipe) {
-    result.error = "popen failed";
-    return result;
-  }
-  std::string output;
-  char buffer[65536];
-  for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) output.append(buffer, got);
-  std::istringstream lines(output);
+  const std::string mode = single ? "message" : "mbox";
+  std::istringstream lines(RunTool(kPython, "'" + script.string() + "'", mailbox.string(), mode).output);
   std::string line;
   while (std::getline(lines, line)) {
     if (line.starts_with("E\t")) result.error = line.substr(2);
