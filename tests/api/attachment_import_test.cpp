@@ -403,65 +403,6 @@ TEST_F(AttachmentImportTest, ATempImportFolderThatIsALinkIsNotWrittenThrough) {
   EXPECT_NE(log[0].find("is not a folder of this user's own"), std::string::npos) << log[0];
 }
 
-// Through the exported interface, as a host asks for it (argument 24), from
-// a real Eudora mailbox whose messages name attachment files saved in the
-// mailbox's own folder.
-TEST(AttachmentMailboxImportTest, AMailboxImportAppendsEachAttachmentToItsMessage) {
-  TempDir dir;
-  fs::create_directories(dir.path() / "tmp");
-  ScopedEnv tmpdir("TMPDIR", (dir.path() / "tmp").string());
-  const std::string database = dir.file("mail.kst");
-  ASSERT_NE(EngCreateDatabase(database.c_str(), nullptr, nullptr, 0), 0);
-  const std::string notes_text = "Notes of the meeting\r\n";
-  const std::string page_text = "<p>The page</p>\r\n";
-  const std::string notes = WriteFile(dir, "Mail/Attach/notes.txt", notes_text);
-  const std::string page = WriteFile(dir, "Mail/Attach/page.html", page_text);
-  const std::string other = WriteFile(dir, "Mail/Attach/sheet.xyz", "cells");
-  const std::string mailbox = WriteFile(
-      dir, "Mail/In.mbx",
-      "From ???@??? Tue Jun 01 12:00:00 2004\r\nSubject: Files\r\nX-Attachments: " + notes + "," +
-          page + "\r\n\r\nsee attached\r\n" +
-          "From ???@??? Wed Jun 02 12:00:00 2004\r\nSubject: Sheet\r\n\r\n"
-          "Attachment Converted: \"" +
-          other + "\"\r\n");
-
-  const uint32_t handle = KSIMP_InitImportUsingFileName(database.c_str());
-  ASSERT_NE(handle, 0u);
-  ASSERT_EQ(KSIMP_AddFileToImport(handle, mailbox.c_str(), KSIMP_TYPE_EUDORA, KSIMP_LOC_END, 0,
-                                  nullptr, 0, nullptr, 0, 0, nullptr, 1, 0, nullptr, 0, 0, nullptr,
-                                  0, nullptr, 0, nullptr, nullptr, 0, 1, nullptr, nullptr, nullptr,
-                                  nullptr, nullptr, nullptr, nullptr, 0, 0),
-            1u);
-  uint32_t added = 0;
-  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &added), 1u);
-  EXPECT_EQ(added, 2u);
-  std::string log;
-  char line[4096];
-  while (KSIMP_GetLogData(handle, line, sizeof line) == 1) log.insert(0, line);
-  EXPECT_EQ(log,
-            "The attachment \"sheet.xyz\" was not imported into its message's document: no "
-            "importer reads files of its type.\r\n");
-
-  const uint32_t db = EngOpenDatabase(database.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  ASSERT_NE(db, 0u);
-  std::vector<std::string> texts;
-  for (uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS); id != 0;
-       id = EngNextDocument(db, id, KSENG_WALK_DOCUMENTS)) {
-    uint64_t length = 0;
-    EngGetDocumentText(db, id, nullptr, 0, &length);
-    std::string text(length + 1, '\0');
-    EngGetDocumentText(db, id, text.data(), text.size(), &length);
-    text.resize(length);
-    texts.push_back(text);
-    EXPECT_EQ(EngGetAttachmentCount(db, id), 0u) << "imported, not attached";
-  }
-  EngCloseDatabase(db);
-  ASSERT_EQ(texts.size(), 2u);
-  EXPECT_TRUE(texts[0].ends_with("see attached\r\n ]" + notes_text + page_text)) << texts[0];
-  EXPECT_TRUE(texts[1].ends_with(" ]")) << texts[1];
-  EXPECT_TRUE(fs::is_empty(dir.path() / "tmp" / "KSTmpImp"));
-}
-
 TEST(AttachmentFileNameTest, KeepsOnlyASafeBaseName) {
   EXPECT_EQ(SafeAttachmentFileName("notes.txt"), "notes.txt");
   EXPECT_EQ(SafeAttachmentFileName("/etc/cron.d/job.txt"), "job.txt");

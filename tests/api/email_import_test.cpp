@@ -50,10 +50,6 @@ class EmailImportTest : public ImportFixture {
     return text;
   }
 
-  ImportOutcome Run(const std::vector<std::string>& profiles, uint32_t host_database = 0) {
-    return RunEmailProfiles(profiles, host_database);
-  }
-
   void Append(const std::string& text) { std::ofstream(mailbox_, std::ios::app) << text; }
 
   TempDir config_;
@@ -66,7 +62,7 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
                           Message("two", "Tue, 2 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
 
-  ImportOutcome run = Run({"Work"});
+  ImportOutcome run = RunEmailProfiles({"Work"});
   EXPECT_EQ(run.result, 1u) << run.log;
   EXPECT_EQ(run.documents_added, 2u);
   EXPECT_EQ(run.error, KSIMP_ERR_INTERNAL) << "nothing failed";
@@ -75,7 +71,7 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
       << run.log;
   EXPECT_NE(ProfileText("Work").find("DATE_START=" + Today() + "\n"), std::string::npos);
 
-  run = Run({"Work"});
+  run = RunEmailProfiles({"Work"});
   EXPECT_EQ(run.result, 1u);
   EXPECT_EQ(run.documents_added, 0u);
   EXPECT_NE(run.log.find("\"Work\" Profile - No new messages since last import.\r\n"),
@@ -84,18 +80,18 @@ TEST_F(EmailImportTest, NewMessagesImportsOnlyWhatArrivedSinceTheLastRun) {
 
   // The same day, one more message: that one alone, whatever its date.
   Append(Message("three", "Sun, 31 Dec 2023 23:00:00 +0000"));
-  run = Run({"Work"});
+  run = RunEmailProfiles({"Work"});
   EXPECT_EQ(run.documents_added, 1u) << run.log;
   const std::vector<std::string> documents = Documents();
   ASSERT_EQ(documents.size(), 3u);
   EXPECT_NE(documents[2].find("Text of three."), std::string::npos) << documents[2];
-  EXPECT_EQ(Run({"Work"}).documents_added, 0u);
+  EXPECT_EQ(RunEmailProfiles({"Work"}).documents_added, 0u);
 }
 
 TEST_F(EmailImportTest, RewrittenMailboxFallsBackToTheStartDate) {
   WriteFile(mailbox_, Message("old", "Mon, 1 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Work", "TYPE_MSG=0\n"), 0u);
-  ASSERT_EQ(Run({"Work"}).documents_added, 1u);
+  ASSERT_EQ(RunEmailProfiles({"Work"}).documents_added, 1u);
 
   // Compacted by the mail program: a new file, the old message and one of
   // today.  Only messages dated on or after the start date are new.
@@ -107,7 +103,7 @@ TEST_F(EmailImportTest, RewrittenMailboxFallsBackToTheStartDate) {
   WriteFile(dir_, "compacted",
             Message("old", "Mon, 1 Jan 2024 10:00:00 +0000") + Message("today", today));
   std::filesystem::rename(dir_.file("compacted"), mailbox_);
-  const ImportOutcome run = Run({"Work"});
+  const ImportOutcome run = RunEmailProfiles({"Work"});
   EXPECT_EQ(run.documents_added, 1u) << run.log;
   EXPECT_NE(Documents().back().find("Text of today."), std::string::npos);
 }
@@ -118,7 +114,7 @@ TEST_F(EmailImportTest, FailedRunLeavesTheStartDateAsItWas) {
   ASSERT_EQ(SaveProfile("Lost", "TYPE_MSG=0\nDATE_START=01/02/2020\n", missing), 0u);
   const std::string before = ProfileText("Lost");
 
-  const ImportOutcome run = Run({"Lost"});
+  const ImportOutcome run = RunEmailProfiles({"Lost"});
   EXPECT_EQ(run.result, 0u);
   EXPECT_EQ(run.documents_added, 0u);
   EXPECT_EQ(run.error, KSIMP_ERR_OPEN_DATABASE);
@@ -138,7 +134,7 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
                 "TYPE=1401\nNAME=Server\nNAME_KESTRO=/x.kst\nMAILROOT=/mail\nALL=Yes\n", 0),
             0u);
 
-  const ImportOutcome run = Run({"Broken", "Server", "Fine"});
+  const ImportOutcome run = RunEmailProfiles({"Broken", "Server", "Fine"});
   EXPECT_EQ(run.result, 0u);
   EXPECT_EQ(run.documents_added, 2u) << "Broken reads its one mailbox that exists, Fine reads it again";
   EXPECT_EQ(run.error, KSIMP_ERR_OPEN_FILE) << "the first error recorded";
@@ -158,7 +154,7 @@ TEST_F(EmailImportTest, ProfileNamingTheHostsDatabaseUsesItsHandle) {
   const uint32_t db =
       EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
   ASSERT_NE(db, 0u);
-  const ImportOutcome run = Run({"Work"}, db);
+  const ImportOutcome run = RunEmailProfiles({"Work"}, db);
   EXPECT_EQ(run.documents_added, 1u) << run.log;
   EXPECT_EQ(EngCountDocuments(db, KSENG_WALK_DOCUMENTS), 1u) << "the host's handle stays open";
   EXPECT_NE(EngCloseDatabase(db), 0);
@@ -169,7 +165,7 @@ TEST_F(EmailImportTest, ProfileNamingTheHostsDatabaseUsesItsHandle) {
 TEST_F(EmailImportTest, NothingInTheDateRangeIsSaidSo) {
   WriteFile(mailbox_, Message("one", "Mon, 1 Jan 2024 10:00:00 +0000"));
   ASSERT_EQ(SaveProfile("Range", "TYPE_MSG=1\nDATE_START=03/01/2024\nDATE_END=03/31/2024\n"), 0u);
-  const ImportOutcome run = Run({"Range"});
+  const ImportOutcome run = RunEmailProfiles({"Range"});
   EXPECT_EQ(run.result, 1u);
   EXPECT_EQ(run.documents_added, 0u);
   EXPECT_NE(run.log.find("\"Range\" Profile - There are no messages in the selected date range."),

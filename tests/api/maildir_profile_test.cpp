@@ -45,13 +45,6 @@ class MaildirProfileTest : public ImportFixture {
     return file;
   }
 
-  size_t CountOf(const std::string& subject) const {
-    size_t found = 0;
-    for (const std::string& document : Documents()) {
-      if (document.find("Subject[ " + subject + " ]") != std::string::npos) ++found;
-    }
-    return found;
-  }
 
   TempDir config_;
   ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};

@@ -102,6 +102,20 @@ TEST(MessageTexts, EveryCodeHasItsExactText) {
        "into Kestro 5, you need to choose FILE -> OPEN and open it in Kestro 5. This will "
        "convert the file to Kestro 5 format."},
       {14085, "The password you have entered is invalid, please try again."},
+      // The link-or-attach import.
+      {14046, "Any File - Link or Attach Only (*.*)"},
+      {14047,
+       "All other file types.  Allows importing of the file(s) as attachments or provide a "
+       "hypertext link to the file(s)"},
+      {14048, "File%c %s]"},
+      {14052,
+       "This option lets you save the original file you import as an attachment to your Kestro "
+       "document."},
+      {14094, "&Do not save file as an attachment"},
+      {14096, "&Save original file as an attachment"},
+      {14099, "File%c"},
+      {14102, "Normal"},
+      {14109, "Import Attachments into Document"},
   };
   for (const auto& [code, text] : golden) EXPECT_EQ(TextOf(code), text) << "code " << code;
 }

@@ -35,6 +35,9 @@ struct QueuedFile {
   int32_t full_header = 0;
   int32_t save_attachments = 0;
   int32_t delete_after = 0;  // 1: delete it after its import, inside the temp import folder
+  int32_t import_attachments = 0;  // 1: attachments end their message's document
+  std::string message_date_from;   // mail: the first day sent
+  std::string folder;              // mail stores: the folder to import (empty: every one)
 };
 
 // A document as the engine keeps it, with the fields of an entry.
@@ -62,11 +65,18 @@ struct AbortedImport {
   uint32_t highest_bytes = 0;
 };
 
+struct StoredAttachment {
+  std::string name;
+  uint32_t kind = 0;
+  std::string content;
+};
+
 struct ImportOutcome {
   uint32_t handle = 0;
   uint32_t result = 0;
   uint32_t documents_added = 0;
   uint32_t error = 0;  // KSIMP_GetLastImportError after the run
+  uint32_t total_bytes = 0;  // the size of the queue, as the host is told before the run
   std::string log;
 };
 
@@ -100,9 +110,10 @@ class ImportFixture : public ::testing::Test {
         handle, f.path.c_str(), f.type, f.location, f.entry_form.empty() ? 0 : 1,
         f.entry_form.c_str(), f.named_document.empty() ? 0 : 1, f.named_document.c_str(),
         f.delimiter_flags, f.delimiter_lines, f.delimiter_string.c_str(), f.origin_ansi, 0,
-        f.date_from.c_str(), 0, f.use_stored_settings, nullptr, f.full_header, nullptr,
-        f.save_attachments, nullptr, nullptr, f.delete_after, 0, nullptr, nullptr, nullptr, nullptr,
-        nullptr, nullptr, nullptr, 0, 0);
+        f.date_from.c_str(), 0, f.use_stored_settings, nullptr, f.full_header,
+        f.message_date_from.c_str(), f.save_attachments, nullptr, nullptr, f.delete_after,
+        f.import_attachments, nullptr, nullptr, nullptr, f.folder.c_str(), nullptr, nullptr,
+        nullptr, 0, 0);
   }
 
   // Queues every file on a new handle of the database and runs the import.
@@ -117,6 +128,7 @@ class ImportFixture : public ::testing::Test {
       if (before_queuing) before_queuing(outcome.handle, n);
       EXPECT_EQ(Queue(outcome.handle, files[n]), 1u) << files[n].path;
     }
+    outcome.total_bytes = KSIMP_GetTotalBytes(outcome.handle);
     return Run(outcome);
   }
 
@@ -140,7 +152,7 @@ class ImportFixture : public ::testing::Test {
   static ImportOutcome Run(ImportOutcome queued) {
     queued.result = KSIMP_Import(queued.handle, 0, 0, nullptr, &queued.documents_added);
     queued.error = KSIMP_GetLastImportError(queued.handle);
-    std::vector<char> log(1 << 16);
+    std::vector<char> log(1 << 20);
     if (KSIMP_GetLogData(queued.handle, log.data(), static_cast<int32_t>(log.size())) != 0) {
       queued.log = log.data();
     }
@@ -214,6 +226,43 @@ class ImportFixture : public ::testing::Test {
     std::vector<std::string> texts;
     ForEachDocument([&](uint32_t db, uint64_t id) { texts.push_back(TextOf(db, id)); });
     return texts;
+  }
+
+  // The subject of each document, in database order ("" for one without).
+  std::vector<std::string> Subjects() const {
+    std::vector<std::string> subjects;
+    for (const std::string& document : Documents()) {
+      const size_t at = document.find("Subject[ ");
+      subjects.push_back(at == std::string::npos
+                             ? ""
+                             : document.substr(at + 9, document.find(" ]", at) - at - 9));
+    }
+    return subjects;
+  }
+
+  // How many documents have this subject.
+  size_t CountOf(const std::string& subject) const {
+    const std::vector<std::string> subjects = Subjects();
+    return static_cast<size_t>(std::count(subjects.begin(), subjects.end(), subject));
+  }
+
+  // Every document's attachments, in database order.
+  std::vector<StoredAttachment> Attachments() const {
+    std::vector<StoredAttachment> found;
+    ForEachDocument([&](uint32_t db, uint64_t id) {
+      for (uint32_t i = 0; i < EngGetAttachmentCount(db, id); ++i) {
+        StoredAttachment& a = found.emplace_back();
+        char name[1024] = {};
+        uint64_t size = 0;
+        EXPECT_EQ(EngGetAttachmentInfo(db, id, i, name, sizeof name, &a.kind, &size), 1);
+        a.name = name;
+        a.content.resize(size);
+        if (size > 0) {
+          EXPECT_EQ(EngReadAttachment(db, id, i, a.content.data(), size), 1);
+        }
+      }
+    });
+    return found;
   }
 
   // Every document in database order, with the form and fields of entries.

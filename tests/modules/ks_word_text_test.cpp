@@ -6,20 +6,17 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
-#include <iterator>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <memory>
+#include <iterator>
+#include <map>
 #include <regex>
-#include <sstream>
 
 #include "converted_copy_file.h"
 #include "core/scoped_env.h"
 #include "docx_document.h"
 #include "doc_file.h"
 #include "formats/stream_bytes.h"
+#include "modules/tool_output.h"
 #include "temp_dir.h"
 #include "word_binary_text.h"
 #include "word_converter.h"
@@ -267,23 +264,10 @@ TEST(ConvertedCopyFile, IsPrivateAndInTheTemporaryImportFolder) {
 
 // ---- Compared with other readers -------------------------------------------
 
-std::string OutputOf(const std::string& command) {
-  std::string out;
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  if (!pipe) return out;
-  std::array<char, 4096> buffer;
-  size_t n;
-  while ((n = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0) out.append(buffer.data(), n);
-  return out;
-}
-
 // The words of a text, a non-breaking blank counting as a blank (antiword
 // writes one where the document has one; we write a plain blank).
-std::vector<std::string> Words(const std::string& text) {
-  std::istringstream in(std::regex_replace(text, std::regex("\xC2\xA0"), " "));
-  std::vector<std::string> words;
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
+std::vector<std::string> WordsOf(const std::string& text) {
+  return Words(std::regex_replace(text, std::regex("\xC2\xA0"), " "));
 }
 
 // What antiword adds to a document's words: table borders, note numbers
@@ -327,7 +311,7 @@ void ExpectSameWords(const std::vector<std::string>& reference, const std::vecto
 TEST(WordCorpus, TextAgreesWithAntiwordAndCatdoc) {
   const fs::path corpus = fs::path(KS_SHARED_DIR) / "corpus" / "doc";
   if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus";
-  if (OutputOf("command -v antiword catdoc").empty()) GTEST_SKIP() << "antiword or catdoc is not installed";
+  if (!HaveTool("antiword") || !HaveTool("catdoc")) GTEST_SKIP() << "antiword or catdoc is not installed";
   // Which reader each file is compared with.  antiword refuses Word 6/95
   // and fast-saved files ("too small") and lays nested or wrapped table
   // cells out in its own order; catdoc prints headers (which we leave
@@ -347,11 +331,11 @@ TEST(WordCorpus, TextAgreesWithAntiwordAndCatdoc) {
   };
   for (const auto& [name, reader] : reference) {
     const std::string path = (corpus / name).string();
-    const std::vector<std::string> ours = Words(ks::word::ReadWordFileText(path));
+    const std::vector<std::string> ours = WordsOf(ks::word::ReadWordFileText(path));
     if (reader == "antiword") {
-      ExpectSameWords(Words(WithoutAntiwordLayout(OutputOf("antiword -w 0 '" + path + "' 2>/dev/null"))), ours, name);
+      ExpectSameWords(WordsOf(WithoutAntiwordLayout(RunTool("antiword", "-w 0", path).output)), ours, name);
     } else {
-      ExpectSameWords(Words(WithoutCatdocExtras(OutputOf("catdoc -w '" + path + "' 2>/dev/null"))), ours, name);
+      ExpectSameWords(WordsOf(WithoutCatdocExtras(RunTool("catdoc", "-w", path).output)), ours, name);
     }
   }
 }
@@ -362,11 +346,11 @@ TEST(WordCorpus, FormLaidOutInTablesHasAntiwordsWords) {
   // collection, with the blank taken out.
   const fs::path path = fs::path(KS_SHARED_DIR) / "corpus" / "doc" / "wx-test07-form.doc";
   if (!fs::exists(path)) GTEST_SKIP() << "no corpus";
-  if (OutputOf("command -v antiword").empty()) GTEST_SKIP() << "antiword is not installed";
-  std::string theirs = WithoutAntiwordLayout(OutputOf("antiword -w 0 '" + path.string() + "' 2>/dev/null"));
+  if (!HaveTool("antiword")) GTEST_SKIP() << "antiword is not installed";
+  std::string theirs = WithoutAntiwordLayout(RunTool("antiword", "-w 0", path.string()).output);
   theirs = std::regex_replace(theirs, std::regex(" :"), ":");
-  std::vector<std::string> a = Words(theirs);
-  std::vector<std::string> b = Words(ks::word::ReadWordFileText(path.string()));
+  std::vector<std::string> a = WordsOf(theirs);
+  std::vector<std::string> b = WordsOf(ks::word::ReadWordFileText(path.string()));
   std::sort(a.begin(), a.end());
   std::sort(b.begin(), b.end());
   std::vector<std::string> only_theirs, only_ours;

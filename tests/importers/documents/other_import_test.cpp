@@ -25,37 +25,12 @@ namespace {
 using ks::documents::Hyphens;
 using ks::documents::RichText;
 
-struct StoredAttachment {
-  std::string name;
-  uint32_t kind = 0;
-  std::string content;
-};
-
 class OtherImportTest : public ImportFixture {
  protected:
   QueuedFile AnyFile(const std::string& name, const std::string& content, bool attach = false) {
     QueuedFile file{WriteFile(dir_, name, content), KSIMP_TYPE_ANY_FILE};
     file.save_attachments = attach ? 1 : 0;
     return file;
-  }
-
-  std::vector<StoredAttachment> Attachments() const {
-    std::vector<StoredAttachment> found;
-    ForEachDocument([&](uint32_t db, uint64_t id) {
-      for (uint32_t i = 0; i < EngGetAttachmentCount(db, id); ++i) {
-        StoredAttachment a;
-        char name[1024] = {};
-        uint64_t size = 0;
-        EXPECT_EQ(EngGetAttachmentInfo(db, id, i, name, sizeof name, &a.kind, &size), 1);
-        a.name = name;
-        a.content.resize(size);
-        if (size > 0) {
-          EXPECT_EQ(EngReadAttachment(db, id, i, a.content.data(), size), 1);
-        }
-        found.push_back(a);
-      }
-    });
-    return found;
   }
 
   // Sets a display setting of the database behind the engine's back.
@@ -235,29 +210,6 @@ TEST(RichTextHeader, FontsTheMachineLacksCarryTheirStandIn) {
   EXPECT_NE(header.find("{\\s0\\f0\\fs24\\cf1\\sb0\\sa0\\sl0 Normal;}"), std::string::npos);
   EXPECT_NE(header.find("\\paperw12240\\margl1440\\margr1440\\margt1440\\margb1440\\deftab720"),
             std::string::npos);
-}
-
-TEST(MessageTexts, TheLinkOrAttachTextsAreKept) {
-  const std::vector<std::pair<uint32_t, std::string>> texts = {
-      {14046, "Any File - Link or Attach Only (*.*)"},
-      {14047,
-       "All other file types.  Allows importing of the file(s) as attachments or provide a "
-       "hypertext link to the file(s)"},
-      {14048, "File%c %s]"},
-      {14052,
-       "This option lets you save the original file you import as an attachment to your Kestro "
-       "document."},
-      {14094, "&Do not save file as an attachment"},
-      {14096, "&Save original file as an attachment"},
-      {14099, "File%c"},
-      {14102, "Normal"},
-      {14109, "Import Attachments into Document"},
-  };
-  for (const auto& [code, text] : texts) {
-    char buffer[512] = {};
-    ASSERT_EQ(KSIMP_ImportErrorToString(code, buffer, sizeof buffer), 1u) << code;
-    EXPECT_EQ(std::string(buffer), text) << code;
-  }
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "api/write_file.h"
 #include "importers/mail/dbx_test_file.h"
 #include "importers/mail/dbx_file_header.h"
 
@@ -54,11 +55,6 @@ std::string Text(size_t number, size_t length) {
   while (text.size() < length) text += static_cast<char>('a' + text.size() % 26);
   text.resize(std::max(length, size_t{1}));
   return text;
-}
-
-std::string ReadCorpusFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 std::filesystem::path CorpusDbx(const std::string& name) {
@@ -318,7 +314,7 @@ TEST(DbxCorpusTest, EveryFolderGivesTheMessagesItIsKnownToHold) {
                                   {"oe6-store/Outbox.dbx", 0}};
   if (!std::filesystem::exists(CorpusDbx(folders[0].name))) GTEST_SKIP() << "no shared corpus";
   for (const CorpusFolder& folder : folders) {
-    const std::string file = ReadCorpusFile(CorpusDbx(folder.name));
+    const std::string file = ReadFile(CorpusDbx(folder.name));
     EXPECT_EQ(ReadDbxFileHeader(file).message_count, folder.messages) << folder.name;
     const ReadFolder read = Read(file);
     EXPECT_FALSE(read.index_problem) << folder.name;
@@ -336,8 +332,8 @@ TEST(DbxCorpusTest, EveryFolderGivesTheMessagesItIsKnownToHold) {
 
 TEST(DbxCorpusTest, TheFolderListAndOtherDatabasesHoldNoMessages) {
   if (!std::filesystem::exists(CorpusDbx("oe6-store/Folders.dbx"))) GTEST_SKIP() << "no corpus";
-  const std::string folders = ReadCorpusFile(CorpusDbx("oe6-store/Folders.dbx"));
-  const std::string offline = ReadCorpusFile(CorpusDbx("oe6-store/Offline.dbx"));
+  const std::string folders = ReadFile(CorpusDbx("oe6-store/Folders.dbx"));
+  const std::string offline = ReadFile(CorpusDbx("oe6-store/Offline.dbx"));
   EXPECT_EQ(ReadDbxFileHeader(folders).kind, DbxFileKind::kFolderList);
   EXPECT_EQ(ReadDbxFileHeader(offline).kind, DbxFileKind::kOtherDatabase);
   EXPECT_TRUE(Read(folders).messages.empty());
@@ -351,13 +347,13 @@ TEST(DbxCorpusTest, SubjectsOfTheIndexAgreeWithTheMessages) {
       {"oe6-store/Inbox.dbx", "Welcome to Outlook Express 6"}};
   if (!std::filesystem::exists(CorpusDbx("perl-test.dbx"))) GTEST_SKIP() << "no shared corpus";
   for (const auto& [name, subject] : subjects) {
-    const ReadFolder read = Read(ReadCorpusFile(CorpusDbx(name)));
+    const ReadFolder read = Read(ReadFile(CorpusDbx(name)));
     ASSERT_EQ(read.messages.size(), 1u) << name;
     EXPECT_EQ(read.messages[0].subject, subject) << name;
     EXPECT_NE(read.messages[0].raw_text.find("\r\nSubject: " + subject + "\r\n"), std::string::npos)
         << name;
   }
-  const ReadFolder iped = Read(ReadCorpusFile(CorpusDbx("iped-test_OutlookDBX.dbx")));
+  const ReadFolder iped = Read(ReadFile(CorpusDbx("iped-test_OutlookDBX.dbx")));
   EXPECT_EQ(std::count_if(iped.messages.begin(), iped.messages.end(),
                           [](const auto& m) { return m.subject.empty(); }),
             2);

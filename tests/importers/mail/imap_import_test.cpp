@@ -123,12 +123,8 @@ class ImapImportTest : public ImportFixture {
 
   // The subjects of the documents stored, sorted.
   std::vector<std::string> StoredSubjects() const {
-    std::vector<std::string> subjects;
-    for (const std::string& text : Documents()) {
-      const size_t at = text.find("Subject[ ");
-      if (at == std::string::npos) continue;
-      subjects.push_back(text.substr(at + 9, text.find(" ]", at) - at - 9));
-    }
+    std::vector<std::string> subjects = Subjects();
+    std::erase(subjects, "");
     std::sort(subjects.begin(), subjects.end());
     return subjects;
   }
@@ -304,13 +300,9 @@ TEST_F(ImapImportTest, AServerThatNeverAnswersTimesOut) {
 class ImapProfileTest : public ImapImportTest {
  protected:
   std::pair<uint32_t, std::string> RunProfile(const std::string& name) {
-    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, name.c_str()), 1u);
-    uint32_t added = 0;
-    const uint32_t result = KSIMP_Import(handle, 0, 0, nullptr, &added);
-    const std::string log = LogOf(handle);
-    EXPECT_EQ(result, 1u) << log;
-    return {added, log};
+    const ImportOutcome run = RunEmailProfiles({name});
+    EXPECT_EQ(run.result, 1u) << run.log;
+    return {run.documents_added, run.log};
   }
 
   std::string ServerProfile(const std::string& name, const std::string& user,
@@ -371,10 +363,9 @@ TEST_F(ImapProfileTest, ARunCutShortIsResumedAfterTheMessagesItTook) {
   ASSERT_EQ(KSIMP_SaveEmailProfile(
                 ServerProfile("Cut", "ann", "MAILBOX=INBOX\n", "secret", relay.port()).c_str(), 0),
             0u);
-  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Cut"), 1u);
-  uint32_t first = 0;
-  EXPECT_EQ(KSIMP_Import(handle, 0, 0, nullptr, &first), 0u);
+  const ImportOutcome cut = RunEmailProfiles({"Cut"});
+  EXPECT_EQ(cut.result, 0u);
+  const uint32_t first = cut.documents_added;
   EXPECT_EQ(relay.cuts(), 1);
   EXPECT_GT(first, 0u);
   EXPECT_LT(first, static_cast<uint32_t>(kManyMessages));

@@ -14,18 +14,18 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "api/write_file.h"
 #include "temp_dir.h"
 #include "core/charset_converter.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mailbox_reader.h"
+#include "modules/tool_output.h"
 
 namespace {
 
@@ -174,17 +174,8 @@ std::string FromHex(const std::string& hex) {
 // `mailbox` read as a mailbox, or as one message when `single` is set.
 Mailbox ReadByPython(const fs::path& script, const fs::path& mailbox, bool single) {
   Mailbox result;
-  const std::string command = std::string(kPython) + " '" + script.string() + "' '" +
-                              mailbox.string() + "' " + (single ? "message" : "mbox");
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  if (!pipe) {
-    result.error = "popen failed";
-    return result;
-  }
-  std::string output;
-  char buffer[65536];
-  for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) output.append(buffer, got);
-  std::istringstream lines(output);
+  const std::string mode = single ? "message" : "mbox";
+  std::istringstream lines(RunTool(kPython, "'" + script.string() + "'", mailbox.string(), mode).output);
   std::string line;
   while (std::getline(lines, line)) {
     if (line.starts_with("E\t")) result.error = line.substr(2);
@@ -195,13 +186,6 @@ Mailbox ReadByPython(const fs::path& script, const fs::path& mailbox, bool singl
   return result;
 }
 
-std::string FileText(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
-
 Composed Compose(std::string raw, std::string separator_line = {}) {
   CEudoraMessage message;
   message.SetSeparatorLine(std::move(separator_line));
@@ -210,7 +194,7 @@ Composed Compose(std::string raw, std::string separator_line = {}) {
 }
 
 Mailbox ReadByUs(const fs::path& path, MailboxReader::Mode mode) {
-  MailboxReader reader(FileText(path), mode);
+  MailboxReader reader(ReadFile(path), mode);
   Mailbox result;
   while (const std::optional<MailboxReader::Message> found = reader.Next()) {
     result.messages.push_back(
@@ -352,7 +336,7 @@ TEST_F(MailCorpus, SingleMessagesGiveTheTextPythonGives) {
     // first, then the message with CR LF line ends.
     Mailbox ours;
     ours.messages.push_back(Compose(" Mon Jan 01 00:00:00 2024\r\n" +
-                                    MailboxReader::WithCrLfLineEnds(FileText(entry.path()))));
+                                    MailboxReader::WithCrLfLineEnds(ReadFile(entry.path()))));
     Compare(entry.path().filename().string(), ours, ReadByPython(script_, entry.path(), true));
   }
 }

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "core/scoped_env.h"
 #include "importers/import_fixture.h"
 
 namespace {
@@ -121,22 +124,53 @@ TEST_F(MailboxImport, NamedAttachmentFilesAreSavedAndMissingOnesLogged) {
   EXPECT_EQ(outcome.log,
             "Could not open attachment file \"" + missing + "\" for message \"Files\"\r\n");
 
-  const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ);
-  const uint64_t id = EngFirstDocument(db, KSENG_WALK_DOCUMENTS);
-  ASSERT_EQ(EngGetAttachmentCount(db, id), 1u);
-  char name[256] = {};
-  uint32_t kind = 0;
-  uint64_t size = 0;
-  ASSERT_EQ(EngGetAttachmentInfo(db, id, 0, name, sizeof name, &kind, &size), 1);
-  EXPECT_STREQ(name, "report.txt");
-  std::string content(size, '\0');
-  EXPECT_EQ(EngReadAttachment(db, id, 0, content.data(), size), 1);
-  EXPECT_EQ(content, "report bytes");
-  EngCloseDatabase(db);
+  const std::vector<StoredAttachment> attached = Attachments();
+  ASSERT_EQ(attached.size(), 1u);
+  EXPECT_EQ(attached[0].name, "report.txt");
+  EXPECT_EQ(attached[0].content, "report bytes");
 
   // Without the option nothing is read or attached.
   file.save_attachments = 0;
   EXPECT_EQ(Import({file}).log, "");
+}
+
+class AttachmentMailboxImportTest : public ImportFixture {
+ protected:
+  ScopedEnv tmpdir_{"TMPDIR", dir_.file("tmp")};
+};
+
+// Through the exported interface, as a host asks for it (argument 24), from
+// a real Eudora mailbox whose messages name attachment files saved in the
+// mailbox's own folder: each attachment ends its message's document.
+TEST_F(AttachmentMailboxImportTest, AMailboxImportAppendsEachAttachmentToItsMessage) {
+  std::filesystem::create_directories(dir_.path() / "tmp");
+  const std::string notes_text = "Notes of the meeting\r\n";
+  const std::string page_text = "<p>The page</p>\r\n";
+  const std::string notes = WriteFile(dir_, "Mail/Attach/notes.txt", notes_text);
+  const std::string page = WriteFile(dir_, "Mail/Attach/page.html", page_text);
+  const std::string other = WriteFile(dir_, "Mail/Attach/sheet.xyz", "cells");
+  QueuedFile mailbox(
+      WriteFile(dir_, "Mail/In.mbx",
+                "From ???@??? Tue Jun 01 12:00:00 2004\r\nSubject: Files\r\nX-Attachments: " +
+                    notes + "," + page + "\r\n\r\nsee attached\r\n" +
+                    "From ???@??? Wed Jun 02 12:00:00 2004\r\nSubject: Sheet\r\n\r\n"
+                    "Attachment Converted: \"" +
+                    other + "\"\r\n"),
+      KSIMP_TYPE_EUDORA);
+  mailbox.import_attachments = 1;
+
+  const ImportOutcome outcome = Import({mailbox});
+  EXPECT_EQ(outcome.result, 1u);
+  EXPECT_EQ(outcome.documents_added, 2u);
+  EXPECT_EQ(outcome.log,
+            "The attachment \"sheet.xyz\" was not imported into its message's document: no "
+            "importer reads files of its type.\r\n");
+  EXPECT_TRUE(Attachments().empty()) << "imported, not attached";
+  const std::vector<std::string> texts = Documents();
+  ASSERT_EQ(texts.size(), 2u);
+  EXPECT_TRUE(texts[0].ends_with("see attached\r\n ]" + notes_text + page_text)) << texts[0];
+  EXPECT_TRUE(texts[1].ends_with(" ]")) << texts[1];
+  EXPECT_TRUE(std::filesystem::is_empty(dir_.path() / "tmp" / "KSTmpImp"));
 }
 
 }  // namespace

@@ -18,12 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct ProfileRun {
-  uint32_t result = 0;
-  uint32_t added = 0;
-  std::string log;
-};
-
 std::string Note(const std::string& subject, const std::string& date = "Mon, 10 Feb 2025") {
   return "From: someone@example.com\r\nSubject: " + subject + "\r\nDate: " + date +
          " 16:26:25 -0300\r\n\r\nText of " + subject + ".\r\n";
@@ -50,24 +44,12 @@ class OutlookExpressProfileTest : public ImportFixture {
     return KSIMP_SaveEmailProfile(text.c_str(), 0);
   }
 
-  ProfileRun Run(const std::string& profile) {
-    ProfileRun run;
-    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-    EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, profile.c_str()), 1u);
-    run.result = KSIMP_Import(handle, 0, 0, nullptr, &run.added);
-    char log[16384] = {};
-    if (KSIMP_GetLogData(handle, log, sizeof log) != 0) run.log = log;
+  ImportOutcome Run(const std::string& profile) {
+    const ImportOutcome run = RunEmailProfiles({profile});
     EXPECT_EQ(run.result, 1u) << run.log;
     return run;
   }
 
-  size_t CountOf(const std::string& subject) const {
-    size_t found = 0;
-    for (const std::string& document : Documents()) {
-      if (document.find("Subject[ " + subject + " ]") != std::string::npos) ++found;
-    }
-    return found;
-  }
 
   TempDir config_;
   ScopedEnv config_env_{"KESTRO_CONFIG_DIR", config_.path().string()};
@@ -79,11 +61,11 @@ TEST_F(OutlookExpressProfileTest, NewMessagesOfAStoreAreImportedOnce) {
   WriteFolder("Sent Items.dbx", DbxTestFile().Add(Note("sent"), "sent"));
   ASSERT_EQ(SaveProfile("Store", "ALL=Yes\n"), 0u);
 
-  ProfileRun run = Run("Store");
-  EXPECT_EQ(run.added, 3u) << run.log;
+  ImportOutcome run = Run("Store");
+  EXPECT_EQ(run.documents_added, 3u) << run.log;
   EXPECT_EQ(run.log.find("Folders.dbx"), std::string::npos) << "the folder list is no mailbox";
   run = Run("Store");
-  EXPECT_EQ(run.added, 0u) << run.log;
+  EXPECT_EQ(run.documents_added, 0u) << run.log;
   EXPECT_NE(run.log.find("\"Store\" Profile - No new messages since last import."),
             std::string::npos)
       << run.log;
@@ -93,11 +75,11 @@ TEST_F(OutlookExpressProfileTest, NewMessagesOfAStoreAreImportedOnce) {
     return DbxTestFile().Add(Note("one"), "one").Add(Note("two"), "two").Add(Note("three"), "three");
   };
   WriteFolder("Inbox.dbx", inbox());
-  EXPECT_EQ(Run("Store").added, 1u);
+  EXPECT_EQ(Run("Store").documents_added, 1u);
   // Compacted: a new file, the same messages under the same numbers.
   fs::remove(store_ / "Inbox.dbx");
   WriteFolder("Inbox.dbx", inbox());
-  EXPECT_EQ(Run("Store").added, 0u);
+  EXPECT_EQ(Run("Store").documents_added, 0u);
   for (const char* subject : {"one", "two", "three", "sent"}) {
     EXPECT_EQ(CountOf(subject), 1u) << subject;
   }
@@ -109,7 +91,7 @@ TEST_F(OutlookExpressProfileTest, NewMessagesOfAStoreAreImportedOnce) {
                                .Add(Note("future", "Fri, 1 Jan 2100"), "future")
                                .Add(Note("four"), "four"));
   run = Run("Store");
-  EXPECT_EQ(run.added, 1u) << run.log;
+  EXPECT_EQ(run.documents_added, 1u) << run.log;
   EXPECT_EQ(CountOf("future"), 1u);
   EXPECT_EQ(CountOf("old") + CountOf("four"), 0u);
 }
@@ -118,7 +100,7 @@ TEST_F(OutlookExpressProfileTest, AProfileOfOneFolderFileReadsThatOneOnly) {
   WriteFolder("Inbox.dbx", DbxTestFile().Add(Note("in"), "in"));
   WriteFolder("Drafts.dbx", DbxTestFile().Add(Note("draft"), "draft"));
   ASSERT_EQ(SaveProfile("Inbox", "MAILBOX=Inbox.dbx\n"), 0u);
-  EXPECT_EQ(Run("Inbox").added, 1u);
+  EXPECT_EQ(Run("Inbox").documents_added, 1u);
   EXPECT_EQ(CountOf("in"), 1u);
   EXPECT_EQ(CountOf("draft"), 0u);
 }

@@ -52,40 +52,14 @@ std::string FieldValue(const std::string& text, const std::string& name) {
 
 class OutlookImport : public ImportFixture {
  protected:
-  struct Queued {
-    Queued(std::string file, std::string folder_path = "", int32_t save = 0,
-           std::string first_day = "")
-        : path(std::move(file)),
-          folder(std::move(folder_path)),
-          save_attachments(save),
-          message_date_from(std::move(first_day)) {}
-
-    std::string path;
-    std::string folder;  // empty: every folder
-    int32_t save_attachments = 0;
-    std::string message_date_from;
-  };
-
-  static uint32_t QueueOutlook(uint32_t handle, const Queued& q) {
-    return KSIMP_AddFileToImport(handle, q.path.c_str(), KSIMP_TYPE_OUTLOOK_FOLDER, 1, 0, nullptr,
-                                 0, nullptr, 0, 0, nullptr, 1, 0, nullptr, 0, 0, nullptr, 0,
-                                 q.message_date_from.c_str(), q.save_attachments, nullptr,
-                                 nullptr, 0, 0, nullptr, nullptr, nullptr, q.folder.c_str(),
-                                 nullptr, nullptr, nullptr, 0, 0);
-  }
-
-  ImportOutcome ImportOutlook(const Queued& q, uint32_t* total = nullptr) {
-    ImportOutcome outcome;
-    outcome.handle = KSIMP_InitImportUsingFileName(database_.c_str());
-    EXPECT_EQ(QueueOutlook(outcome.handle, q), 1u);
-    if (total != nullptr) *total = KSIMP_GetTotalBytes(outcome.handle);
-    outcome.result = KSIMP_Import(outcome.handle, 0, 0, nullptr, &outcome.documents_added);
-    outcome.error = KSIMP_GetLastImportError(outcome.handle);
-    std::vector<char> log(1 << 20);
-    if (KSIMP_GetLogData(outcome.handle, log.data(), static_cast<int32_t>(log.size())) != 0) {
-      outcome.log = log.data();
-    }
-    return outcome;
+  // Imports the Outlook file `path`: the folder named, or every one.
+  ImportOutcome ImportOutlook(const std::string& path, const std::string& folder = "",
+                              int32_t save_attachments = 0, const std::string& first_day = "") {
+    QueuedFile file(path, KSIMP_TYPE_OUTLOOK_FOLDER);
+    file.folder = folder;
+    file.save_attachments = save_attachments;
+    file.message_date_from = first_day;
+    return Import({file});
   }
 
   std::vector<StoredMessage> StoredMessages() const {
@@ -110,7 +84,7 @@ TEST_F(OutlookImport, EveryCorpusFileImportsItsMessagesAndLeavesOutOtherItems) {
   if (!fs::is_directory(Corpus("pst"))) GTEST_SKIP() << "no pst corpus";
   for (const auto& entry : fs::directory_iterator(Corpus("pst"))) {
     FreshDatabase();
-    const ImportOutcome outcome = ImportOutlook({entry.path().string()});
+    const ImportOutcome outcome = ImportOutlook(entry.path().string());
     EXPECT_EQ(outcome.result, 1u) << entry.path() << "\n" << outcome.log;
     EXPECT_EQ(outcome.error, KSIMP_ERR_INTERNAL) << entry.path() << "\n" << outcome.log;
     EXPECT_EQ(outcome.documents_added, Documents().size()) << entry.path();
@@ -118,7 +92,7 @@ TEST_F(OutlookImport, EveryCorpusFileImportsItsMessagesAndLeavesOutOtherItems) {
   FreshDatabase();
   const std::string sample = CorpusFile("iped-test_sample.pst");
   NEED_CORPUS_FILE(sample);
-  const ImportOutcome outcome = ImportOutlook({sample});
+  const ImportOutcome outcome = ImportOutlook(sample);
   EXPECT_EQ(outcome.documents_added, 4u);
   EXPECT_NE(outcome.log.find("not imported, as only messages become documents: 1 contact, "
                              "6 appointments, 2 tasks."),
@@ -129,33 +103,31 @@ TEST_F(OutlookImport, EveryCorpusFileImportsItsMessagesAndLeavesOutOtherItems) {
 TEST_F(OutlookImport, TheQueuedFolderIsTheOneImportedAndSizesTheProgress) {
   const std::string file = CorpusFile("tghanem-user1-password.pst");
   NEED_CORPUS_FILE(file);
-  uint32_t total = 0;
-  ImportOutcome outcome = ImportOutlook({file, "FolderWithSampleMessages"}, &total);
+  ImportOutcome outcome = ImportOutlook(file, "FolderWithSampleMessages");
   EXPECT_EQ(outcome.result, 1u) << outcome.log;
-  EXPECT_EQ(total, 2u) << "the folder's items, not the file's bytes";
+  EXPECT_EQ(outcome.total_bytes, 2u) << "the folder's items, not the file's bytes";
   const std::vector<StoredMessage> picked = StoredMessages();
   ASSERT_EQ(picked.size(), 2u);
   EXPECT_EQ(picked[0].folder, "FolderWithSampleMessages");
 
   // The full path from the file's root names the same folder.
   FreshDatabase();
-  outcome = ImportOutlook({file, "Top of Outlook data file/FolderWithSampleMessages"});
+  outcome = ImportOutlook(file, "Top of Outlook data file/FolderWithSampleMessages");
   EXPECT_EQ(StoredMessages(), picked);
 
   // Without a folder, every one: the total is every item of the file.
   FreshDatabase();
-  outcome = ImportOutlook({file}, &total);
+  outcome = ImportOutlook(file);
   EXPECT_EQ(outcome.documents_added, 6u);
-  EXPECT_GE(total, 6u);
-  EXPECT_LT(total, 100u);
+  EXPECT_GE(outcome.total_bytes, 6u);
+  EXPECT_LT(outcome.total_bytes, 100u);
 }
 
 TEST_F(OutlookImport, AFolderTheFileDoesNotHoldIsAnErrorThatListsItsFolders) {
   const std::string file = CorpusFile("tika-variousBodyTypes.pst");
   NEED_CORPUS_FILE(file);
-  uint32_t total = 0;
-  const ImportOutcome outcome = ImportOutlook({file, "Inbox/Nowhere"}, &total);
-  EXPECT_EQ(total, 2000u) << "a folder that cannot be counted is sized as always";
+  const ImportOutcome outcome = ImportOutlook(file, "Inbox/Nowhere");
+  EXPECT_EQ(outcome.total_bytes, 2000u) << "a folder that cannot be counted is sized as always";
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(outcome.error, error_code::kCannotOpenFile);
   EXPECT_EQ(outcome.documents_added, 0u);
@@ -167,66 +139,53 @@ TEST_F(OutlookImport, AFolderTheFileDoesNotHoldIsAnErrorThatListsItsFolders) {
 TEST_F(OutlookImport, SavedAttachmentsAreLoggedAndAttachedUnderTheirOwnName) {
   const std::string file = CorpusFile("pstsdk-submessage.pst");
   NEED_CORPUS_FILE(file);
-  const ImportOutcome outcome = ImportOutlook({file, "", 1});
+  const ImportOutcome outcome = ImportOutlook(file, "", 1);
   EXPECT_EQ(outcome.result, 1u) << outcome.log;
   EXPECT_NE(outcome.log.find("Opened attachment file \"This is an embedded message.txt\" for "
                              "message \"This is a message which has an embedded message "
                              "attached\"\r\n"),
             std::string::npos)
       << outcome.log;
-  size_t attachments = 0;
-  ForEachDocument([&](uint32_t db, uint64_t id) {
-    attachments += EngGetAttachmentCount(db, id);
-    char name[256] = {};
-    uint64_t size = 0;
-    ASSERT_EQ(EngGetAttachmentInfo(db, id, 0, name, sizeof name, nullptr, &size), 1);
-    EXPECT_STREQ(name, "This is an embedded message.txt");
-    std::string content(size, '\0');
-    ASSERT_EQ(EngReadAttachment(db, id, 0, content.data(), size), 1);
-    // The attached message is kept as the document it would have made.
-    EXPECT_NE(content.find("Subject[ This is an embedded message ]"), std::string::npos)
-        << content;
-  });
-  EXPECT_EQ(attachments, 1u);
+  const std::vector<StoredAttachment> attached = Attachments();
+  ASSERT_EQ(attached.size(), 1u);
+  EXPECT_EQ(attached[0].name, "This is an embedded message.txt");
+  // The attached message is kept as the document it would have made.
+  EXPECT_NE(attached[0].content.find("Subject[ This is an embedded message ]"), std::string::npos)
+      << attached[0].content;
 
   // Without the option nothing is read or logged.
   FreshDatabase();
-  EXPECT_EQ(ImportOutlook({file}).log.find("Opened attachment file"), std::string::npos);
+  EXPECT_EQ(ImportOutlook(file).log.find("Opened attachment file"), std::string::npos);
 }
 
 TEST_F(OutlookImport, TheDateRangesSelectByTheDayTheMessageWasSent) {
   const std::string file = CorpusFile("tika-variousBodyTypes.pst");
   NEED_CORPUS_FILE(file);
-  ImportOutcome outcome = ImportOutlook({file, "", 0, "08/31/2017"});
+  ImportOutcome outcome = ImportOutlook(file, "", 0, "08/31/2017");
   EXPECT_EQ(outcome.documents_added, 0u);
   EXPECT_NE(outcome.log.find("4 messages outside the date range were skipped"), std::string::npos)
       << outcome.log;
   FreshDatabase();
-  outcome = ImportOutlook({file, "", 0, "08/30/2017"});
+  outcome = ImportOutlook(file, "", 0, "08/30/2017");
   EXPECT_EQ(outcome.documents_added, 4u);
 }
 
 TEST_F(OutlookImport, AFileThatIsNoOutlookFileIsTheWrongType) {
   const ImportOutcome outcome =
-      ImportOutlook({WriteFile(dir_, "notes.pst", std::string(2048, 'x'))});
+      ImportOutlook(WriteFile(dir_, "notes.pst", std::string(2048, 'x')));
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(outcome.error, error_code::kWrongFileType);
   EXPECT_NE(outcome.log.find("it is no Outlook personal folders file"), std::string::npos)
       << outcome.log;
 }
 
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 TEST_F(OutlookImport, DamagedFilesGiveANumberedErrorAndKeepWhatCouldBeRead) {
   const std::string file = CorpusFile("aspose-passwordprotected.pst");
   NEED_CORPUS_FILE(file);
-  const std::string whole = ReadAll(file);
+  const std::string whole = ReadFile(file);
 
   // Cut in half: the index at the end is gone.
-  ImportOutcome outcome = ImportOutlook({WriteFile(dir_, "cut.pst", whole.substr(0, whole.size() / 2))});
+  ImportOutcome outcome = ImportOutlook(WriteFile(dir_, "cut.pst", whole.substr(0, whole.size() / 2)));
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(outcome.error, error_code::kEndOfFile);
   EXPECT_NE(outcome.log.find("the file is cut short"), std::string::npos) << outcome.log;
@@ -240,7 +199,7 @@ TEST_F(OutlookImport, DamagedFilesGiveANumberedErrorAndKeepWhatCouldBeRead) {
       broken[i] = static_cast<char>(i * 7919);
     }
     FreshDatabase();
-    outcome = ImportOutlook({WriteFile(dir_, "broken.pst", broken)});
+    outcome = ImportOutlook(WriteFile(dir_, "broken.pst", broken));
     EXPECT_EQ(outcome.documents_added, Documents().size());
     EXPECT_LE(outcome.documents_added, 18u);
     if (outcome.result == 0) {
@@ -296,7 +255,7 @@ TEST_F(OutlookImport, OutlookCorpusAgreesWithPffexport) {
   for (const auto& entry : fs::directory_iterator(Corpus("pst"))) {
     const std::string name = entry.path().filename().string();
     FreshDatabase();
-    ImportOutlook({entry.path().string()});
+    ImportOutlook(entry.path().string());
     std::vector<StoredMessage> ours = StoredMessages();
     std::vector<StoredMessage> theirs = PffexportMessages(entry.path(), dir_.path());
     // Our folder names drop the top of the personal folders; pffexport's
@@ -342,8 +301,7 @@ TEST_F(OutlookProfile, AProfileImportsItsFoldersOfTheFileAndKeepsThemInItsFile) 
   const std::string text = "TYPE=1400\nNAME=Archive\nNAME_KESTRO=" + database_ + "\nMAILROOT=" +
                            file + "\nFOLDER=FolderWithSampleMessages\nFOLDER=FolderWithSingleMessage\n";
   ASSERT_EQ(KSIMP_SaveEmailProfile(text.c_str(), 0), 0u);
-  std::ifstream saved(config_.path() / "profiles" / "Archive.emw");
-  const std::string written((std::istreambuf_iterator<char>(saved)), std::istreambuf_iterator<char>());
+  const std::string written = ReadFile(config_.path() / "profiles" / "Archive.emw");
   // Outlook's list entries are a name and a text.
   EXPECT_NE(written.find("FOLDER=FolderWithSampleMessages,\n"), std::string::npos) << written;
 

@@ -15,11 +15,10 @@
 #include "importers/tables/ado_util.h"
 #include "importers/tables/builtin_drivers.h"
 #include "importers/tables/table_drivers.h"
+#include "importers/tables/table_rows.h"
 
 namespace ks::tables {
 namespace {
-
-using Rows = std::vector<std::vector<std::optional<std::string>>>;
 
 std::string CorpusFile(const std::string& name) { return KS_SHARED_DIR "/corpus/mdb/" + name; }
 
@@ -31,16 +30,7 @@ std::unique_ptr<TableConnection> Connect(const std::string& path) {
 }
 
 Rows ReadAll(TableConnection& connection, const std::string& table) {
-  Rows rows;
-  const auto cursor = connection.OpenTable(table);
-  while (cursor->Next()) {
-    auto& row = rows.emplace_back();
-    for (size_t i = 0; i < cursor->ColumnNames().size(); ++i) {
-      const auto value = cursor->Value(i);
-      row.push_back(value ? std::optional<std::string>(*value) : std::nullopt);
-    }
-  }
-  return rows;
+  return RowsOf(*connection.OpenTable(table));
 }
 
 TableError::Kind ConnectError(const std::string& path) {
@@ -50,12 +40,6 @@ TableError::Kind ConnectError(const std::string& path) {
     return error.kind();
   }
   return TableError::Kind::kOther;
-}
-
-std::string Bytes(std::initializer_list<int> bytes) {
-  std::string out;
-  for (int b : bytes) out += static_cast<char>(b);
-  return out;
 }
 
 TEST(AccessDriver, ListsUserTablesSystemTablesAndSelectQueries) {
@@ -132,8 +116,7 @@ TEST(AccessDriver, RefusesEncryptedDamagedAndMissingFiles) {
 // data page at its end, and the table's page map made unreadable, so that
 // libmdb looks at every page of the file for the table's rows.
 std::string GrownUsersTable(const TempDir& dir, size_t copies) {
-  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  std::string bytes = ReadFile(CorpusFile("fixedTextTestV2000.mdb"));
   constexpr size_t kPage = 4096, kMapPage = 22, kMapRow = 4027, kDataPage = 23;
   bytes[kMapPage * kPage + kMapRow] = 7;  // no map type libmdb knows
   const std::string data = bytes.substr(kDataPage * kPage, kPage);
@@ -165,8 +148,7 @@ TEST(AccessDriver, ATableWithoutAPageMapIsDamaged) {
   // The users table's definition (page 21) names its page map by a row
   // its map page does not have: libmdb leaves the map null and then reads
   // through it when looking for rows (found by the fuzz target).
-  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  std::string bytes = ReadFile(CorpusFile("fixedTextTestV2000.mdb"));
   bytes[21 * 4096 + 55] = static_cast<char>(0xF0);
   TempDir dir;
   std::ofstream(dir.file("nomap.mdb"), std::ios::binary) << bytes;
@@ -192,8 +174,7 @@ TEST_F(AccessImport, RowsBecomeDocumentsAndRefusalsGiveTheirErrors) {
   EXPECT_EQ(locked.error, 11026u) << locked.log;
 
   // The one user table renamed into the system tables' names.
-  std::ifstream source(CorpusFile("fixedTextTestV2000.mdb"), std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(source)), std::istreambuf_iterator<char>());
+  std::string bytes = ReadFile(CorpusFile("fixedTextTestV2000.mdb"));
   const std::string users("u\0s\0e\0r\0s\0", 10);
   const size_t at = bytes.find(users);
   ASSERT_NE(at, std::string::npos);

@@ -9,12 +9,12 @@
 
 #include "api/write_file.h"
 #include "importers/tables/builtin_drivers.h"
+#include "importers/tables/table_rows.h"
 #include "temp_dir.h"
 
 namespace {
 
 using ks::tables::TableError;
-using Row = std::vector<std::optional<std::string>>;
 
 const std::filesystem::path kCorpus = std::filesystem::path(KS_SHARED_DIR) / "corpus" / "dbf";
 
@@ -62,15 +62,7 @@ std::vector<Row> ReadAll(const std::filesystem::path& folder, const std::string&
       ks::tables::ConnectionString("DBQ=" + folder.string()), options);
   const auto cursor = connection->OpenTable(table);
   if (columns) *columns = cursor->ColumnNames();
-  std::vector<Row> rows;
-  while (cursor->Next()) {
-    Row row;
-    for (size_t i = 0; i < cursor->ColumnNames().size(); ++i) {
-      const auto value = cursor->Value(i);
-      row.push_back(value ? std::optional<std::string>(*value) : std::nullopt);
-    }
-    rows.push_back(std::move(row));
-  }
+  const Rows rows = RowsOf(*cursor);
   EXPECT_DOUBLE_EQ(cursor->Progress(), 1.0);
   return rows;
 }

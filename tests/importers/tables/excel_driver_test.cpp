@@ -11,7 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "api/write_file.h"
 #include "importers/tables/builtin_drivers.h"
+#include "importers/tables/table_rows.h"
 #include "importers/tables/xlsx_sheet_rows.h"
 #include "importers/tables/xlsx_styles.h"
 #include "importers/tables/xml_pull_scanner.h"
@@ -20,7 +22,6 @@
 namespace ks::tables {
 namespace {
 
-using Rows = std::vector<std::vector<std::optional<std::string>>>;
 constexpr char kMain[] = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
 constexpr char kRel[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 
@@ -69,15 +70,7 @@ std::unique_ptr<TableConnection> Connect(const std::string& path) {
 Rows ReadAll(TableConnection& connection, const std::string& table, std::vector<std::string>* columns = nullptr) {
   auto cursor = connection.OpenTable(table);
   if (columns) *columns = cursor->ColumnNames();
-  Rows rows;
-  while (cursor->Next()) {
-    rows.emplace_back();
-    for (size_t c = 0; c < cursor->ColumnNames().size(); ++c) {
-      const auto value = cursor->Value(c);
-      rows.back().push_back(value ? std::optional<std::string>(*value) : std::nullopt);
-    }
-  }
-  return rows;
+  return RowsOf(*cursor);
 }
 
 TableError::Kind KindOfFailure(const std::string& path) {
@@ -149,8 +142,7 @@ TEST(ExcelDriverXlsx, RaggedCorpusSheetsAndTruncatedPackage) {
   EXPECT_EQ(rows[2][2], std::nullopt);
 
   TempDir dir;
-  std::ifstream in(merged, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  const std::string bytes = ReadFile(merged);
   for (const size_t keep : {bytes.size() / 2, bytes.size() - 30}) {
     std::ofstream(dir.file("cut.xlsx"), std::ios::binary) << bytes.substr(0, keep);
     EXPECT_EQ(KindOfFailure(dir.file("cut.xlsx")), TableError::Kind::kDamaged) << keep;
@@ -168,8 +160,7 @@ std::string PatchedCorpusFile(const std::string& patch, TempDir& dir) {
   std::ifstream lines(patch);
   std::string word, base;
   lines >> word >> base;
-  std::ifstream in(kCorpus + base, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  std::string bytes = ReadFile(kCorpus + base);
   uint64_t offset = 0;
   std::string hex;
   while (lines >> offset >> hex) {
@@ -242,12 +233,6 @@ std::string Record(uint16_t type, std::string_view data) {
   std::string r = {static_cast<char>(type & 0xFF), static_cast<char>(type >> 8), static_cast<char>(data.size() & 0xFF),
                    static_cast<char>(data.size() >> 8)};
   return r.append(data);
-}
-
-std::string Bytes(std::initializer_list<int> values) {
-  std::string s;
-  for (const int v : values) s += static_cast<char>(v);
-  return s;
 }
 
 TEST(ExcelDriverXls, HandMadeWorkbooks) {

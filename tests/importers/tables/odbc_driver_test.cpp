@@ -15,6 +15,7 @@
 #include "importers/tables/odbc_driver.h"
 #include "importers/tables/postgres_server.h"
 #include "importers/tables/table_drivers.h"
+#include "importers/tables/table_rows.h"
 
 // unixODBC reads ODBCSYSINI once, at its first call in the process, and
 // keeps that folder for good.
@@ -69,19 +70,6 @@ std::string Memo() {
   return memo;
 }
 
-std::vector<std::vector<std::optional<std::string>>> Rows(TableCursor& cursor) {
-  std::vector<std::vector<std::optional<std::string>>> rows;
-  while (cursor.Next()) {
-    auto& row = rows.emplace_back();
-    for (size_t i = 0; i < cursor.ColumnNames().size(); ++i) {
-      const auto value = cursor.Value(i);
-      row.push_back(value ? std::optional<std::string>(*value) : std::nullopt);
-    }
-  }
-  return rows;
-}
-
-using Row = std::vector<std::optional<std::string>>;
 
 class OdbcSqlite : public ImportFixture {
  protected:
@@ -139,15 +127,15 @@ TEST_F(OdbcSqlite, TablesColumnsAndEveryKindOfValue) {
   const auto cursor = connection->OpenTable("people");
   EXPECT_EQ(cursor->ColumnNames(), connection->Columns("people"));
   EXPECT_EQ(cursor->BinaryColumns(), std::vector<std::string>{"photo"});
-  EXPECT_EQ(Rows(*cursor), (std::vector<Row>{
+  EXPECT_EQ(RowsOf(*cursor), (std::vector<Row>{
                                {"-7", "Ünïcode \"q\"", "12.5", "2024-02-29", "2024-02-29 13:45:06", "True",
                                 "0.1", std::nullopt, Memo()},
                                Row(9, std::nullopt),
                            }));
   EXPECT_FALSE(cursor->Next()) << "the end stays the end";
 
-  EXPECT_EQ(Rows(*connection->OpenTable("odd \"name\" t")), std::vector<Row>{{"x"}});
-  EXPECT_TRUE(Rows(*connection->OpenTable("empty")).empty());
+  EXPECT_EQ(RowsOf(*connection->OpenTable("odd \"name\" t")), std::vector<Row>{{"x"}});
+  EXPECT_TRUE(RowsOf(*connection->OpenTable("empty")).empty());
   try {
     connection->OpenTable("missing");
     ADD_FAILURE() << "a missing table opened";

@@ -11,13 +11,13 @@
 
 #include "importers/tables/builtin_drivers.h"
 #include "importers/tables/paradox_values.h"
+#include "importers/tables/table_rows.h"
 #include "temp_dir.h"
 
 namespace ks::tables {
 namespace {
 
 namespace fs = std::filesystem;
-using Row = std::vector<std::optional<std::string>>;
 
 const fs::path kCorpus = fs::path(KS_SHARED_DIR) / "corpus" / "paradox";
 
@@ -34,14 +34,7 @@ struct Table {
 
 Table ReadTable(const fs::path& folder, const std::string& name) {
   const auto cursor = Connect(folder)->OpenTable(name);
-  Table table{cursor->ColumnNames(), {}, cursor->BinaryColumns()};
-  while (cursor->Next()) {
-    Row& row = table.rows.emplace_back();
-    for (size_t i = 0; i < table.columns.size(); ++i) {
-      const auto value = cursor->Value(i);
-      row.push_back(value ? std::optional<std::string>(*value) : std::nullopt);
-    }
-  }
+  Table table{cursor->ColumnNames(), RowsOf(*cursor), cursor->BinaryColumns()};
   table.progress = cursor->Progress();
   return table;
 }

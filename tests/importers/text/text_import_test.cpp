@@ -159,8 +159,7 @@ TEST_F(TextImport, CorpusHtmlAndRtfFilesAreOneDocumentEach) {
   Docs expected;
   for (const auto& [folder, type] : {std::pair{"html", 108}, std::pair{"rtf", 19}}) {
     for (const auto& entry : std::filesystem::directory_iterator(corpus / folder)) {
-      std::ifstream in(entry.path(), std::ios::binary);
-      std::string bytes((std::istreambuf_iterator<char>(in)), {});
+      const std::string bytes = ReadFile(entry.path());
       if (bytes.find_first_not_of(" \t\r\n") == std::string::npos) continue;
       files.push_back({entry.path().string(), type});
       expected.push_back(bytes);
