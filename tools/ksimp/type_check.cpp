@@ -69,14 +69,14 @@ std::string DescribeType(int32_t type) {
 namespace {
 
 // The types the library's check has a test for; what it finds of any
-// other is 0.
+// other is 0 (a Word 2.0 document, which the importer of any Word file
+// reads, is no compound document to it).
 bool Recognised(int32_t type) {
   return OneOf(TableFamily(type),
                {KSIMP_TYPE_RTF, KSIMP_TYPE_EUDORA, KSIMP_TYPE_MBX, KSIMP_TYPE_PDF, KSIMP_TYPE_HTML,
                 KSIMP_TYPE_TEXT, KSIMP_TYPE_WORDPERFECT, KSIMP_TYPE_WORD, KSIMP_TYPE_KESTRO,
                 KSIMP_TYPE_EXCEL, KSIMP_TYPE_ACCESS, KSIMP_TYPE_PARADOX, KSIMP_TYPE_KESTRO_DOS,
-                KSIMP_TYPE_VISUAL_FOXPRO, KSIMP_TYPE_DELIMITED, KSIMP_TYPE_FIXED_WIDTH,
-                KSIMP_TYPE_WFW});
+                KSIMP_TYPE_VISUAL_FOXPRO, KSIMP_TYPE_DELIMITED, KSIMP_TYPE_FIXED_WIDTH});
 }
 
 // What the check's answer means for this file: the zipped Word and Excel
