@@ -52,6 +52,12 @@ cp "$work/box.txt" "$work/box.mbox"
 check by-name 0 "$ksimp" import "$db" "$work/box.mbox" --quiet
 lacks by-name-quiet "$work/err" "11020"
 
+# A zipped Word document is an archive to the check; its name makes it one
+# for the importer of any Word file, which the warning then suggests.
+printf 'PK\003\004zipped' >"$work/letter.docx"
+check docx-as-doc 1 "$ksimp" import "$db" "$work/letter.docx" --type doc --quiet
+contains docx-as-doc-suggests "$work/err" "it looks like file type 7 (wfw): try --type wfw."
+
 # Types that fit draw no warning: delimited text is plain text to the
 # library, and any file can be linked.
 check fits-csv 0 "$ksimp" import "$db" "$work/people.csv" --type csv --quiet

@@ -145,10 +145,11 @@ std::string WrongTypeWarning(const std::string& path, int32_t chosen) {
   const std::string text = fmt::format("warning: {}: message {}: {}\n         It is queued as file type {}",
                                        path, KSIMP_ERR_WRONG_FILE_TYPE,
                                        ImportErrorText(KSIMP_ERR_WRONG_FILE_TYPE), DescribeType(chosen));
-  if (detected.type == 0) return text + "; no importer reads what it holds.";
-  const std::string name = FileTypeShortName(detected.type);
-  return fmt::format("{}; it looks like file type {}: try --type {}.", text, DescribeType(detected.type),
-                     name.empty() ? fmt::format("{}", detected.type) : name);
+  const int32_t found = FoundByContentOrExtension(detected.type, path);
+  if (found == 0) return text + "; no importer reads what it holds.";
+  const std::string name = FileTypeShortName(found);
+  return fmt::format("{}; it looks like file type {}: try --type {}.", text, DescribeType(found),
+                     name.empty() ? fmt::format("{}", found) : name);
 }
 
 }  // namespace ksimp
