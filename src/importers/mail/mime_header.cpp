@@ -76,8 +76,8 @@ void SkipSpace(std::string_view text, size_t* at) {
       --depth;
     } else if (depth == 0 && !IsBlank(c)) {
       return;
-    } else if (c == '\\' && depth > 0) {
-      ++*at;
+    } else if (c == '\\' && depth > 0 && *at + 1 < text.size()) {
+      ++*at;  // the character it escapes; a backslash that ends the text escapes nothing
     }
     ++*at;
   }

@@ -64,6 +64,12 @@ TEST(MimeHeader, FieldsAndParametersAreReadInAnyCaseQuotedFoldedOrSplit) {
   const MimeHeader broken = ParseMimeHeader("Content-Type: garbage; charset=utf-8\r\n", converter);
   EXPECT_EQ(broken.type + "/" + broken.subtype, "text/plain");
   EXPECT_EQ(broken.charset, "utf-8");
+
+  // A comment whose last character is a backslash: nothing is read past the
+  // field's end (found by fuzzing, where it threw out of the message).
+  const MimeHeader cut = ParseMimeHeader("Content-Type: text/plain; name=(\\\r\n", converter);
+  EXPECT_EQ(cut.subtype, "plain");
+  EXPECT_EQ(cut.FileName(), "");
 }
 
 TEST(MimeMessage, AlternativePartsGiveThePlainTextWhereverItStands) {
