@@ -145,13 +145,24 @@ def _queue(handle, path, file_type, args):
         None, None, None, None, None, None, None, 0, 0)  # IMAP and firewall: not offered
 
 
-def _progress(handle, last_file):
+def _progress(handle, total_at_start, last_file):
+    """The import's progress now, or None once the run has released its handle.
+
+    The run releases the handle just before KSIMP_Import returns, and a
+    released handle reads as zeros. The total is read last: a queued file's
+    total never shrinks, so when it still reads in full, every value before
+    it was read from the live handle.
+    """
     imp = libraries().imp
     name = ctypes.create_string_buffer(_PATH_MAX)
     if imp.KSIMP_GetCurFile(handle, name):
         last_file = decode(name.value)
-    return Progress(imp.KSIMP_GetTotalBytes(handle), imp.KSIMP_GetCurBytes(handle),
-                    imp.KSIMP_GetNumDocsAdded(handle), last_file)
+    current_bytes = imp.KSIMP_GetCurBytes(handle)
+    documents_added = imp.KSIMP_GetNumDocsAdded(handle)
+    total_bytes = imp.KSIMP_GetTotalBytes(handle)
+    if total_bytes < total_at_start:
+        return None
+    return Progress(total_bytes, current_bytes, documents_added, last_file)
 
 
 def run_import(database, db_handle, paths, file_type, progress, poll_interval, given_options):
@@ -230,7 +241,10 @@ def _run(database, handle, documents_before, db_handle, paths, progress, poll_in
     worker.start()
     try:
         while not done.wait(poll_interval):
-            snapshot = _progress(handle, snapshot.current_file)
+            now = _progress(handle, total_bytes, snapshot.current_file)
+            if now is None:
+                continue  # the run is ending; its last progress is given below
+            snapshot = now
             if progress is not None and progress(snapshot) is False:
                 running.abort()
     except BaseException as stop:  # noqa: B902 - Ctrl-C must abort too
