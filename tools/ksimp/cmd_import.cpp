@@ -382,6 +382,7 @@ struct ImportCommand {
     int64_t carry = 0;
     std::atomic<uint32_t> outcome{0};
     std::atomic<bool> done{false};
+    const uint32_t total_at_start = KSIMP_GetTotalBytes(handle);
     std::thread worker([&] {
       outcome.store(KSIMP_Import(handle, 0, 0, &carry, &added));
       done.store(true);
@@ -401,7 +402,9 @@ struct ImportCommand {
         abort_sent = KSIMP_Abort(handle) != 0;
         fmt::print(stderr, "\nAborting: what was imported so far is kept...\n");
       }
-      if (!quiet && !json) display.Show(ReadProgress(handle, &last_file));
+      if (!quiet && !json) {
+        if (const auto now = ReadProgress(handle, total_at_start, &last_file)) display.Show(*now);
+      }
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     worker.join();

@@ -227,6 +227,7 @@ void RunProfiles(const std::vector<std::string>& names, bool quiet) {
   int64_t carry = 0;
   std::atomic<uint32_t> outcome{0};
   std::atomic<bool> done{false};
+  const uint32_t total_at_start = KSIMP_GetTotalBytes(handle);
   std::thread worker([&] {
     outcome.store(KSIMP_Import(handle, 0, 0, &carry, &added));
     done.store(true);
@@ -234,7 +235,9 @@ void RunProfiles(const std::vector<std::string>& names, bool quiet) {
   ProgressDisplay display(stderr);
   std::string last_file;
   while (!done.load()) {
-    if (!quiet) display.Show(ReadProgress(handle, &last_file));
+    if (!quiet) {
+      if (const auto now = ReadProgress(handle, total_at_start, &last_file)) display.Show(*now);
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   worker.join();

@@ -11,14 +11,18 @@
 
 namespace ksimp {
 
-ProgressSnapshot ReadProgress(uint32_t handle, std::string* last_file) {
+std::optional<ProgressSnapshot> ReadProgress(uint32_t handle, uint32_t total_at_start,
+                                             std::string* last_file) {
   ProgressSnapshot snapshot;
-  snapshot.total_bytes = KSIMP_GetTotalBytes(handle);
   snapshot.current_bytes = KSIMP_GetCurBytes(handle);
   snapshot.documents = KSIMP_GetNumDocsAdded(handle);
   char name[PATH_MAX] = {};
   if (KSIMP_GetCurFile(handle, name)) *last_file = name;
   snapshot.current_file = *last_file;
+  // Read last: when the total is still whole, the handle was alive for the
+  // reads before it.
+  snapshot.total_bytes = KSIMP_GetTotalBytes(handle);
+  if (snapshot.total_bytes < total_at_start) return std::nullopt;
   return snapshot;
 }
 namespace {

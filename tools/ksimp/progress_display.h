@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 namespace ksimp {
@@ -17,10 +18,13 @@ struct ProgressSnapshot {
   std::string current_file;
 };
 
-// The import's progress as the library reports it for `handle`.  The file
-// name is kept in *last_file, so that the display keeps showing the last
-// one between files.
-ProgressSnapshot ReadProgress(uint32_t handle, std::string* last_file);
+// The import's progress as the library reports it for `handle`, or nothing
+// once the run has released the handle (it then reads as zeros, just before
+// KSIMP_Import returns).  `total_at_start` is the total read before the run:
+// a queued total never shrinks.  The file name is kept in *last_file, so that
+// the display keeps showing the last one between files.
+std::optional<ProgressSnapshot> ReadProgress(uint32_t handle, uint32_t total_at_start,
+                                             std::string* last_file);
 
 class ProgressDisplay {
  public:
