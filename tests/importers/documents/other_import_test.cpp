@@ -51,39 +51,28 @@ class OtherImportTest : public ImportFixture {
   }
 };
 
+// Hyphens, a backslash and braces in the name: the title takes non-breaking
+// hyphens, the shown text keeps them, and both double the backslash and
+// escape the braces.
 TEST_F(OtherImportTest, AFileBecomesOneRichTextDocumentLinkingToIt) {
-  const QueuedFile file = AnyFile("photo.jpg", std::string("\xFF\xD8\xFF\xE0", 4) + "data");
+  const QueuedFile file = AnyFile("a-b\\c{d}.jpg", std::string("\xFF\xD8\xFF\xE0", 4) + "data");
   const ImportOutcome outcome = Import({file});
   EXPECT_EQ(outcome.result, 1u);
   EXPECT_EQ(outcome.documents_added, 1u);
   const std::vector<StoredDocument> stored = StoredDocuments();
   ASSERT_EQ(stored.size(), 1u);
   EXPECT_EQ(stored[0].kind, KSENG_KIND_RICHTEXT);
-  EXPECT_EQ(stored[0].text.rfind("{\\rtf1\\ansi\\ansicpg1252", 0), 0u) << stored[0].text;
-  EXPECT_EQ(Link(stored[0].text), "\\s0\\ri0 File[ {\\*\\hlinkstart {\\type7\\file " + database_ +
-                                      ";\\title " + RichText(file.path, Hyphens::kNonBreaking) +
-                                      ";}}" + RichText(file.path) + "{\\*\\hlinkend}]}");
-  EXPECT_EQ(stored[0].text.find("data"), std::string::npos) << "the file's contents stay out";
-  EXPECT_TRUE(Attachments().empty()) << "without the attach option nothing is attached";
-}
-
-TEST_F(OtherImportTest, HyphensBackslashesAndBracesAreEscapedInTheLink) {
-  const QueuedFile file = AnyFile("a-b\\c{d}.txt", "x");
-  ASSERT_EQ(Import({file}).result, 1u);
-  const std::string link = Link(Documents().at(0));
+  const std::string& document = stored[0].text;
+  EXPECT_EQ(document.rfind("{\\rtf1\\ansi\\ansicpg1252", 0), 0u) << document;
   const std::string folder = dir_.path().string();
-  // Title: hyphens non-breaking, backslash doubled, braces escaped.
-  EXPECT_NE(link.find(";\\title " + RichText(folder, Hyphens::kNonBreaking) +
-                      "/a\\_b\\\\c\\{d\\}.txt;}}"),
-            std::string::npos)
-      << link;
-  // Shown text: the hyphen stays a hyphen, the backslash doubles.
-  EXPECT_NE(link.find(";}}" + RichText(folder) + "/a-b\\\\c\\{d\\}.txt{\\*\\hlinkend}]}"),
-            std::string::npos)
-      << link;
+  EXPECT_EQ(Link(document), "\\s0\\ri0 File[ {\\*\\hlinkstart {\\type7\\file " + database_ +
+                                ";\\title " + RichText(folder, Hyphens::kNonBreaking) +
+                                "/a\\_b\\\\c\\{d\\}.jpg;}}" + RichText(folder) +
+                                "/a-b\\\\c\\{d\\}.jpg{\\*\\hlinkend}]}");
+  EXPECT_EQ(document.find("data"), std::string::npos) << "the file's contents stay out";
+  EXPECT_TRUE(Attachments().empty()) << "without the attach option nothing is attached";
   // Nothing in the name closes a group early: the braces balance.
   int depth = 0;
-  const std::string document = Documents().at(0);
   for (size_t i = 0; i < document.size(); ++i) {
     if (document[i] == '\\') {
       ++i;
@@ -97,6 +86,11 @@ TEST_F(OtherImportTest, HyphensBackslashesAndBracesAreEscapedInTheLink) {
 }
 
 TEST_F(OtherImportTest, TheAttachOptionStoresTheFileAndLinksToTheAttachment) {
+  // The link's field marker is the database's own.
+  const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
+  ASSERT_NE(db, 0u);
+  ASSERT_NE(EngSetFieldMarker(db, '~'), 0);
+  EngCloseDatabase(db);
   const std::string content("binary\0bytes\xFF", 13);
   const QueuedFile file = AnyFile("report-2024.bin", content, /*attach=*/true);
   ASSERT_EQ(Import({file}).result, 1u);
@@ -106,7 +100,7 @@ TEST_F(OtherImportTest, TheAttachOptionStoresTheFileAndLinksToTheAttachment) {
   EXPECT_EQ(attached[0].kind, KSENG_ATTACH_FILE);
   EXPECT_EQ(attached[0].content, content);
   EXPECT_EQ(Link(Documents().at(0)),
-            "\\s0\\ri0 File[ {\\*\\hlinkstart {\\type23\\file " + database_ +
+            "\\s0\\ri0 File~ {\\*\\hlinkstart {\\type23\\file " + database_ +
                 ";\\title report\\_2024.bin;}}" + RichText(file.path) + "{\\*\\hlinkend}]}");
 }
 
@@ -139,15 +133,6 @@ TEST_F(OtherImportTest, WithoutRichTextThePlainFieldLineStandsIn) {
   ASSERT_EQ(stored.size(), 1u);
   EXPECT_EQ(stored[0].kind, KSENG_KIND_TEXT);
   EXPECT_EQ(stored[0].text, "File[ " + file.path + "]") << "the kept text has no blank before ]";
-}
-
-TEST_F(OtherImportTest, TheFieldMarkerOfTheDatabaseIsUsed) {
-  const uint32_t db = EngOpenDatabase(database_.c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE);
-  ASSERT_NE(db, 0u);
-  ASSERT_NE(EngSetFieldMarker(db, '~'), 0);
-  EngCloseDatabase(db);
-  ASSERT_EQ(Import({AnyFile("m.txt", "x")}).result, 1u);
-  EXPECT_EQ(Link(Documents().at(0)).rfind("\\s0\\ri0 File~ {\\*\\hlinkstart", 0), 0u);
 }
 
 TEST_F(OtherImportTest, AnEntryFormGetsThePathInItsField) {

@@ -1,6 +1,6 @@
 // The DOS export text import (file type 1002): recognition by the last bytes
-// of a file and the two ways its NUL bytes end documents, end to end through
-// the exported interface into a real database.
+// of a file, the two ways its NUL bytes end documents and the code page of
+// its text, end to end through the exported interface into a real database.
 #include "importers/text/kestro_dos_import.h"
 
 #include <gtest/gtest.h>
@@ -39,6 +39,8 @@ TEST_F(KestroDosImport, NulBytesEndDocumentsInOneOfTwoModes) {
       {"single", "Name[ Ann ]\r\nnote\r\n\0second\0"s, "", {"Name[ Ann ]\r\nnote\r\n", "second"}},
       {"pairs", "line 1\0line 2\0\0next\0\0"s, "", {"line 1\nline 2", "next"}},
       {"text after the last NUL", "a\0\0b\0tail"s, "", {"a", "b", "tail"}},
+      {"OEM text is read as CP437", "gro\xE1\0"s, "", {"gro\u00DF"}, 0},
+      {"ANSI text as Windows-1252", "caf\xE9\0"s, "", {"caf\u00E9"}},
   };
   ExpectDocuments(kKestroDos, cases);
 }
@@ -61,16 +63,6 @@ TEST_F(KestroDosImport, DocumentsLongerThanABlockArriveWholeInBothModes) {
     EXPECT_TRUE(docs[0] == expected[0]) << "size " << docs[0].size();
     EXPECT_TRUE(docs[1] == expected[1]) << "size " << docs[1].size();
   }
-}
-
-TEST_F(KestroDosImport, OemTextIsReadAsCp437AndAnsiTextAsWindows1252) {
-  QueuedFile oem = Source("oem.txt",
-                          "Stra\xE1"
-                          "e\0"s,
-                          kKestroDos);
-  oem.origin_ansi = 0;
-  Import({oem, Source("ansi.txt", "caf\xE9\0"s, kKestroDos)});
-  EXPECT_EQ(Documents(), (Docs{"Stra\u00DFe", "caf\u00E9"}));
 }
 
 }  // namespace
