@@ -132,8 +132,8 @@ TEST_F(EmailImportTest, OneFailedProfileDoesNotStopTheNext) {
   EXPECT_EQ(run.result, 0u);
   EXPECT_EQ(run.documents_added, 2u) << "Broken reads its one mailbox that exists, Fine reads it again";
   EXPECT_EQ(run.error, KSIMP_ERR_OPEN_FILE) << "the first error recorded";
-  EXPECT_TRUE(
-      Holds(run.log, "\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"));
+  EXPECT_TRUE(Holds(
+      run.log, "\"Broken\" Profile - Unable to open mailbox " + dir_.file("gone.mbx") + "\r\n"));
   EXPECT_TRUE(Holds(run.log, "Email profile Server.  Cannot open Kestro file /x.kst."));
   EXPECT_TRUE(Holds(run.log, "Email profile Fine.  1 document(s) added"));
 }
@@ -158,7 +158,8 @@ TEST_F(EmailImportTest, NothingInTheDateRangeIsSaidSo) {
   const ImportOutcome run = RunEmailProfiles({"Range"});
   EXPECT_EQ(run.result, 1u);
   EXPECT_EQ(run.documents_added, 0u);
-  EXPECT_TRUE(Holds(run.log, "\"Range\" Profile - There are no messages in the selected date range."));
+  EXPECT_TRUE(
+      Holds(run.log, "\"Range\" Profile - There are no messages in the selected date range."));
 }
 
 TEST_F(EmailImportTest, QueuingChecksTheHandleAndTheProfile) {
