@@ -155,7 +155,14 @@ class AttachmentImportTest : public ::testing::Test {
       return created;
     });
   }
-  void TearDown() override { EngCloseDatabase(database_); }
+  // Whatever became of the import, nothing of its attachments is left:
+  // files, folders, the list, the flag.
+  void TearDown() override {
+    EXPECT_TRUE(TempFolderEntries().empty());
+    EXPECT_EQ(session_.AttachmentCount(), 0u);
+    EXPECT_FALSE(session_.IsImportingAttachments());
+    EngCloseDatabase(database_);
+  }
 
   // Imports the mail script's mailbox; returns the documents added.
   uint32_t ImportMail() {
@@ -241,11 +248,8 @@ TEST_F(AttachmentImportTest, TextAndHtmlAttachmentsEndTheirMessagesDocument) {
   EXPECT_EQ(seen_[0].listed, 1u);
   EXPECT_EQ(seen_[0].current_file, "Importing Attachment(s)");
 
-  // Afterwards nothing of them is left: files, folders, list, handle, flag.
-  EXPECT_TRUE(TempFolderEntries().empty());
-  EXPECT_EQ(session_.AttachmentCount(), 0u);
+  // Afterwards its handle is gone too.
   EXPECT_FALSE(session_.handles().Exists(seen_[0].import_handle));
-  EXPECT_FALSE(session_.IsImportingAttachments());
 }
 
 TEST_F(AttachmentImportTest, NamesFromTheMessageNeverLeadOutOfThePrivateFolder) {
@@ -284,24 +288,22 @@ TEST_F(AttachmentImportTest, NamesFromTheMessageNeverLeadOutOfThePrivateFolder) 
   }
 }
 
+// An attachment of a type no importer reads is the mailbox import test's
+// (and the ".." name's above); here, attachments whose importer fails.
 TEST_F(AttachmentImportTest, AnAttachmentNotImportedIsLoggedAndTheMailImportGoesOn) {
   const std::string first = "Message[ one ]\r\n";
   const std::string second = "Message[ two ]\r\n";
-  mail_.messages = {{first, {{"report.pdf", "not a PDF at all"}, {"data.xyz", "?"}}},
+  mail_.messages = {{first, {{"report.pdf", "not a PDF at all"}}},
                     {second, {{"inbox.mbx", "From ???@??? Mon Jan 01 00:00:00 2001\r\n"}}}};
 
   EXPECT_EQ(ImportMail(), 2u);
   EXPECT_EQ(result_, 1u);
-  EXPECT_EQ(mail_.imported, (std::vector<bool>{false, false, false}));
+  EXPECT_EQ(mail_.imported, (std::vector<bool>{false, false}));
   EXPECT_EQ(Documents(), (std::vector<std::string>{first, second}));
   const std::vector<std::string> log = LogLines();
-  ASSERT_EQ(log.size(), 3u) << "one line for each";
+  ASSERT_EQ(log.size(), 2u) << "one line for each";
   EXPECT_NE(log[0].find("\"report.pdf\""), std::string::npos) << log[0];
-  EXPECT_NE(log[1].find("\"data.xyz\" was not imported into its message's document"),
-            std::string::npos)
-      << log[1];
-  EXPECT_NE(log[2].find("\"inbox.mbx\""), std::string::npos) << log[2];
-  EXPECT_TRUE(TempFolderEntries().empty());
+  EXPECT_NE(log[1].find("\"inbox.mbx\""), std::string::npos) << log[1];
   EXPECT_NE(session_.GetLastImportError(handle_), KSIMP_ERR_SAVE_DOCUMENT);
 }
 
@@ -319,7 +321,6 @@ TEST_F(AttachmentImportTest, AFailedImportLeavesTheMailImportsErrorAndCounters) 
                 "The attachment \"notes.txt\" was not imported into its message's document: " +
                 std::string(ErrorText(KSIMP_ERR_SAVE_DOCUMENT)) + "\r\n"}));
   EXPECT_NE(session_.GetLastImportError(handle_), KSIMP_ERR_SAVE_DOCUMENT);
-  EXPECT_TRUE(TempFolderEntries().empty());
 }
 
 TEST_F(AttachmentImportTest, AbortDuringAnAttachmentRemovesItsFileAndHandle) {
@@ -348,8 +349,6 @@ TEST_F(AttachmentImportTest, AbortDuringAnAttachmentRemovesItsFileAndHandle) {
   EXPECT_EQ(seen_.size(), 1u);
   EXPECT_EQ(Documents(), (std::vector<std::string>{message}));
   EXPECT_TRUE(LogLines().empty());
-  EXPECT_TRUE(TempFolderEntries().empty());
-  EXPECT_FALSE(session_.IsImportingAttachments());
 }
 
 // The host's thread polls and aborts while attachments are imported (the
@@ -382,9 +381,6 @@ TEST_F(AttachmentImportTest, AnAbortFromTheHostsThreadLeavesNoFileAndNoHalfAttac
     const size_t end = text.find(" ]\r\n") + 4;
     EXPECT_TRUE(text.size() == end || text.substr(end) == attachment) << text;
   }
-  EXPECT_TRUE(TempFolderEntries().empty());
-  EXPECT_EQ(session_.AttachmentCount(), 0u);
-  EXPECT_FALSE(session_.IsImportingAttachments());
 }
 
 TEST_F(AttachmentImportTest, ATempImportFolderThatIsALinkIsNotWrittenThrough) {

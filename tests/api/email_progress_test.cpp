@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "api/ks_imp_app.h"
 #include "core/scoped_env.h"
@@ -25,6 +27,22 @@ class EmailProgressTest : public ::testing::Test {
   }
   void TearDown() override { session_.SetImporterFactory({}); }
 
+  // Saves a profile of each name, of this mail type and these further keys,
+  // for the test's mailbox and database, and queues them all on a new
+  // e-mail import handle.
+  uint32_t QueueProfiles(const std::vector<std::string>& names, int type,
+                         const std::string& more = "") {
+    const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
+    for (const std::string& name : names) {
+      const std::string profile = "TYPE=" + std::to_string(type) + "\nNAME=" + name +
+                                  "\nNAME_KESTRO=" + database_ + "\n" + more +
+                                  "MAILBOX=" + mailbox_ + "\n";
+      EXPECT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u) << name;
+      EXPECT_EQ(KSIMP_AddEmailProfileToImport(handle, name.c_str()), 1u) << name;
+    }
+    return handle;
+  }
+
   TempDir dir_;
   ScopedEnv config_env_{"KESTRO_CONFIG_DIR", dir_.file("config")};
   std::string database_ = dir_.file("mail.kst");
@@ -34,11 +52,7 @@ class EmailProgressTest : public ::testing::Test {
 };
 
 TEST_F(EmailProgressTest, QueriesAnswerForTheProfileBeingRun) {
-  const std::string profile = "TYPE=1402\nNAME=Work\nNAME_KESTRO=" + database_ +
-                              "\nTYPE_MSG=0\nDATE_START=01/31/2024\nMAILBOX=" + mailbox_ + "\n";
-  ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
-  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Work"), 1u);
+  const uint32_t handle = QueueProfiles({"Work"}, 1402, "TYPE_MSG=0\nDATE_START=01/31/2024\n");
   EXPECT_EQ(KSIMP_GetTotalBytes(handle), ReadFile(mailbox_).size());
 
   std::string name, database, description, file;
@@ -70,14 +84,7 @@ TEST_F(EmailProgressTest, QueriesAnswerForTheProfileBeingRun) {
 }
 
 TEST_F(EmailProgressTest, AbortStopsTheProfileBeingRunAndThoseAfterIt) {
-  for (const char* name : {"First", "Second"}) {
-    const std::string profile = "TYPE=1403\nNAME=" + std::string(name) +
-                                "\nNAME_KESTRO=" + database_ + "\nMAILBOX=" + mailbox_ + "\n";
-    ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
-  }
-  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "First"), 1u);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Second"), 1u);
+  const uint32_t handle = QueueProfiles({"First", "Second"}, 1403);
   bool aborted_seen = false;
   script_.while_running = [&](uint32_t item, const SETDATA&) {
     EXPECT_EQ(KSIMP_Abort(handle), 1u);
@@ -90,15 +97,7 @@ TEST_F(EmailProgressTest, AbortStopsTheProfileBeingRunAndThoseAfterIt) {
 }
 
 TEST_F(EmailProgressTest, ImporterThatThrowsFailsItsProfileOnly) {
-  for (const char* name : {"Throws", "Runs"}) {
-    const std::string profile = "TYPE=1402\nNAME=" + std::string(name) +
-                                "\nNAME_KESTRO=" + database_ + "\nTYPE_MSG=0\nMAILBOX=" + mailbox_ +
-                                "\n";
-    ASSERT_EQ(KSIMP_SaveEmailProfile(profile.c_str(), 0), 0u);
-  }
-  const uint32_t handle = KSIMP_InitEmailImportUsingFileHandle(0);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Throws"), 1u);
-  ASSERT_EQ(KSIMP_AddEmailProfileToImport(handle, "Runs"), 1u);
+  const uint32_t handle = QueueProfiles({"Throws", "Runs"}, 1402, "TYPE_MSG=0\n");
   bool thrown = false;
   script_.while_running = [&](uint32_t, const SETDATA&) {
     if (thrown) return;

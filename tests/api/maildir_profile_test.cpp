@@ -69,9 +69,7 @@ TEST_F(MaildirProfileTest, NewMessagesProfileImportsEachMessageOnce) {
   run = Run("Home");
   EXPECT_EQ(run.result, 1u) << run.log;
   EXPECT_EQ(run.documents_added, 0u) << run.log;
-  EXPECT_NE(run.log.find("\"Home\" Profile - No new messages since last import."),
-            std::string::npos)
-      << run.log;
+  EXPECT_TRUE(Holds(run.log, "\"Home\" Profile - No new messages since last import."));
 
   // Delivered between two runs: taken by the next run, and only once.
   Deliver("three");
@@ -94,9 +92,7 @@ TEST_F(MaildirProfileTest, AMissingMaildirFailsTheProfileWithItsMessage) {
   fs::remove_all(maildir_);
   const ImportOutcome run = Run("Gone");
   EXPECT_EQ(run.result, 0u);
-  EXPECT_NE(run.log.find("\"Gone\" Profile - Unable to open mailbox " + maildir_.string()),
-            std::string::npos)
-      << run.log;
+  EXPECT_TRUE(Holds(run.log, "\"Gone\" Profile - Unable to open mailbox " + maildir_.string()));
 }
 
 }  // namespace

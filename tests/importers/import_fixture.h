@@ -80,6 +80,13 @@ struct ImportOutcome {
   std::string log;
 };
 
+// Whether the import log (or any text) holds `part`; a failure shows the
+// whole text, so that a missing line is seen beside what was logged.
+inline ::testing::AssertionResult Holds(const std::string& text, const std::string& part) {
+  if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "\"" << part << "\" is not in:\n" << text;
+}
+
 class ImportFixture : public ::testing::Test {
  protected:
   void SetUp() override { FreshDatabase(); }

@@ -10,15 +10,17 @@
 // driver's message on stderr when the source cannot be read.
 #include <cstdio>
 #include <iostream>
-#include <string>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "importers/tables/table_drivers.h"
 
 namespace {
 
-void PrintJsonString(std::string_view text) {
+std::string JsonString(std::string_view text) {
   std::string out = "\"";
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -33,8 +35,18 @@ void PrintJsonString(std::string_view text) {
       out += c;
     }
   }
-  out += '"';
-  std::cout << out;
+  return out + '"';
+}
+
+// A JSON array of the values, each a string or null.
+template <typename Values>
+std::string JsonArray(const Values& values) {
+  std::string out = "[";
+  for (const auto& value : values) {
+    if (out.size() > 1) out += ',';
+    out += value ? JsonString(*value) : "null";
+  }
+  return out + ']';
 }
 
 }  // namespace
@@ -48,11 +60,8 @@ int main(int argc, char** argv) {
     const ks::tables::TableDrivers drivers = ks::tables::TableDrivers::Installed();
     const auto connection = drivers.Connect(argv[1], {});
     for (const ks::tables::TableEntry& table : connection->Tables()) {
-      std::cout << "{\"table\":";
-      PrintJsonString(table.name);
-      std::cout << ",\"type\":";
-      PrintJsonString(table.type);
-      std::cout << ",\"columns\":[";
+      std::cout << "{\"table\":" << JsonString(table.name) << ",\"type\":" << JsonString(table.type)
+                << ",\"columns\":";
       std::unique_ptr<ks::tables::TableCursor> cursor;
       try {
         cursor = connection->OpenTable(table.name);
@@ -60,26 +69,16 @@ int main(int argc, char** argv) {
         // A view or link a driver lists but cannot read (a saved Access
         // query) is printed without columns; a table that fails is an error.
         if (table.type.find("TABLE") != std::string::npos) throw;
-        std::cout << "]}\n";
+        std::cout << "[]}\n";
         continue;
       }
-      const auto& columns = cursor->ColumnNames();
-      for (size_t i = 0; i < columns.size(); ++i) {
-        if (i != 0) std::cout << ',';
-        PrintJsonString(columns[i]);
-      }
-      std::cout << "]}\n";
+      std::vector<std::optional<std::string>> columns;
+      for (const std::string& name : cursor->ColumnNames()) columns.emplace_back(name);
+      std::cout << JsonArray(columns) << "}\n";
       while (cursor->Next()) {
-        std::cout << "{\"row\":[";
-        for (size_t i = 0; i < columns.size(); ++i) {
-          if (i != 0) std::cout << ',';
-          if (const auto value = cursor->Value(i)) {
-            PrintJsonString(*value);
-          } else {
-            std::cout << "null";
-          }
-        }
-        std::cout << "]}\n";
+        std::vector<std::optional<std::string>> row;
+        for (size_t i = 0; i < columns.size(); ++i) row.emplace_back(cursor->Value(i));
+        std::cout << "{\"row\":" << JsonArray(row) << "}\n";
       }
     }
   } catch (const ks::tables::TableError& error) {
