@@ -146,6 +146,20 @@ class DovecotServer {
     users_.push_back(home);
   }
 
+  // Adds a user whose INBOX is an existing Maildir, read where it lies:
+  // Dovecot keeps its index and UID list in the server's folder, so the
+  // Maildir need only be readable.  Call before Start().
+  void AddUserReading(const std::string& user, const std::string& password,
+                      const fs::path& maildir) {
+    const fs::path home = dir_.path() / "home" / user;
+    fs::create_directories(home);
+    std::ofstream(dir_.path() / "passwd", std::ios::app)
+        << user << ":{PLAIN}" << password << ":" << MailUid() << ":" << MailGid() << "::"
+        << home.string() << "::userdb_mail=maildir:" << maildir.string() << ":INDEX="
+        << (home / "index").string() << ":CONTROL=" << (home / "control").string() << "\n";
+    users_.push_back(home);
+  }
+
   // Adds a mailbox beside a user's INBOX, named on disk as Dovecot names
   // it (Maildir++: "." and the name in modified UTF-7, levels joined by
   // "."), holding `messages`.  Call before Start().
