@@ -9,13 +9,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "api/write_file.h"
-#include "importers/mail/dbx_test_file.h"
 #include "importers/mail/dbx_file_header.h"
+#include "importers/mail/dbx_test_file.h"
 
 namespace {
 
@@ -62,18 +61,6 @@ std::filesystem::path CorpusDbx(const std::string& name) {
 }
 
 // ---- The header ----------------------------------------------------------
-
-TEST(DbxFileHeaderTest, TellsTheKindsOfFileApart) {
-  EXPECT_EQ(ReadDbxFileHeader(DbxTestFile().Build()).kind, DbxFileKind::kMessageFolder);
-  EXPECT_EQ(ReadDbxFileHeader(DbxTestFile().Kind("\xC6\xFD\x74\x6F").Build()).kind,
-            DbxFileKind::kFolderList);
-  EXPECT_EQ(ReadDbxFileHeader(DbxTestFile().Kind("\x30\x9D\xFE\x26").Build()).kind,
-            DbxFileKind::kOtherDatabase);
-  EXPECT_EQ(ReadDbxFileHeader("From someone@example.com Mon Jan 1 00:00:00 2024\r\n").kind,
-            DbxFileKind::kNotDbx);
-  EXPECT_EQ(ReadDbxFileHeader("").kind, DbxFileKind::kNotDbx);
-  EXPECT_EQ(ReadDbxFileHeader("\xCF\xAD\x12\xFE\xC5\xFD\x74").kind, DbxFileKind::kNotDbx);
-}
 
 TEST(DbxFileHeaderTest, AMessageFolderCutInsideItsHeaderIsCutShort) {
   const std::string file = DbxTestFile().Add(Text(0, 10)).Build();
@@ -123,25 +110,6 @@ TEST(DbxFolderReaderTest, TextsFillingWholeBlocksJoinExactly) {
   EXPECT_EQ(Read(DbxTestFile(51, 100).Add(text).Build()).texts(), std::vector<std::string>{text});
 }
 
-TEST(DbxFolderReaderTest, AMessageWithoutTextIsListedButNotRead) {
-  const ReadFolder read =
-      Read(DbxTestFile().Add(Text(0, 40)).AddWithoutText("headers only").Add(Text(2, 40)).Build());
-  ASSERT_EQ(read.messages.size(), 3u);
-  EXPECT_EQ(read.messages[1].state, State::kNoText);
-  EXPECT_EQ(read.messages[1].subject, "headers only");
-  EXPECT_EQ(read.texts(), (std::vector<std::string>{Text(0, 40), Text(2, 40)}));
-  EXPECT_FALSE(read.index_problem);
-}
-
-TEST(DbxFolderReaderTest, FilesWithoutMessagesGiveNothing) {
-  for (std::string_view kind : {"\xC6\xFD\x74\x6F", "\x30\x9D\xFE\x26"}) {
-    const ReadFolder read = Read(DbxTestFile().Add(Text(0, 40)).Kind(kind).Build());
-    EXPECT_TRUE(read.messages.empty());
-    EXPECT_FALSE(read.index_problem);
-  }
-  EXPECT_TRUE(Read("not a folder at all").messages.empty());
-}
-
 // ---- Damage ----------------------------------------------------------------
 
 // A three-level tree of 13 messages, one entry per node.
@@ -154,18 +122,6 @@ struct DamagedTree : ::testing::Test {
   DbxTestFile writer{1};
   std::string file;
 };
-
-TEST_F(DamagedTree, AChildLeadingBackToTheRootEndsTheWalk) {
-  // The last node's child: every message but the last was handed out.
-  DbxTestFile::Put32(file, writer.node_offsets.back() + 0x18 + 4, writer.node_offsets[0]);
-  const ReadFolder read = Read(file);
-  ASSERT_TRUE(read.index_problem);
-  EXPECT_EQ(read.index_problem->kind, Kind::kDamaged);
-  EXPECT_EQ(read.index_problem->offset, writer.node_offsets[0]);
-  EXPECT_EQ(read.count(State::kRead), read.messages.size());
-  EXPECT_GE(read.messages.size(), 12u);
-  EXPECT_LE(read.messages.size(), 13u);
-}
 
 TEST_F(DamagedTree, ANodeThatIsItsOwnChildOrSharedIsReadOnce) {
   for (const bool own : {true, false}) {
@@ -328,35 +284,6 @@ TEST(DbxCorpusTest, EveryFolderGivesTheMessagesItIsKnownToHold) {
       EXPECT_EQ(text.find('\0'), std::string::npos) << folder.name;
     }
   }
-}
-
-TEST(DbxCorpusTest, TheFolderListAndOtherDatabasesHoldNoMessages) {
-  if (!std::filesystem::exists(CorpusDbx("oe6-store/Folders.dbx"))) GTEST_SKIP() << "no corpus";
-  const std::string folders = ReadFile(CorpusDbx("oe6-store/Folders.dbx"));
-  const std::string offline = ReadFile(CorpusDbx("oe6-store/Offline.dbx"));
-  EXPECT_EQ(ReadDbxFileHeader(folders).kind, DbxFileKind::kFolderList);
-  EXPECT_EQ(ReadDbxFileHeader(offline).kind, DbxFileKind::kOtherDatabase);
-  EXPECT_TRUE(Read(folders).messages.empty());
-  EXPECT_TRUE(Read(offline).messages.empty());
-}
-
-TEST(DbxCorpusTest, SubjectsOfTheIndexAgreeWithTheMessages) {
-  const std::map<std::string, std::string> subjects = {
-      {"perl-test.dbx", "Please read you won't be sorry........"},
-      {"perl-test1.dbx", "[fmII] centericq 4.7.5 released (Default branch)"},
-      {"oe6-store/Inbox.dbx", "Welcome to Outlook Express 6"}};
-  if (!std::filesystem::exists(CorpusDbx("perl-test.dbx"))) GTEST_SKIP() << "no shared corpus";
-  for (const auto& [name, subject] : subjects) {
-    const ReadFolder read = Read(ReadFile(CorpusDbx(name)));
-    ASSERT_EQ(read.messages.size(), 1u) << name;
-    EXPECT_EQ(read.messages[0].subject, subject) << name;
-    EXPECT_NE(read.messages[0].raw_text.find("\r\nSubject: " + subject + "\r\n"), std::string::npos)
-        << name;
-  }
-  const ReadFolder iped = Read(ReadFile(CorpusDbx("iped-test_OutlookDBX.dbx")));
-  EXPECT_EQ(std::count_if(iped.messages.begin(), iped.messages.end(),
-                          [](const auto& m) { return m.subject.empty(); }),
-            2);
 }
 
 }  // namespace

@@ -44,6 +44,14 @@ namespace dovecot_test {
 
 namespace fs = std::filesystem;
 
+inline sockaddr_in LoopbackAddress(uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
 inline std::string FindProgram(const std::vector<std::string>& candidates) {
   for (const std::string& path : candidates) {
     if (::access(path.c_str(), X_OK) == 0) return path;
@@ -51,26 +59,29 @@ inline std::string FindProgram(const std::vector<std::string>& candidates) {
   return {};
 }
 
-// A loopback port nobody listens on now.
-inline uint16_t FreePort() {
+// A socket bound to a loopback port of its own; the port in `port`.
+inline int BoundLoopbackSocket(uint16_t* port) {
   const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in address = LoopbackAddress(0);
   ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
   socklen_t length = sizeof address;
   ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
-  ::close(s);
-  return ntohs(address.sin_port);
+  *port = ntohs(address.sin_port);
+  return s;
+}
+
+// A loopback port nobody listens on now.
+inline uint16_t FreePort() {
+  uint16_t port = 0;
+  ::close(BoundLoopbackSocket(&port));
+  return port;
 }
 
 inline bool Accepts(uint16_t port) {
   const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const bool connected = ::connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  const sockaddr_in address = LoopbackAddress(port);
+  const bool connected =
+      ::connect(s, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   ::close(s);
   return connected;
 }
@@ -128,12 +139,7 @@ class DovecotServer {
   void AddUser(const std::string& user, const std::string& password,
                const std::vector<std::string>& messages) {
     const fs::path home = dir_.path() / "home" / user;
-    for (const char* sub : {"cur", "new", "tmp"}) fs::create_directories(home / "Maildir" / sub);
-    for (size_t i = 0; i < messages.size(); ++i) {
-      std::ofstream(home / "Maildir" / "cur" / (std::to_string(1000000 + i) + ".test:2,"),
-                    std::ios::binary)
-          << messages[i];
-    }
+    WriteMaildir(home / "Maildir", messages);
     std::ofstream(dir_.path() / "passwd", std::ios::app)
         << user << ":{PLAIN}" << password << ":" << MailUid() << ":" << MailGid() << "::"
         << home.string() << "\n";
@@ -159,12 +165,7 @@ class DovecotServer {
   // "."), holding `messages`.  Call before Start().
   void AddMailbox(const std::string& user, const std::string& encoded_name,
                   const std::vector<std::string>& messages) {
-    const fs::path box = dir_.path() / "home" / user / "Maildir" / ("." + encoded_name);
-    for (const char* sub : {"cur", "new", "tmp"}) fs::create_directories(box / sub);
-    for (size_t i = 0; i < messages.size(); ++i) {
-      std::ofstream(box / "cur" / (std::to_string(1000000 + i) + ".test:2,"), std::ios::binary)
-          << messages[i];
-    }
+    WriteMaildir(dir_.path() / "home" / user / "Maildir" / ("." + encoded_name), messages);
   }
 
   // Delivers one more message to a user's INBOX (or the mailbox of that
@@ -217,6 +218,14 @@ class DovecotServer {
   uint16_t imaps_port() const { return imaps_port_; }
 
  private:
+  static void WriteMaildir(const fs::path& maildir, const std::vector<std::string>& messages) {
+    for (const char* sub : {"cur", "new", "tmp"}) fs::create_directories(maildir / sub);
+    for (size_t i = 0; i < messages.size(); ++i) {
+      std::ofstream(maildir / "cur" / (std::to_string(1000000 + i) + ".test:2,"), std::ios::binary)
+          << messages[i];
+    }
+  }
+
   uid_t MailUid() const { return root_ ? 65534 : ::getuid(); }
   gid_t MailGid() const { return root_ ? 65534 : ::getgid(); }
 
@@ -283,14 +292,7 @@ class CuttingRelay {
 
   CuttingRelay(uint16_t server_port, size_t cut_after, Proxy proxy = Proxy::kNone)
       : server_port_(server_port), cut_after_(cut_after), proxy_(proxy) {
-    listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length);
-    port_ = ntohs(address.sin_port);
+    listener_ = BoundLoopbackSocket(&port_);
     ::listen(listener_, 8);
     thread_ = std::thread([this] { Serve(); });
   }
@@ -320,11 +322,8 @@ class CuttingRelay {
         continue;
       }
       const int server = ::socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in address{};
-      address.sin_family = AF_INET;
-      address.sin_port = htons(server_port_);
-      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      if (::connect(server, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+      const sockaddr_in address = LoopbackAddress(server_port_);
+      if (::connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
         Forward(client, server);
       }
       ::close(server);

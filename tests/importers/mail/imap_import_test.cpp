@@ -221,22 +221,6 @@ TEST_F(ImapImportTest, ACertificateOfTheServersOwnMakingIsRefusedUnlessTheCheckI
   EXPECT_EQ(StoredSubjects(), ExpectedSubjects(kFewMessages));
 }
 
-TEST_F(ImapImportTest, AConnectionCutInTheMiddleKeepsTheMessagesBeforeIt) {
-  // The login and the first messages pass; then the server's bytes stop.
-  const CuttingRelay relay(server_->imap_port(), 64 * 1024);
-  ImapSource source = Plain("ann", "secret");
-  source.port = relay.port();
-  const ImportOutcome outcome = ImportImap(source);
-  EXPECT_EQ(relay.cuts(), 1) << "the count on queuing passes, the import is cut";
-  EXPECT_EQ(outcome.result, 0u);
-  EXPECT_EQ(outcome.error, error_code::kImapConnectionLost) << outcome.log;
-  EXPECT_NE(outcome.log.find("The connection to the mail server 127.0.0.1:"), std::string::npos)
-      << outcome.log;
-  EXPECT_GT(outcome.documents_added, 0u);
-  EXPECT_LT(outcome.documents_added, static_cast<uint32_t>(kManyMessages));
-  EXPECT_EQ(Documents().size(), outcome.documents_added) << "every message counted is kept";
-}
-
 TEST_F(ImapImportTest, AnAbortKeepsWhatArrivedAndIsNoFailure) {
   const uint32_t handle = KSIMP_InitImportUsingFileName(database_.c_str());
   KSIMP_SetImapCertificateCheck(handle, 0);
@@ -278,16 +262,11 @@ TEST_F(ImapImportTest, TheFirewallIsCrossedAsASocks5OrHttpProxy) {
 
 TEST_F(ImapImportTest, AServerThatNeverAnswersTimesOut) {
   // A listener whose connections are accepted by the system and never spoken to.
-  const int silent = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  ASSERT_EQ(::bind(silent, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  socklen_t length = sizeof address;
-  ::getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length);
-  ::listen(silent, 4);
+  uint16_t port = 0;
+  const int silent = dovecot_test::BoundLoopbackSocket(&port);
+  ASSERT_EQ(::listen(silent, 4), 0);
 
-  ImapServer server = *ParseImapServer("127.0.0.1", ntohs(address.sin_port), nullptr);
+  ImapServer server = *ParseImapServer("127.0.0.1", port, nullptr);
   server.connect_timeout = std::chrono::milliseconds(300);
   server.stall_timeout = std::chrono::milliseconds(300);
   ImapConnection connection(server);
@@ -358,17 +337,24 @@ TEST_F(ImapProfileTest, AllMailboxesAreListedAndEachMessageImportedOnce) {
   EXPECT_EQ(StoredSubjects().size(), 5u) << "each message once";
 }
 
+// A connection cut in the middle keeps the messages before it, and the
+// next run takes the rest.
 TEST_F(ImapProfileTest, ARunCutShortIsResumedAfterTheMessagesItTook) {
+  // The login and the first messages pass; then the server's bytes stop.
   CuttingRelay relay(server_->imap_port(), 64 * 1024);
   ASSERT_EQ(KSIMP_SaveEmailProfile(
                 ServerProfile("Cut", "ann", "MAILBOX=INBOX\n", "secret", relay.port()).c_str(), 0),
             0u);
   const ImportOutcome cut = RunEmailProfiles({"Cut"});
   EXPECT_EQ(cut.result, 0u);
+  EXPECT_EQ(cut.error, error_code::kImapConnectionLost) << cut.log;
+  EXPECT_NE(cut.log.find("The connection to the mail server 127.0.0.1:"), std::string::npos)
+      << cut.log;
   const uint32_t first = cut.documents_added;
-  EXPECT_EQ(relay.cuts(), 1);
+  EXPECT_EQ(relay.cuts(), 1) << "the count on queuing passes, the run is cut";
   EXPECT_GT(first, 0u);
   EXPECT_LT(first, static_cast<uint32_t>(kManyMessages));
+  EXPECT_EQ(Documents().size(), first) << "every message counted is kept";
 
   relay.CutAfter(size_t{1} << 40);
   const auto [rest, log] = RunProfile("Cut");

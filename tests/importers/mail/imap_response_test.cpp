@@ -79,32 +79,24 @@ ImapResponse One(const std::string& bytes) {
   return response.value_or(ImapResponse{});
 }
 
+// A FETCH response read as "sequence uid [body]", "-" for what it lacks;
+// "refused" when it is no fetch of a message.
+std::string Fetched(const std::string& bytes) {
+  ImapResponse response = One(bytes);
+  const std::optional<ImapFetchedMessage> message = ReadFetchedMessage(response);
+  if (!message) return "refused";
+  return std::to_string(message->sequence) + " " +
+         (message->uid ? std::to_string(*message->uid) : "-") + " " +
+         (message->body ? "[" + *message->body + "]" : "-");
+}
+
 TEST(ImapFetchedMessage, TakesUidAndBodyInAnyOrderAndSkipsTheRest) {
-  ImapResponse first = One(kFetchWithTrickyBody);
-  std::optional<ImapFetchedMessage> message = ReadFetchedMessage(first);
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->sequence, 1u);
-  EXPECT_EQ(message->uid, 7u);
-  EXPECT_EQ(message->body, "K2 OK not the end\r\n* 9 EXISTS\r\n{99}\r\n");
-
-  ImapResponse body_first = One(
-      "* 3 FETCH (BODY[HEADER.FIELDS (FROM TO)] \"x\" BODY[] \"quoted \\\"text\\\"\" "
-      "ENVELOPE (NIL \"a\" ((NIL NIL \"b\" \"c\")) NIL) UID 12)\r\n");
-  message = ReadFetchedMessage(body_first);
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->uid, 12u);
-  EXPECT_EQ(message->body, "quoted \"text\"");
-
-  ImapResponse flags_only = One("* 4 FETCH (FLAGS (\\Seen))\r\n");
-  message = ReadFetchedMessage(flags_only);
-  ASSERT_TRUE(message);
-  EXPECT_FALSE(message->uid);
-  EXPECT_FALSE(message->body);
-
-  ImapResponse nil_body = One("* 5 FETCH (UID 9 BODY[] NIL)\r\n");
-  message = ReadFetchedMessage(nil_body);
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->body, "");
+  EXPECT_EQ(Fetched(kFetchWithTrickyBody), "1 7 [K2 OK not the end\r\n* 9 EXISTS\r\n{99}\r\n]");
+  EXPECT_EQ(Fetched("* 3 FETCH (BODY[HEADER.FIELDS (FROM TO)] \"x\" BODY[] \"quoted \\\"text\\\"\" "
+                    "ENVELOPE (NIL \"a\" ((NIL NIL \"b\" \"c\")) NIL) UID 12)\r\n"),
+            "3 12 [quoted \"text\"]");
+  EXPECT_EQ(Fetched("* 4 FETCH (FLAGS (\\Seen))\r\n"), "4 - -");
+  EXPECT_EQ(Fetched("* 5 FETCH (UID 9 BODY[] NIL)\r\n"), "5 9 []");
 }
 
 TEST(ImapFetchedMessage, RefusesWhatIsNoFetchOfAMessage) {
@@ -120,8 +112,7 @@ TEST(ImapFetchedMessage, RefusesWhatIsNoFetchOfAMessage) {
            "* 1 EXISTS\r\n",
            "K1 OK FETCH (UID 1)\r\n",
        }) {
-    ImapResponse response = One(bytes);
-    EXPECT_FALSE(ReadFetchedMessage(response)) << bytes;
+    EXPECT_EQ(Fetched(bytes), "refused") << bytes;
   }
 }
 

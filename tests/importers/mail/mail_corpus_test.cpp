@@ -16,16 +16,18 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "api/write_file.h"
-#include "temp_dir.h"
 #include "core/charset_converter.h"
 #include "importers/mail/eudora_message.h"
 #include "importers/mail/mailbox_reader.h"
 #include "modules/tool_output.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -226,27 +228,16 @@ std::string Trimmed(std::string text) {
   return text;
 }
 
-// A message whose subject or text is known to come out differently, and why.
-struct Difference {
-  std::string file;
-  size_t message;
-  std::string what;  // "subject" or "text"
-  std::string why;
-};
-
-const std::vector<Difference> kExpected = {
-    {"base64-extra-character.eml", 0, "text",
+// The messages whose subject or text is known to come out differently (the
+// file, the message's number, "subject" or "text"), and why.
+const std::map<std::tuple<std::string, size_t, std::string>, std::string> kExpected = {
+    {{"base64-extra-character.eml", 0, "text"},
      "Base64 of 4n+1 characters: Python gives up and keeps the encoded text, the decoder gives "
      "the bytes the whole characters carry (\"Hello World!\")"},
 };
 
 bool Expected(const std::string& file, size_t message, const std::string& what) {
-  for (const Difference& difference : kExpected) {
-    if (difference.file == file && difference.message == message && difference.what == what) {
-      return true;
-    }
-  }
-  return false;
+  return kExpected.contains({file, message, what});
 }
 
 class MailCorpus : public ::testing::Test {

@@ -28,20 +28,6 @@ std::vector<std::string> RawTexts(const std::string& text, MailboxReader::Mode m
   return raws;
 }
 
-TEST(MailboxReader, StandardMessagesBeginAtALineStartingWithFrom) {
-  const std::string mailbox =
-      "From a@x Tue Jun 01 12:00:00 2004\r\nSubject: one\r\n\r\nsee From here\r\n"
-      "From b@x Wed Jun 02 12:00:00 2004\r\nSubject: two\r\n\r\nlast";
-  EXPECT_EQ(RawTexts(mailbox, MailboxReader::Mode::kStandard),
-            (Docs{" Tue Jun 01 12:00:00 2004\r\nSubject: one\r\n\r\nsee From here\r\n",
-                  " Wed Jun 02 12:00:00 2004\r\nSubject: two\r\n\r\nlast"}));
-  // Eudora only splits at its own separator, wherever it stands.
-  EXPECT_EQ(RawTexts(mailbox, MailboxReader::Mode::kEudora).size(), 1u);
-  EXPECT_EQ(RawTexts("From ???@??? d1\r\nFrom x\r\nb1\r\nFrom ???@??? d2\r\nb2",
-                     MailboxReader::Mode::kEudora),
-            (Docs{" d1\r\nFrom x\r\nb1\r\n", " d2\r\nb2"}));
-}
-
 TEST(MailboxReader, LineEndsBecomeCrLfAndLeadingJunkIsSkipped) {
   EXPECT_EQ(
       RawTexts("\nFrom a d\nS: 1\n\nx\nFrom b d\rS: 2\r\ry\r", MailboxReader::Mode::kStandard),
