@@ -66,6 +66,9 @@ TEST(CAdoUtil, FindsDriversBySearchTextInListOrder) {
   EXPECT_EQ(TableSourceKindOf(KSIMP_TYPE_TEXT), std::nullopt);
 }
 
+// The drivers' tests give these functions' common cases (stored dBase
+// numbers, Visual FoxPro currency and dates, Excel day serials); here the
+// edges.
 TEST(ValueText, NumbersDatesAndBooleansIgnoreTheLocale) {
   std::string out;
   const auto text = [&out](auto append) {
@@ -73,22 +76,17 @@ TEST(ValueText, NumbersDatesAndBooleansIgnoreTheLocale) {
     append();
     return out;
   };
-  EXPECT_EQ(text([&] { AppendDecimalText("  12.50", out); }), "12.5");
   EXPECT_EQ(text([&] { AppendDecimalText("+7.00 ", out); }), "7");
-  EXPECT_EQ(text([&] { AppendDecimalText("-0.000", out); }), "0");
   EXPECT_EQ(text([&] { AppendDecimalText("-3.", out); }), "-3");
-  EXPECT_EQ(text([&] { AppendScaled(-12345, 4, out); }), "-1.2345");
   EXPECT_EQ(text([&] { AppendScaled(-5000, 4, out); }), "-0.5");
   EXPECT_EQ(text([&] { AppendScaled(20000, 4, out); }), "2");
   EXPECT_EQ(text([&] { AppendDouble(0.1, out); }), "0.1");
   EXPECT_EQ(text([&] { AppendDouble(-0.0, out); }), "0");
   EXPECT_EQ(text([&] { AppendBoolean(false, out); }), "False");
   // Day serials from 1899-12-30, the time of day also before it.
-  EXPECT_EQ(text([&] { AppendSerialDateTime(45000, false, out); }), "2023-03-15");
   EXPECT_EQ(text([&] { AppendSerialDateTime(45000.75, false, out); }), "2023-03-15 18:00:00");
   EXPECT_EQ(text([&] { AppendSerialDateTime(-1.25, false, out); }), "1899-12-29 06:00:00");
   EXPECT_EQ(text([&] { AppendSerialDateTime(1.9999999999, false, out); }), "1900-01-01");
-  EXPECT_EQ(text([&] { AppendDate(DateFromJulianDay(2451545), out); }), "2000-01-01");
   for (const int64_t day : {-800000L, -1L, 0L, 59L, 11016L, 2932896L}) {
     EXPECT_EQ(DaysSinceEpoch(DateFromDaysSinceEpoch(day)), day);
   }
