@@ -238,10 +238,8 @@ TEST_F(ParadoxWritten, ReadsNullsAndMemosKeptInTheRecordOrInAWholeMemoBlock) {
   Write("t.mb", memo);
   const Table table = ReadTable(dir_.path(), "T");
   EXPECT_EQ(table.columns, (std::vector<std::string>{"Name", "Count", "Note"}));
-  ASSERT_EQ(table.rows.size(), 3u);
-  EXPECT_EQ(table.rows[0], Values({nullptr, nullptr, nullptr}));
-  EXPECT_EQ(table.rows[1], Values({"one", "7", "Hi"}));
-  EXPECT_EQ(table.rows[2], Values({"two", "-16777209", "Short memo é"}));
+  EXPECT_EQ(table.rows, (Rows{Values({nullptr, nullptr, nullptr}), Values({"one", "7", "Hi"}),
+                              Values({"two", "-16777209", "Short memo é"})}));
 
   fs::remove(dir_.file("t.mb"));  // without it a memo keeps its leader
   EXPECT_EQ(ReadTable(dir_.path(), "t").rows[2][2], "Short");
