@@ -69,6 +69,11 @@ TEST(WordTextBuilder, Utf16SurrogatesPairOrBecomeReplacementCharacters) {
   EXPECT_EQ(builder.text(), "\xF0\x9F\x98\x80" "a\xEF\xBF\xBD" "b\xEF\xBF\xBD\r\n");
 }
 
+// Puts `value` at `at` of `bytes` in `size` bytes, least significant first.
+void PutLittleEndian(std::string& bytes, size_t at, uint32_t value, int size = 4) {
+  for (int i = 0; i < size; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
+}
+
 // A Write file: header, text, and one page of paragraph properties whose
 // runs end at `ends`, each with the flags byte given (0 = plain).
 std::string WriteFile(const std::string& text, const std::vector<std::pair<uint32_t, uint8_t>>& runs) {
@@ -76,24 +81,20 @@ std::string WriteFile(const std::string& text, const std::vector<std::pair<uint3
   file[0] = '\x31';
   file[1] = '\xBE';
   file[5] = '\xAB';
-  const uint32_t fc_mac = 128 + static_cast<uint32_t>(text.size());
-  for (int i = 0; i < 4; ++i) file[14 + i] = static_cast<char>(fc_mac >> (8 * i));
+  PutLittleEndian(file, 14, 128 + static_cast<uint32_t>(text.size()));
   file += text;
   file.resize((file.size() + 127) / 128 * 128, '\0');
   const auto page = static_cast<uint16_t>(file.size() / 128);
   file[18] = static_cast<char>(page);      // paragraph properties
   file[20] = static_cast<char>(page + 1);  // the font table, after them
   std::string fkp(128, '\0');
-  for (int i = 0; i < 4; ++i) fkp[i] = static_cast<char>(128 >> (8 * i));
+  PutLittleEndian(fkp, 0, 128);
   // One property block per run: its length, then 17 bytes of which the last
   // carries the flags.
   size_t property_at = 4 + runs.size() * 6;
   for (size_t r = 0; r < runs.size(); ++r) {
-    const uint32_t end = runs[r].first;
-    for (int i = 0; i < 4; ++i) fkp[4 + r * 6 + i] = static_cast<char>(end >> (8 * i));
-    const auto offset = static_cast<uint16_t>(property_at - 4);
-    fkp[4 + r * 6 + 4] = static_cast<char>(offset);
-    fkp[4 + r * 6 + 5] = static_cast<char>(offset >> 8);
+    PutLittleEndian(fkp, 4 + r * 6, runs[r].first);
+    PutLittleEndian(fkp, 4 + r * 6 + 4, static_cast<uint32_t>(property_at - 4), 2);
     fkp[property_at] = 17;
     fkp[property_at + 1 + 16] = static_cast<char>(runs[r].second);
     property_at += 18;
@@ -141,13 +142,9 @@ std::string Word2File(const std::string& text, bool encrypted = false) {
   file[7] = 0x04;
   if (encrypted) file[0x0B] = 0x01;
   const uint32_t fc_min = static_cast<uint32_t>(file.size());
-  const uint32_t fc_mac = fc_min + static_cast<uint32_t>(text.size());
-  auto put = [&](size_t at, uint32_t value) {
-    for (int i = 0; i < 4; ++i) file[at + i] = static_cast<char>(value >> (8 * i));
-  };
-  put(0x18, fc_min);
-  put(0x1C, fc_mac);
-  put(0x34, static_cast<uint32_t>(text.size()));
+  PutLittleEndian(file, 0x18, fc_min);
+  PutLittleEndian(file, 0x1C, fc_min + static_cast<uint32_t>(text.size()));
+  PutLittleEndian(file, 0x34, static_cast<uint32_t>(text.size()));
   return file + text;
 }
 
@@ -166,34 +163,24 @@ TEST(Word2Document, PlainTextIsReadInTheDocumentsCodePage) {
 // another order than they are read, and a formatting run before them.
 std::string Word6FastSaved() {
   std::string stream(0x400, '\0');
-  auto put16 = [&](size_t at, uint16_t v) {
-    stream[at] = static_cast<char>(v);
-    stream[at + 1] = static_cast<char>(v >> 8);
-  };
-  auto put32 = [&](size_t at, uint32_t v) {
-    for (int i = 0; i < 4; ++i) stream[at + i] = static_cast<char>(v >> (8 * i));
-  };
-  put16(0x00, 0xA5DC);
-  put16(0x02, 101);
-  put16(0x06, 0x0419);  // Russian: code page 1251
-  put16(0x0A, 0x0004);  // complex
+  PutLittleEndian(stream, 0x00, 0xA5DC, 2);
+  PutLittleEndian(stream, 0x02, 101, 2);
+  PutLittleEndian(stream, 0x06, 0x0419, 2);  // Russian: code page 1251
+  PutLittleEndian(stream, 0x0A, 0x0004, 2);  // complex
   const std::string first = "\xcf\xf0\xe8\xe2\xe5\xf2 ";  // "Привет " in 1251
   const std::string second = "world\r";
-  put32(0x34, static_cast<uint32_t>(first.size() + second.size()));
+  PutLittleEndian(stream, 0x34, static_cast<uint32_t>(first.size() + second.size()));
   std::string clx = std::string("\x01\x02\x00\x00\x00\x02", 6);
   std::string plc(3 * 4 + 2 * 8, '\0');
-  auto plc32 = [&](size_t at, uint32_t v) {
-    for (int i = 0; i < 4; ++i) plc[at + i] = static_cast<char>(v >> (8 * i));
-  };
-  plc32(4, static_cast<uint32_t>(first.size()));
-  plc32(8, static_cast<uint32_t>(first.size() + second.size()));
-  plc32(12 + 2, 0x380);  // the first piece is stored after the second
-  plc32(20 + 2, 0x300);
+  PutLittleEndian(plc, 4, static_cast<uint32_t>(first.size()));
+  PutLittleEndian(plc, 8, static_cast<uint32_t>(first.size() + second.size()));
+  PutLittleEndian(plc, 12 + 2, 0x380);  // the first piece is stored after the second
+  PutLittleEndian(plc, 20 + 2, 0x300);
   std::string length(4, '\0');
-  for (int i = 0; i < 4; ++i) length[i] = static_cast<char>(plc.size() >> (8 * i));
+  PutLittleEndian(length, 0, static_cast<uint32_t>(plc.size()));
   clx += length + plc;
-  put32(0x160, 0x200);
-  put32(0x164, static_cast<uint32_t>(clx.size()));
+  PutLittleEndian(stream, 0x160, 0x200);
+  PutLittleEndian(stream, 0x164, static_cast<uint32_t>(clx.size()));
   stream.replace(0x200, clx.size(), clx);
   stream.replace(0x300, second.size(), second);
   stream.replace(0x380, first.size(), first);

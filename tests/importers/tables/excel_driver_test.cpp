@@ -74,13 +74,10 @@ Rows ReadAll(TableConnection& connection, const std::string& table, std::vector<
 }
 
 TableError::Kind KindOfFailure(const std::string& path) {
-  try {
-    auto connection = Connect(path);
-    for (const TableEntry& table : connection->Tables()) ReadAll(*connection, table.name);
-  } catch (const TableError& error) {
-    return error.kind();
-  }
-  return TableError::Kind::kOther;
+  return FailureOf([&] {
+           auto connection = Connect(path);
+           for (const TableEntry& table : connection->Tables()) ReadAll(*connection, table.name);
+         }).kind();
 }
 
 const std::string kCorpus = KS_SHARED_DIR "/corpus/";
@@ -131,24 +128,18 @@ TEST(ExcelDriverXlsx, The1904DateSystem) {
   EXPECT_EQ(ReadAll(*connection, "S"), (Rows{{"1904-01-01"}}));
 }
 
-TEST(ExcelDriverXlsx, RaggedCorpusSheetsAndTruncatedPackage) {
+// The corpus workbooks' values are compared with xlrd's and openpyxl's
+// elsewhere; here a package cut short, and what is no workbook.
+TEST(ExcelDriverXlsx, TruncatedPackageAndForeignFiles) {
   const std::string merged = kCorpus + "xlsx/merged_range.xlsx";
   if (!std::filesystem::exists(merged)) GTEST_SKIP() << "no corpus";
-  auto connection = Connect(merged);
-  std::vector<std::string> columns;
-  const Rows rows = ReadAll(*connection, "Sheet2", &columns);
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_EQ(rows[2][1], "B4");
-  EXPECT_EQ(rows[2][2], std::nullopt);
-
   TempDir dir;
   const std::string bytes = ReadFile(merged);
   for (const size_t keep : {bytes.size() / 2, bytes.size() - 30}) {
-    std::ofstream(dir.file("cut.xlsx"), std::ios::binary) << bytes.substr(0, keep);
-    EXPECT_EQ(KindOfFailure(dir.file("cut.xlsx")), TableError::Kind::kDamaged) << keep;
+    EXPECT_EQ(KindOfFailure(WriteFile(dir, "cut.xlsx", bytes.substr(0, keep))), TableError::Kind::kDamaged)
+        << keep;
   }
-  std::ofstream(dir.file("text.xls"), std::ios::binary) << "not a workbook";
-  EXPECT_EQ(KindOfFailure(dir.file("text.xls")), TableError::Kind::kDamaged);
+  EXPECT_EQ(KindOfFailure(WriteFile(dir, "text.xls", "not a workbook")), TableError::Kind::kDamaged);
   EXPECT_EQ(KindOfFailure(dir.file("absent.xlsx")), TableError::Kind::kNotFound);
 }
 
@@ -168,9 +159,7 @@ std::string PatchedCorpusFile(const std::string& patch, TempDir& dir) {
       bytes.at(offset + i / 2) = static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     }
   }
-  const std::string path = dir.file(std::filesystem::path(patch).stem().string() + ".xls");
-  std::ofstream(path, std::ios::binary) << bytes;
-  return path;
+  return WriteFile(dir, std::filesystem::path(patch).stem().string() + ".xls", bytes);
 }
 
 TEST(ExcelDriverXls, DamagedCorpusFilesAreRefused) {
@@ -259,18 +248,17 @@ TEST(ExcelDriverXls, HandMadeWorkbooks) {
       Record(0x0207, Bytes({2, 0, 0, 'o', 'k'})) +                                         // A3: ="ok"
       Record(0x0205, Bytes({2, 0, 1, 0, 0, 0, 1, 0})) + Record(0x000A, "");                // B3: TRUE
   TempDir dir;
-  std::ofstream(dir.file("hand.xls"), std::ios::binary) << CompoundFileOf(globals + cells);
-  auto connection = Connect(dir.file("hand.xls"));
+  auto connection = Connect(WriteFile(dir, "hand.xls", CompoundFileOf(globals + cells)));
   ASSERT_EQ(connection->Tables().size(), 1u);
   std::vector<std::string> columns;
   EXPECT_EQ(ReadAll(*connection, "Ws", &columns), (Rows{{"0.18", "#DIV/0!"}, {"ok", "True"}}));
   EXPECT_EQ(columns, (std::vector<std::string>{"Top", "Na\xC3\xA9"}));
 
   // The same stream with a chain that loops, or after a FILEPASS record.
-  std::ofstream(dir.file("loop.xls"), std::ios::binary) << CompoundFileOf(globals + cells, true);
-  EXPECT_EQ(KindOfFailure(dir.file("loop.xls")), TableError::Kind::kDamaged);
-  std::ofstream(dir.file("pass.xls"), std::ios::binary) << CompoundFileOf(bof + Record(0x002F, Bytes({0, 0})) + globals);
-  EXPECT_EQ(KindOfFailure(dir.file("pass.xls")), TableError::Kind::kPasswordProtected);
+  EXPECT_EQ(KindOfFailure(WriteFile(dir, "loop.xls", CompoundFileOf(globals + cells, true))),
+            TableError::Kind::kDamaged);
+  const std::string pass = CompoundFileOf(bof + Record(0x002F, Bytes({0, 0})) + globals);
+  EXPECT_EQ(KindOfFailure(WriteFile(dir, "pass.xls", pass)), TableError::Kind::kPasswordProtected);
 }
 
 // Hands out its bytes one at a time: every token cut at every place.
@@ -313,15 +301,14 @@ TEST(XmlPullScanner, TokensWhateverTheChunks) {
   EXPECT_EQ(decoded, "a\rb_x000A_c\xF0\x9F\x98\x80");
 }
 
+// Styles 22 and [h]:mm are the workbook test's.
 TEST(XlsxNumberFormats, DatesTimesAndNumbers) {
   EXPECT_EQ(KindOfBuiltInFormat(14), NumberKind::kDate);
-  EXPECT_EQ(KindOfBuiltInFormat(22), NumberKind::kDateTime);
   EXPECT_EQ(KindOfBuiltInFormat(46), NumberKind::kTime);
   EXPECT_EQ(KindOfBuiltInFormat(2), NumberKind::kNumber);
   EXPECT_EQ(KindOfFormatCode("yyyy\\-mm\\-dd"), NumberKind::kDate);
   EXPECT_EQ(KindOfFormatCode("mmm"), NumberKind::kDate);
   EXPECT_EQ(KindOfFormatCode("h:mm AM/PM"), NumberKind::kTime);
-  EXPECT_EQ(KindOfFormatCode("[hh]:mm:ss"), NumberKind::kDuration);
   EXPECT_EQ(KindOfFormatCode("d/m/yy h:mm"), NumberKind::kDateTime);
   EXPECT_EQ(KindOfFormatCode("#,##0.00 \"days\";[Red]-0"), NumberKind::kNumber);
   EXPECT_EQ(KindOfFormatCode("General"), NumberKind::kNumber);

@@ -1,6 +1,6 @@
 // The rows of a table as the driver tests compare them (each value, or null
-// where the table holds none), and bytes written as numbers for the tables
-// and workbooks they make by hand.
+// where the table holds none), the error a driver throws, and bytes written
+// as numbers for the tables and workbooks they make by hand.
 #pragma once
 
 #include <initializer_list>
@@ -24,6 +24,18 @@ inline Rows RowsOf(ks::tables::TableCursor& cursor) {
     }
   }
   return rows;
+}
+
+// The error `action` throws; one of kind kOther saying so when it throws
+// none, so that a test expecting a refusal fails on its kind or message.
+template <typename Action>
+ks::tables::TableError FailureOf(Action action) {
+  try {
+    action();
+  } catch (const ks::tables::TableError& error) {
+    return error;
+  }
+  return ks::tables::TableError(ks::tables::TableError::Kind::kOther, "nothing was thrown");
 }
 
 inline std::string Bytes(std::initializer_list<int> values) {

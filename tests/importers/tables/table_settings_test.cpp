@@ -3,6 +3,9 @@
 // text values become.
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <tuple>
+
 #include "importers/tables/ado_util.h"
 #include "importers/tables/connection_string.h"
 #include "importers/tables/table_import_settings.h"
@@ -12,29 +15,27 @@
 namespace ks::tables {
 namespace {
 
-TEST(TableImportSettings, TableListAndSingleTable) {
+// What ParseTableImportSettings makes of `text`, as one value: the
+// connection, the source path, the tables, the single table and the field
+// names; none where the text is refused.
+using ParsedSettings = std::tuple<std::string, std::string, std::vector<std::string>, std::string,
+                                  std::vector<std::string>>;
+std::optional<ParsedSettings> Parsed(const std::string& text) {
   TableImportSettings s;
-  ASSERT_TRUE(ParseTableImportSettings("conn\x1b/d/a.mdb\x1bPeople;end_tables\x1bName\r\nTown\r\n", s));
-  EXPECT_EQ(s.connection, "conn");
-  EXPECT_EQ(s.source_path, "/d/a.mdb");
-  EXPECT_EQ(s.tables, std::vector<std::string>{"People"});
-  EXPECT_EQ(s.single_table, "People");
-  EXPECT_EQ(s.field_names, (std::vector<std::string>{"Name", "Town"}));
+  if (!ParseTableImportSettings(text, s)) return std::nullopt;
+  return ParsedSettings{s.connection, s.source_path, s.tables, s.single_table, s.field_names};
+}
 
-  ASSERT_TRUE(ParseTableImportSettings("conn\x1b\x1b" "A;B;end_tables", s));
-  EXPECT_EQ(s.tables, (std::vector<std::string>{"A", "B"}));
-  EXPECT_EQ(s.single_table, "");
-  EXPECT_TRUE(s.field_names.empty());
-
+TEST(TableImportSettings, TableListAndSingleTable) {
+  EXPECT_EQ(Parsed("conn\x1b/d/a.mdb\x1bPeople;end_tables\x1bName\r\nTown\r\n"),
+            ParsedSettings("conn", "/d/a.mdb", {"People"}, "People", {"Name", "Town"}));
+  EXPECT_EQ(Parsed("conn\x1b\x1b" "A;B;end_tables"), ParsedSettings("conn", "", {"A", "B"}, "", {}));
   // The connection alone: every table, the columns' own names.
-  ASSERT_TRUE(ParseTableImportSettings("DSN=x", s));
-  EXPECT_TRUE(s.tables.empty());
-  EXPECT_FALSE(ParseTableImportSettings("\x1b/d/a.mdb\x1b" "A;end_tables", s));
-
+  EXPECT_EQ(Parsed("DSN=x"), ParsedSettings("DSN=x", "", {}, "", {}));
+  EXPECT_EQ(Parsed("\x1b/d/a.mdb\x1b" "A;end_tables"), std::nullopt);
+  // Table names with blanks survive the string the dialogs write.
   const TableImportSettings written{"c", "/p", {"T1", "T 2"}, "", {"x", "y"}};
-  ASSERT_TRUE(ParseTableImportSettings(TableImportSettingsString(written), s));
-  EXPECT_EQ(s.tables, written.tables);
-  EXPECT_EQ(s.field_names, written.field_names);
+  EXPECT_EQ(Parsed(TableImportSettingsString(written)), ParsedSettings("c", "/p", {"T1", "T 2"}, "", {"x", "y"}));
 }
 
 TEST(ConnectionString, BracesKeysAndBareElements) {
@@ -66,6 +67,9 @@ TEST(CAdoUtil, FindsDriversBySearchTextInListOrder) {
   EXPECT_EQ(TableSourceKindOf(KSIMP_TYPE_TEXT), std::nullopt);
 }
 
+// The drivers' tests give these functions' common cases (stored dBase
+// numbers, Visual FoxPro currency and dates, Excel day serials); here the
+// edges.
 TEST(ValueText, NumbersDatesAndBooleansIgnoreTheLocale) {
   std::string out;
   const auto text = [&out](auto append) {
@@ -73,22 +77,17 @@ TEST(ValueText, NumbersDatesAndBooleansIgnoreTheLocale) {
     append();
     return out;
   };
-  EXPECT_EQ(text([&] { AppendDecimalText("  12.50", out); }), "12.5");
   EXPECT_EQ(text([&] { AppendDecimalText("+7.00 ", out); }), "7");
-  EXPECT_EQ(text([&] { AppendDecimalText("-0.000", out); }), "0");
   EXPECT_EQ(text([&] { AppendDecimalText("-3.", out); }), "-3");
-  EXPECT_EQ(text([&] { AppendScaled(-12345, 4, out); }), "-1.2345");
   EXPECT_EQ(text([&] { AppendScaled(-5000, 4, out); }), "-0.5");
   EXPECT_EQ(text([&] { AppendScaled(20000, 4, out); }), "2");
   EXPECT_EQ(text([&] { AppendDouble(0.1, out); }), "0.1");
   EXPECT_EQ(text([&] { AppendDouble(-0.0, out); }), "0");
   EXPECT_EQ(text([&] { AppendBoolean(false, out); }), "False");
   // Day serials from 1899-12-30, the time of day also before it.
-  EXPECT_EQ(text([&] { AppendSerialDateTime(45000, false, out); }), "2023-03-15");
   EXPECT_EQ(text([&] { AppendSerialDateTime(45000.75, false, out); }), "2023-03-15 18:00:00");
   EXPECT_EQ(text([&] { AppendSerialDateTime(-1.25, false, out); }), "1899-12-29 06:00:00");
   EXPECT_EQ(text([&] { AppendSerialDateTime(1.9999999999, false, out); }), "1900-01-01");
-  EXPECT_EQ(text([&] { AppendDate(DateFromJulianDay(2451545), out); }), "2000-01-01");
   for (const int64_t day : {-800000L, -1L, 0L, 59L, 11016L, 2932896L}) {
     EXPECT_EQ(DaysSinceEpoch(DateFromDaysSinceEpoch(day)), day);
   }
