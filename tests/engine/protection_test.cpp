@@ -31,18 +31,6 @@ TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing)
   EXPECT_EQ(ReadFile(Path()), before);
 }
 
-TEST_F(ProtectionTest, RightCredentialsOpenBothWays) {
-  uint32_t db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE,
-                                  kPassword, "Staff");
-  ASSERT_NE(db, 0u) << LastError();
-  ASSERT_NE(AddDocument(db, "secret text"), 0u);
-  EXPECT_EQ(EngCloseDatabase(db), 1);
-  db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword, "Staff");
-  ASSERT_NE(db, 0u) << LastError();
-  EXPECT_EQ(WalkTexts(db), std::vector<std::string>{"secret text"});
-  EngCloseDatabase(db);
-}
-
 TEST_F(ProtectionTest, FileHoldsNeitherThePasswordNorAnUnsaltedHash) {
   std::string bytes = ReadFile(Path());
   EXPECT_EQ(bytes.find(kPassword), std::string::npos);
