@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "api/write_file.h"
-#include "scoped_env.h"
 
 namespace ks::core {
 namespace {

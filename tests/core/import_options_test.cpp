@@ -109,15 +109,6 @@ TEST(ImportOptionsForcedToMask, EachClearBitForcesOnlyItsOwnFieldsToTheirDefault
   }
 }
 
-TEST(ImportOptionsForcedToMask, TypeWithoutLocationImportsAtTheEndWhateverTheCode) {
-  const uint32_t no_location = kEverything & ~static_cast<uint32_t>(ImportOption::kImportLocation);
-  for (const int32_t code : {0, -3, 2, 3, 4, 6}) {
-    ImportOptions o;
-    o.import_location = code;
-    EXPECT_EQ(o.ForcedToMask(no_location).import_location, 1) << "code " << code;
-  }
-}
-
 // ---- A document delimiter and saving attachments exclude each other: trying
 // to set one while the other is set is refused with its message, and nothing
 // changes.
@@ -134,7 +125,7 @@ ImportOptions SavingAttachments() {
   return o;
 }
 
-TEST(OptionExclusion, EachIsRefusedWithItsMessageWhileTheOtherIsSetAndNothingChanges) {
+TEST(OptionExclusion, EachIsRefusedWithItsMessageWhileTheOtherIsSetAndAcceptedOnceItIsOff) {
   ImportOptions delimited = WithBlankLineDelimiter();
   EXPECT_EQ(delimited.TrySetSaveAttachments(true), 14045u);
   EXPECT_EQ(delimited, WithBlankLineDelimiter());
@@ -143,26 +134,15 @@ TEST(OptionExclusion, EachIsRefusedWithItsMessageWhileTheOtherIsSetAndNothingCha
     EXPECT_EQ(o.TrySetDocumentDelimiter(flags, 10, "--"), 14053u) << "flags " << flags;
     EXPECT_EQ(o, SavingAttachments()) << "flags " << flags;
   }
-}
-
-TEST(OptionExclusion, EitherIsAcceptedWhenTheOtherIsOffAndTurningEitherOffAlwaysIs) {
-  ImportOptions o;
-  EXPECT_EQ(o.TrySetSaveAttachments(true), option_change::kAccepted);
-  EXPECT_TRUE(o.save_attachments);
-  ImportOptions d;
-  EXPECT_EQ(d.TrySetDocumentDelimiter(4, 30, ""), option_change::kAccepted);
-  EXPECT_EQ(d.delimiter_flags, 4);
-  EXPECT_EQ(d.delimiter_lines, 30);
-
-  ImportOptions saving = SavingAttachments();
-  EXPECT_EQ(saving.TrySetDocumentDelimiter(0, 0, ""), option_change::kAccepted);
-  EXPECT_EQ(saving.TrySetSaveAttachments(false), option_change::kAccepted);
-  EXPECT_FALSE(saving.save_attachments);
-  ImportOptions delimited = WithBlankLineDelimiter();
+  // Turning either off is always accepted, and frees the other.
   EXPECT_EQ(delimited.TrySetSaveAttachments(false), option_change::kAccepted);
   EXPECT_EQ(delimited.TrySetDocumentDelimiter(0, 0, ""), option_change::kAccepted);
   EXPECT_FALSE(delimited.HasDocumentDelimiter());
   EXPECT_EQ(delimited.TrySetSaveAttachments(true), option_change::kAccepted);
+  EXPECT_EQ(delimited.TrySetDocumentDelimiter(0, 0, ""), option_change::kAccepted);
+  EXPECT_EQ(delimited.TrySetSaveAttachments(false), option_change::kAccepted);
+  EXPECT_EQ(delimited.TrySetDocumentDelimiter(4, 30, ""), option_change::kAccepted);
+  EXPECT_EQ(delimited.delimiter_lines, 30);
 }
 
 // ---- The option mask: which bit offers which row, and the rows' labels.

@@ -138,7 +138,6 @@ TEST(RememberedLoginGroup, AWindowsPathIsKeyedWithItsBackslashesMadeStars) {
 
 TEST(FullDatabasePath, ARelativePathIsMadeAbsoluteAndPlain) {
   const std::string full = ks::core::FullDatabasePath("a/../b/./notes.kst");
-  EXPECT_EQ(full.front(), '/');
   EXPECT_EQ(full, (std::filesystem::current_path() / "b" / "notes.kst").string());
 }
 

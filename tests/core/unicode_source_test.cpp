@@ -31,23 +31,6 @@ std::string ReadWhole(SourceFile& file, size_t piece) {
   }
 }
 
-TEST(Utf16Decoder, PiecesOfAnySizeDecodeAsTheWhole) {
-  for (const auto order :
-       {Utf16Decoder::ByteOrder::kLittleEndian, Utf16Decoder::ByteOrder::kBigEndian}) {
-    const std::string input =
-        order == Utf16Decoder::ByteOrder::kLittleEndian ? kUtf16Le : Swapped(kUtf16Le);
-    for (size_t piece = 1; piece <= input.size(); ++piece) {
-      Utf16Decoder decoder(order);
-      std::string out;
-      for (size_t at = 0; at < input.size(); at += piece) {
-        decoder.Append(input.substr(at, piece), false, out);
-      }
-      decoder.Append("", true, out);
-      EXPECT_EQ(out, kUtf8) << "pieces of " << piece;
-    }
-  }
-}
-
 TEST(Utf16Decoder, WhatCannotBeDecodedBecomesOneReplacementEach) {
   Utf16Decoder decoder(Utf16Decoder::ByteOrder::kLittleEndian);
   std::string out;

@@ -48,6 +48,11 @@ TEST_F(AttachmentsTest, NamesKindsAndBytesRoundTrip) {
   EXPECT_EQ(Read(id, 1), "");
   EXPECT_EQ(Read(id, 2), large);
   EXPECT_EQ(DocumentText(db_, id), "with files");
+  // The attachments of an append join those of the document appended to.
+  EXPECT_EQ(AddWith({{"two", KSENG_ATTACH_FILE, 0, "2", 1}}, KSENG_LOC_END_OF_CURRENT, id), id);
+  ASSERT_EQ(EngGetAttachmentCount(db_, id), 4u);
+  EXPECT_EQ(Read(id, 3), "2");
+  EXPECT_EQ(DocumentText(db_, id), "with fileswith files");
 }
 
 TEST_F(AttachmentsTest, MissingAttachmentsAndTooSmallBuffersFail) {
@@ -63,16 +68,6 @@ TEST_F(AttachmentsTest, MissingAttachmentsAndTooSmallBuffersFail) {
                KSENG_ERR_BUFFER);
   EXPECT_EQ(EngGetAttachmentCount(db_, AddDocument(db_, "plain")), 0u);
   EXPECT_FAILS(EngGetAttachmentCount(db_, 999), 0u, KSENG_ERR_NO_DOCUMENT);
-}
-
-TEST_F(AttachmentsTest, AttachmentsOfAnAppendJoinTheDocumentAppendedTo) {
-  std::string one = "1", two = "2";
-  uint64_t id = AddWith({{"one", KSENG_ATTACH_FILE, 0, one.data(), 1}});
-  EXPECT_EQ(AddWith({{"two", KSENG_ATTACH_FILE, 0, two.data(), 1}}, KSENG_LOC_END_OF_CURRENT, id),
-            id);
-  ASSERT_EQ(EngGetAttachmentCount(db_, id), 2u);
-  EXPECT_EQ(Read(id, 1), "2");
-  EXPECT_EQ(DocumentText(db_, id), "with fileswith files");
 }
 
 }  // namespace

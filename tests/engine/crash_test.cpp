@@ -67,6 +67,7 @@ uint32_t LastReport(int report, uint32_t last, int timeout_ms) {
 }
 
 void KillMidImportAndCheck(const std::string& path, int delay_ms) {
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
   int pipe_ends[2];
   ASSERT_EQ(pipe(pipe_ends), 0);
   pid_t child = fork();
@@ -119,16 +120,16 @@ TEST_F(CrashTest, KilledImportLosesNoCommittedDocumentAndLeavesNoHalfDocument) {
   // Different delays land the kill at different points of a run.
   for (int delay_ms : {0, 37, 173}) {
     SCOPED_TRACE(delay_ms);
-    std::string path = Path("crash" + std::to_string(delay_ms) + ".kst");
-    ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
-    KillMidImportAndCheck(path, delay_ms);
+    KillMidImportAndCheck(Path("crash" + std::to_string(delay_ms) + ".kst"), delay_ms);
   }
 }
 
-// A child that commits `committed`, then is killed inside a batch larger
-// than its cache: pages of the batch are in the file, and the journal that
-// holds what they replaced is left behind (a hot journal).
+// A new database, and a child that commits `committed` to it, then is killed
+// inside a batch larger than its cache: pages of the batch are in the file,
+// and the journal that holds what they replaced is left behind (a hot
+// journal).
 void KillInsideALargeBatch(const std::string& path, const std::vector<std::string>& committed) {
+  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
   pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
@@ -153,7 +154,6 @@ void KillInsideALargeBatch(const std::string& path, const std::vector<std::strin
 
 TEST_F(CrashTest, ReadOnlyOpenRollsBackAWriteKilledInsideABatch) {
   std::string path = Path();
-  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
   const std::vector<std::string> committed{"committed one", "committed two", "committed three"};
   KillInsideALargeBatch(path, committed);
 
@@ -178,7 +178,6 @@ TEST_F(CrashTest, ReadOnlyOpenRollsBackAWriteKilledInsideABatch) {
 
 TEST_F(CrashTest, ReaderThatMayNotWriteSaysHowToRecoverAndChangesNothing) {
   std::string path = Path();
-  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
   KillInsideALargeBatch(path, {"committed"});
   std::string journal = path + "-journal";
   // Readable by anyone, writable by nobody but the owner, in a folder that

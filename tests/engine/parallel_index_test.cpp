@@ -35,23 +35,14 @@ class ParallelIndexTest : public DatabaseTest {
     DatabaseTest::TearDown();
   }
 
-  // A run of additions of `count` documents of random words.
-  void AddRun(int count, int32_t location = KSENG_LOC_END) {
-    char marker = '[';
-    ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
-    for (int i = 0; i < count; ++i) AddRandomDocument(location, 0);
-    uint32_t added = 0;
-    ASSERT_EQ(EngEndAdd(db_, 0, 0, marker, &added), 1) << LastError();
-  }
-
-  // One run that adds `appended` documents at the end, then a chain of
-  // `placed` documents after one in the middle of them: ids of both kinds
-  // in one build.
-  void AddMixedRun(int appended, int placed) {
+  // One run of additions: `appended` documents of random words at `location`,
+  // then a chain of `placed` documents after one in the middle of them, so
+  // that ids of both kinds are in one build.
+  void AddRun(int appended, int placed = 0, int32_t location = KSENG_LOC_END) {
     char marker = '[';
     ASSERT_EQ(EngBeginAdd(db_, &marker), 1);
     Ids ids;
-    for (int i = 0; i < appended; ++i) ids.push_back(AddRandomDocument(KSENG_LOC_END, 0));
+    for (int i = 0; i < appended; ++i) ids.push_back(AddRandomDocument(location, 0));
     uint64_t anchor = ids[ids.size() / 2];
     for (int i = 0; i < placed; ++i) anchor = AddRandomDocument(KSENG_LOC_END, anchor);
     uint32_t added = 0;
@@ -160,7 +151,7 @@ TEST_F(ParallelIndexTest, AnswersEveryQueryAsOneFts5TableOverTheSameTexts) {
   EXPECT_GE(CheckIndexAndCountSegments(), 6u);
   // Documents placed at the top wait below the watermark and are indexed by
   // the writer through FTS5, which then merges the grafted segments.
-  AddRun(50, KSENG_LOC_TOP);
+  AddRun(50, 0, KSENG_LOC_TOP);
   CheckIndexAndCountSegments();
   ExpectSameAnswers(240);
 
@@ -174,13 +165,13 @@ TEST_F(ParallelIndexTest, AnswersEveryQueryAsOneFts5TableOverTheSameTexts) {
 // still answer as the plain table does, and so must the writer's own index
 // of a small run.
 TEST_F(ParallelIndexTest, DocumentsPlacedBetweenOthersInTheSameRunAreFoundToo) {
-  AddMixedRun(2000, 300);
+  AddRun(2000, 300);
   CheckIndexAndCountSegments();
   ExpectSameAnswers(240);
   EngineTuning tuning;
   tuning.parallel_index_bytes = 0;  // the writer indexes alone
   ReopenTuned(tuning);
-  AddMixedRun(200, 40);
+  AddRun(200, 40);
   CheckIndexAndCountSegments();
   ExpectSameAnswers(240);
 }

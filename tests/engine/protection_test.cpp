@@ -13,7 +13,7 @@ class ProtectionTest : public EngineTest {
   static constexpr const char* kPassword = "correct horse battery";
 };
 
-TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing) {
+TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndNoOpenChangesAnything) {
   std::string before = ReadFile(Path());
   for (int32_t access_mode : {KSENG_ACCESS_READ, KSENG_ACCESS_READWRITE}) {
     EXPECT_FAILS(EngOpenDatabase(Path().c_str(), access_mode, KSENG_SHARE_READ), 0u,
@@ -28,19 +28,12 @@ TEST_F(ProtectionTest, OpenWithoutTheRightCredentialsIsRefusedAndChangesNothing)
     EXPECT_FAILS(EngOpenDatabaseEx(Path().c_str(), access_mode, KSENG_SHARE_READ, password, group),
                  0u, KSENG_ERR_PASSWORD_WRONG);
   }
-  EXPECT_EQ(ReadFile(Path()), before);
-}
-
-TEST_F(ProtectionTest, RightCredentialsOpenBothWays) {
-  uint32_t db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READWRITE, KSENG_SHARE_READWRITE,
-                                  kPassword, "Staff");
-  ASSERT_NE(db, 0u) << LastError();
-  ASSERT_NE(AddDocument(db, "secret text"), 0u);
-  EXPECT_EQ(EngCloseDatabase(db), 1);
-  db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword, "Staff");
-  ASSERT_NE(db, 0u) << LastError();
-  EXPECT_EQ(WalkTexts(db), std::vector<std::string>{"secret text"});
+  // The right ones open it for reading; opening for writing is shown below.
+  uint32_t db = EngOpenDatabaseEx(Path().c_str(), KSENG_ACCESS_READ, KSENG_SHARE_READ, kPassword,
+                                  "Staff");
+  EXPECT_NE(db, 0u) << LastError();
   EngCloseDatabase(db);
+  EXPECT_EQ(ReadFile(Path()), before);
 }
 
 TEST_F(ProtectionTest, FileHoldsNeitherThePasswordNorAnUnsaltedHash) {
