@@ -6,6 +6,7 @@
 #include <exception>
 #include <thread>
 
+#include "engine/fts_bulk_index.h"
 #include "engine/fts_rowids.h"
 #include "engine/sqlite_connection.h"
 
@@ -17,18 +18,22 @@ namespace {
 // evenly spaced, so equal key spans hold about equal counts.
 constexpr int64_t kPieces = 64;
 
-// The private index: the database's own settings, but half its term buffer
-// per worker (the memory of the whole build stays near that of one index),
-// and no merging while it fills: a merge left under way could not be moved.
-// FTS5 still merges a level that grows too long, all at once.
+// The private index: the database's own settings, filled in bulk.
 constexpr const char* kShardSetup =
     "PRAGMA page_size = 16384;"
     "PRAGMA cache_size = -2048;"
     "PRAGMA journal_mode = OFF;"
     "PRAGMA synchronous = OFF;"
     "CREATE VIRTUAL TABLE fts USING fts5(body, content='', columnsize=0);"
-    "INSERT INTO fts(fts, rank) VALUES('hashsize', 8388608);"
     "INSERT INTO fts(fts, rank) VALUES('automerge', 0);";
+
+// Terms and doclists a worker gathers before it writes a segment, by FTS5's
+// measure of its term buffer.  Fewer, larger segments make a smaller index
+// (each repeats the terms it shares with the others); terms that occur once
+// (names, numbers, addresses) cost far more in memory than in the index, so
+// memory has a bound of its own.
+constexpr size_t kWorkerTermBytes = size_t{16} << 20;
+constexpr size_t kWorkerMemoryBytes = size_t{128} << 20;
 
 // The key that ends piece `piece` of `pieces` (after the first, ...).  Keys
 // reach 2^62, so the product needs more than 64 bits.
@@ -64,20 +69,22 @@ std::vector<std::unique_ptr<Connection>> ParallelIndexBuild::Build(int64_t after
       attach->Run();
       // One read transaction over both: every piece sees the same commit.
       shard.Exec("BEGIN");
-      auto end_ids = shard.Prepared(
-          "INSERT INTO main.fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
-          "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND " KS_FTS_END_IDS("id"));
-      auto placed = shard.Prepared(
-          "INSERT INTO main.fts(rowid, body) SELECT " KS_FTS_ROWID_OF("id") ", CAST(body AS TEXT) "
-          "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND " KS_FTS_PLACED_IDS("id"));
+      auto end_ids = shard.Prepared("SELECT " KS_FTS_ROWID_OF("id") ", body "
+                                    "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND "
+                                    KS_FTS_END_IDS("id"));
+      auto placed = shard.Prepared("SELECT " KS_FTS_ROWID_OF("id") ", body "
+                                   "FROM source.documents WHERE seq > ?1 AND seq <= ?2 AND "
+                                   KS_FTS_PLACED_IDS("id"));
+      FtsBulkIndex index(shard, kWorkerTermBytes, kWorkerMemoryBytes);
       for (int64_t taken = next_piece++; taken < pieces * passes && !failed; taken = next_piece++) {
-        StatementLease& index = taken < pieces ? end_ids : placed;
+        StatementLease& documents = taken < pieces ? end_ids : placed;
         const int64_t piece = taken % pieces;
-        index->BindInt(1, Boundary(after, span, piece, pieces));
-        index->BindInt(2, Boundary(after, span, piece + 1, pieces));
-        index->Run();
-        index->Reset();
+        documents->BindInt(1, Boundary(after, span, piece, pieces));
+        documents->BindInt(2, Boundary(after, span, piece + 1, pieces));
+        while (documents->Step()) index.Add(documents->Int(0), documents->Bytes(1));
+        documents->Reset();
       }
+      index.Finish();
       shard.Exec("COMMIT");
       shard.Exec("DETACH source");
     } catch (...) {

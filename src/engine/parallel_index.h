@@ -2,9 +2,9 @@
 // built on several threads at once.  Indexing is most of the time of a bulk
 // import and FTS5 indexes on one thread, so each worker reads its share of
 // the documents through a read-only connection of its own and indexes them
-// into a private temporary database; the writer then grafts those indexes'
-// segments into the database's own (fts_segments.h).  The workers are joined
-// before Build returns.
+// in bulk (fts_bulk_index.h) into a private temporary database; the writer
+// then grafts those indexes' segments into the database's own
+// (fts_segments.h).  The workers are joined before Build returns.
 #pragma once
 
 #include <cstdint>

@@ -75,12 +75,15 @@ void SqliteDatabase::IndexInParallel() {
   if (threads < 2) return;
   const int64_t watermark = settings_.Int(setting::kIndexedThrough).value_or(0);
   {
-    // length() of a stored value reads its size, not its bytes.
-    auto pending = connection_->Prepared(
-        "SELECT coalesce(sum(length(body)), 0) FROM documents WHERE seq > ?1");
+    // length() of a stored value reads its size, not its bytes; the sizes
+    // are read only until they reach the threshold.
+    auto pending = connection_->Prepared("SELECT length(body) FROM documents WHERE seq > ?1");
     pending->BindInt(1, watermark);
-    pending->Step();
-    if (static_cast<uint64_t>(pending->Int(0)) < tuning_.parallel_index_bytes) return;
+    uint64_t bytes = 0;
+    while (bytes < tuning_.parallel_index_bytes && pending->Step()) {
+      bytes += static_cast<uint64_t>(pending->Int(0));
+    }
+    if (bytes < tuning_.parallel_index_bytes) return;
   }
   try {
     // The segments are moved in by a connection of its own: FTS5 keeps what

@@ -142,13 +142,15 @@ class ParallelIndexTest : public DatabaseTest {
 
 TEST_F(ParallelIndexTest, AnswersEveryQueryAsOneFts5TableOverTheSameTexts) {
   AddRun(3000);
-  // Three workers each grafted their segments.
-  EXPECT_GE(CheckIndexAndCountSegments(), 3u);
+  // The workers grafted their segments (a worker that started late may
+  // have found no piece left).
+  const size_t grafted = CheckIndexAndCountSegments();
+  EXPECT_GE(grafted, 1u);
   ExpectSameAnswers(240);
 
   // A second run joins an index that has segments already.
   AddRun(2000);
-  EXPECT_GE(CheckIndexAndCountSegments(), 6u);
+  EXPECT_GT(CheckIndexAndCountSegments(), grafted);
   // Documents placed at the top wait below the watermark and are indexed by
   // the writer through FTS5, which then merges the grafted segments.
   AddRun(50, 0, KSENG_LOC_TOP);
