@@ -122,15 +122,19 @@ FtsTermBuffer::Entry& FtsTermBuffer::Insert(std::string_view token, uint64_t has
 
 uint8_t* FtsTermBuffer::Allocate(size_t size) {
   if (size > kBlockSize / 4) {
-    blocks_.push_back(std::make_unique_for_overwrite<uint8_t[]>(size));
+    large_blocks_.push_back(std::make_unique_for_overwrite<uint8_t[]>(size));
     block_bytes_ += size;
-    return blocks_.back().get();
+    return large_blocks_.back().get();
   }
   if (free_size_ < size) {
-    blocks_.push_back(std::make_unique_for_overwrite<uint8_t[]>(kBlockSize));
-    block_bytes_ += kBlockSize;
-    free_ = blocks_.back().get();
+    // The blocks of the last segment are used again before new ones: their
+    // pages are mapped already.
+    if (blocks_used_ == blocks_.size()) {
+      blocks_.push_back(std::make_unique_for_overwrite<uint8_t[]>(kBlockSize));
+    }
+    free_ = blocks_[blocks_used_++].get();
     free_size_ = kBlockSize;
+    block_bytes_ += kBlockSize;
   }
   uint8_t* carved = free_;
   free_ += size;
@@ -225,10 +229,10 @@ void FtsTermBuffer::WriteTo(FtsSegmentWriter& writer) {
     writer.Add(KeyOf(entry),
                std::string_view(reinterpret_cast<const char*>(entry.list), entry.list_size));
   }
-  count_ = 0;
-  pages_.clear();
+  count_ = 0;  // the pages of entries are used again
   terms_.clear();
-  blocks_.clear();
+  blocks_used_ = 0;
+  large_blocks_.clear();
   free_ = nullptr;
   free_size_ = 0;
   block_bytes_ = 0;

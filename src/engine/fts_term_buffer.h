@@ -32,7 +32,7 @@ class FtsTermBuffer {
   size_t DataBytes() const { return terms_.size() + list_bytes_; }
   // About what the buffer holds in memory.
   size_t Bytes() const {
-    return block_bytes_ + terms_.capacity() + pages_.size() * kEntriesPerPage * sizeof(Entry) +
+    return block_bytes_ + terms_.capacity() + (count_ + kEntriesPerPage - 1) / kEntriesPerPage * kEntriesPerPage * sizeof(Entry) +
            slots_.size() * sizeof(uint64_t);
   }
 
@@ -60,13 +60,15 @@ class FtsTermBuffer {
   void CloseDoclist(Entry& entry);
   void GrowSlots();
 
-  std::vector<std::unique_ptr<Entry[]>> pages_;  // entries, never moved
+  std::vector<std::unique_ptr<Entry[]>> pages_;  // entries, never moved, kept for the next segment
   uint32_t count_ = 0;
   // Open addressing: the hash's upper half, then entry index + 1; 0 free.
   std::vector<uint64_t> slots_;
   std::string terms_;
-  std::vector<std::unique_ptr<uint8_t[]>> blocks_;
-  uint8_t* free_ = nullptr;      // the unused end of the newest shared block
+  std::vector<std::unique_ptr<uint8_t[]>> blocks_;  // shared, kept from one segment to the next
+  size_t blocks_used_ = 0;
+  std::vector<std::unique_ptr<uint8_t[]>> large_blocks_;  // one doclist each
+  uint8_t* free_ = nullptr;      // the unused end of the shared block in use
   size_t free_size_ = 0;
   size_t block_bytes_ = 0;       // of all blocks
   size_t list_bytes_ = 0;        // of all doclists

@@ -8,7 +8,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string_view>
+#include <vector>
 
 #include <sqlite3.h>
 
@@ -34,48 +36,29 @@ class FtsTokenizer {
   uint32_t Tokenize(std::string_view text, Sink&& sink);
 
  private:
+  struct Span {
+    uint32_t from;    // in folded_
+    uint32_t length;  // cut at kLongestToken
+  };
+
+  // Splits text of ASCII bytes into spans_ over its folded copy in folded_;
+  // false when a byte is above 0x7f.
+  bool SplitAscii(std::string_view text);
   uint32_t TokenizeWithFts5(std::string_view text, const TokenSink& sink);
 
   fts5_tokenizer methods_{};
   Fts5Tokenizer* tokenizer_ = nullptr;
-  char folded_[kLongestToken];
+  std::unique_ptr<char[]> folded_;
+  size_t folded_room_ = 0;
+  std::vector<Span> spans_;
 };
-
-namespace fts_ascii {
-// What an ASCII byte becomes in a token: letters folded to lower case,
-// digits as they are; 0 for a separator.
-extern const uint8_t kTokenByte[128];
-}
 
 template <typename Sink>
 uint32_t FtsTokenizer::Tokenize(std::string_view text, Sink&& sink) {
-  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-  const size_t size = text.size();
-  // Any byte above 0x7f: FTS5's own tokenizer for the whole text.
-  {
-    uint8_t any = 0;
-    size_t i = 0;
-    for (; i + 8 <= size; i += 8) {
-      uint64_t word;
-      __builtin_memcpy(&word, bytes + i, 8);
-      if (word & 0x8080808080808080ULL) {
-        any = 0x80;
-        break;
-      }
-    }
-    for (; any == 0 && i < size; ++i) any |= bytes[i] & 0x80;
-    if (any != 0) return TokenizeWithFts5(text, TokenSink(std::ref(sink)));
-  }
+  if (!SplitAscii(text)) return TokenizeWithFts5(text, TokenSink(std::ref(sink)));
   uint32_t position = 0;
-  size_t at = 0;
-  while (true) {
-    while (at < size && fts_ascii::kTokenByte[bytes[at]] == 0) ++at;
-    if (at >= size) break;
-    size_t length = 0;
-    for (uint8_t folded; at < size && (folded = fts_ascii::kTokenByte[bytes[at]]) != 0; ++at) {
-      if (length < kLongestToken) folded_[length++] = static_cast<char>(folded);
-    }
-    sink(std::string_view(folded_, length), position++);
+  for (const Span& span : spans_) {
+    sink(std::string_view(folded_.get() + span.from, span.length), position++);
   }
   return position;
 }
