@@ -40,7 +40,11 @@ std::unique_ptr<Connection> NewIndex(const std::filesystem::path& path, int page
   auto connection = Open(path);
   connection->Exec(
       "CREATE VIRTUAL TABLE fts USING fts5(body, content='', columnsize=0);"
-      "INSERT INTO fts(fts, rank) VALUES('hashsize', 1073741824);");
+      // FTS5 writes out its terms only when a rowid is not above the last,
+      // and never merges what it wrote.
+      "INSERT INTO fts(fts, rank) VALUES('hashsize', 1073741824);"
+      "INSERT INTO fts(fts, rank) VALUES('automerge', 0);"
+      "INSERT INTO fts(fts, rank) VALUES('crisismerge', 1999);");
   if (page_size != 0) {
     connection->Exec(
         ("INSERT INTO fts(fts, rank) VALUES('pgsz', " + std::to_string(page_size) + ")").c_str());

@@ -48,9 +48,11 @@ std::unique_ptr<Connection> NewIndex(const std::string& path, int page_size) {
   auto connection = Open(path);
   connection->Exec(
       "CREATE VIRTUAL TABLE fts USING fts5(body, content='', columnsize=0);"
+      // FTS5 writes out its terms only when a rowid is not above the last,
+      // and never merges what it wrote.
+      "INSERT INTO fts(fts, rank) VALUES('hashsize', 1073741824);"
       "INSERT INTO fts(fts, rank) VALUES('automerge', 0);"
-      // FTS5 writes out its terms only when a rowid is not above the last.
-      "INSERT INTO fts(fts, rank) VALUES('hashsize', 1073741824);");
+      "INSERT INTO fts(fts, rank) VALUES('crisismerge', 1999);");
   if (page_size != 0) {
     connection->Exec(("INSERT INTO fts(fts, rank) VALUES('pgsz', " + std::to_string(page_size) +
                       ")").c_str());
