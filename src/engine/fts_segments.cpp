@@ -4,6 +4,7 @@
 #include <set>
 
 #include "engine/engine_error.h"
+#include "engine/fts_varint.h"
 #include "engine/sqlite_connection.h"
 
 namespace ks::engine {
@@ -39,26 +40,8 @@ bool GetVarint(std::string_view bytes, size_t& at, int64_t& value) {
   return true;
 }
 
-void PutVarint(int64_t signed_value, std::string& out) {
-  auto v = static_cast<uint64_t>(signed_value);
-  char bytes[9];
-  if ((v >> 56) != 0) {
-    bytes[8] = static_cast<char>(v & 0xff);
-    v >>= 8;
-    for (int i = 7; i >= 0; --i) {
-      bytes[i] = static_cast<char>((v & 0x7f) | 0x80);
-      v >>= 7;
-    }
-    out.append(bytes, 9);
-    return;
-  }
-  int n = 0;
-  do {
-    bytes[n++] = static_cast<char>((v & 0x7f) | 0x80);
-    v >>= 7;
-  } while (v != 0);
-  bytes[0] = static_cast<char>(bytes[0] & 0x7f);
-  for (int i = n - 1; i >= 0; --i) out.push_back(bytes[i]);
+void PutVarint(int64_t value, std::string& out) {
+  fts_varint::Append(out, static_cast<uint64_t>(value));
 }
 
 std::optional<std::vector<int64_t>> ParseNumbers(std::string_view record) {
